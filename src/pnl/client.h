@@ -1,0 +1,50 @@
+// The local client: sends queries to a manager's panel running in the
+// installation that is the current directory.
+//
+// The panel of manager M listens on the Unix socket var/run/M.socket. A
+// query is one line in URL-query form; the reply is one XML document, after
+// which the panel closes the connection. When nothing answers, the client
+// starts the panel (bin/M when it is executable, otherwise bin/kern -m M)
+// and retries within a bounded time (seconds). A query that still gets no
+// answer returns an empty document, writes a log record and one line on
+// standard error naming the manager and the query. Nothing here hangs or
+// throws.
+#ifndef PNL_CLIENT_H_
+#define PNL_CLIENT_H_
+
+#include <string>
+
+#include "pnl/xml.h"
+
+namespace pnl_client {
+
+class Client {
+ public:
+  virtual ~Client();
+  // Sends `query` and returns the reply document (empty on failure).
+  pnl_xml::Xml Query(const std::string& query);
+
+ protected:
+  Client(const std::string& manager, const std::string& client_name);
+
+ private:
+  std::string manager_;
+  std::string client_name_;
+};
+
+// A client of the locally running manager `manager`.
+class Local : public Client {
+ public:
+  Local(const std::string& manager, const std::string& client_name);
+  ~Local() override;
+};
+
+// The socket path of `manager`'s panel, relative to the installation
+// directory: "var/run/" + manager + ".socket".
+std::string SocketPath(const std::string& manager);
+// The pid file path, relative likewise: "var/run/" + manager + ".pid".
+std::string PidPath(const std::string& manager);
+
+}  // namespace pnl_client
+
+#endif  // PNL_CLIENT_H_

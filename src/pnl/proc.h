@@ -1,0 +1,40 @@
+// Running commands, without a shell.
+//
+// The command line is split into words at blanks and executed directly
+// (found through PATH when the first word has no "/"), so no text of a
+// command line can make it run another command. The command's standard
+// input is /dev/null; what it prints on standard output and error goes to
+// the log, never to this process's own streams. A command that cannot be
+// started is a failed result (-1), never an exception. A command still
+// running after two minutes is killed (logged) so that nothing waits forever.
+#ifndef PNL_PROC_H_
+#define PNL_PROC_H_
+
+#include <string>
+
+namespace pnl_proc {
+
+class Execute {
+ public:
+  // Prepares `command`; `flags` is unused: pass 0.
+  Execute(const std::string& command, int flags);
+  // Waits for a command that is still running; leaves nothing behind.
+  ~Execute();
+  Execute(const Execute&) = delete;
+  Execute& operator=(const Execute&) = delete;
+
+  // Runs the command and returns when it has finished.
+  void Run();
+  // Runs the command if it has not run, waits for it, and returns its exit
+  // status; -1 when it could not be started, was killed or died by a signal.
+  int Result();
+
+ private:
+  std::string command_;
+  bool ran_ = false;
+  int status_ = -1;
+};
+
+}  // namespace pnl_proc
+
+#endif  // PNL_PROC_H_

@@ -1,0 +1,157 @@
+// XML documents, nodes and XPath 1.0 node sets over libxml2.
+//
+// Xml, XmlNode and XPath are cheap value handles that share the underlying
+// document by reference counting: a node or a node set keeps its document
+// alive after the Xml object that produced it is gone.
+//
+// Nothing here throws or aborts on bad input:
+//  - a missing or malformed file loads as an empty document (no root), on
+//    which every XPath selects nothing; a malformed file gives one line on
+//    standard error (path, line, parser message) and a log record;
+//  - the parser never loads external entities or DTDs, never touches the
+//    network and never expands entities;
+//  - an invalid XPath expression selects nothing and is logged;
+//  - every operation on an invalid node is harmless (GetProp gives "",
+//    SetProp/AppendChild do nothing, navigation gives invalid nodes).
+// libxml2's own error printing never reaches standard output or error.
+#ifndef PNL_XML_H_
+#define PNL_XML_H_
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace pnl_xml {
+
+namespace internal {
+struct DocHolder;  // owns one libxml2 document; shared by all handles
+}
+
+class Xml;
+
+// A node of a document: an element, or an attribute or text node when an
+// XPath selects one. Default-constructed, it refers to no node.
+class XmlNode {
+ public:
+  XmlNode();
+
+  // True when the handle refers to a node.
+  explicit operator bool() const;
+
+  // Value of attribute `name`; "" when absent or when the node is invalid.
+  std::string GetProp(const char* name) const;
+  // Sets or replaces attribute `name`. Does nothing on an invalid node.
+  void SetProp(const char* name, const std::string& value);
+  // Appends a new empty element `name` as the last child and returns it.
+  XmlNode AppendChild(const char* name);
+  // Appends a deep copy of `node` (which may belong to another document)
+  // as the last child and returns the copy.
+  XmlNode AppendChild(const XmlNode& node);
+
+  // First element called `name` among the descendants (depth first).
+  XmlNode FindNode(const std::string& name) const;
+  // First child node, and next sibling node; invalid past the last.
+  // Both yield element nodes only.
+  XmlNode FirstChild() const;
+  XmlNode Next() const;
+  // Ancestor `n` levels up (1 is the parent); invalid above the root element.
+  XmlNode Parent(int n) const;
+
+  // Element (or attribute) name; "" for an invalid node.
+  std::string Name() const;
+  // Text content: the concatenated text and CDATA of the node's subtree
+  // (the value of an attribute node). Entity references are not expanded.
+  std::string Str() const;
+
+ private:
+  friend class Xml;
+  friend class XPath;
+  XmlNode(std::shared_ptr<internal::DocHolder> doc, void* node);
+
+  std::shared_ptr<internal::DocHolder> doc_;
+  void* node_;  // xmlNodePtr, or xmlAttrPtr for attribute nodes
+};
+
+// The node set that one XPath 1.0 expression selects in a document, fixed at
+// construction, in document order.
+class XPath {
+ public:
+  XPath();
+  XPath(const Xml& doc, const std::string& expr);
+
+  std::size_t size() const { return nodes_.size(); }
+  bool empty() const { return nodes_.empty(); }
+  // Node at position i (from 0); an invalid node when i is out of range.
+  XmlNode operator[](unsigned long i) const;
+
+  class iterator {
+   public:
+    iterator(const XPath* set, std::size_t pos) : set_(set), pos_(pos) {}
+    bool operator!=(const iterator& other) const { return pos_ != other.pos_; }
+    bool operator==(const iterator& other) const { return pos_ == other.pos_; }
+    iterator& operator++() {
+      ++pos_;
+      return *this;
+    }
+    XmlNode operator*() const { return (*set_)[pos_]; }
+    // Returns a proxy so that it->GetProp(...) works on the node value.
+    struct Arrow {
+      XmlNode node;
+      XmlNode* operator->() { return &node; }
+    };
+    Arrow operator->() const { return Arrow{(*set_)[pos_]}; }
+
+   private:
+    const XPath* set_;
+    std::size_t pos_;
+  };
+  iterator begin() const { return iterator(this, 0); }
+  iterator end() const { return iterator(this, nodes_.size()); }
+
+ private:
+  std::shared_ptr<internal::DocHolder> doc_;
+  std::vector<void*> nodes_;
+};
+
+// An XML document.
+class Xml {
+ public:
+  // An empty document with no root.
+  Xml();
+  // A new document whose root is an empty element called `root_name`.
+  explicit Xml(const std::string& root_name);
+
+  // Replaces the document by the parsed file. On a missing or malformed
+  // file the document is left empty (no root) and false is returned.
+  bool LoadFromFile(const std::string& path);
+  // Replaces the document by the parsed text; `origin` names it in
+  // messages. On malformed text the document is left empty.
+  bool LoadFromString(const std::string& text, const std::string& origin);
+
+  // The root element; invalid when there is none.
+  XmlNode GetRoot() const;
+  // Makes a deep copy of `node` the root of this document (replacing any
+  // previous root) and returns the new root. `flag` is unused: pass false.
+  XmlNode SetRoot(const XmlNode& node, bool flag);
+  // The same as XPath(*this, expr).
+  XPath GetNodes(const std::string& expr) const;
+  // Deletes every node that `expr` selects, with its subtree. Node handles
+  // taken before stay safe to hold (the nodes live until the document dies).
+  void RemoveNodes(const std::string& expr);
+  // Writes the document to `path` (through a temporary file renamed into
+  // place). `raw` false: indented; true: exactly as the tree stands.
+  // Returns false when the file could not be written (logged).
+  bool Save(const std::string& path, bool raw) const;
+  // The serialised document, as Save would write it.
+  std::string ToString(bool raw) const;
+
+ private:
+  friend class XPath;
+  friend class XmlNode;
+  std::shared_ptr<internal::DocHolder> doc_;
+};
+
+}  // namespace pnl_xml
+
+#endif  // PNL_XML_H_
