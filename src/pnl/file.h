@@ -50,6 +50,9 @@ bool ReadFile(const std::string& path, std::string& text);
 // Creates the directory and its missing parents; true when it exists after.
 bool MakeDirs(const std::string& path);
 
+// True when the file descriptor `fd` (2: standard error) is a terminal.
+bool IsTerminal(int fd);
+
 // A directory reader. Entries come in ascending byte order of their names,
 // without "." and "..", so the same directory lists the same on every
 // machine. A directory that does not exist or cannot be read has no entries.
