@@ -1,1 +1,63 @@
-int main() { return 1; }
+// sbin/msglint: the launcher of the audit module.
+//
+// It loads lib/modules/msglint.so of the installation it belongs to (found
+// from its own real location, so a symbolic link to it works as well),
+// calls the module's entry kelmain with its own argument vector unchanged
+// and exits with what kelmain returns. It never changes the current
+// directory: the module takes the current directory as the installation to
+// audit. It writes nothing on standard output of its own; a module that
+// cannot be loaded is told on standard error and gives exit status 2.
+#include <dlfcn.h>
+#include <errno.h>
+#include <limits.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <string>
+
+namespace {
+
+// Exit status when the module cannot be loaded (the module itself uses 1 for
+// command-line errors).
+const int kLoadFailure = 2;
+
+// The module's entry: argc and argv as the launcher got them.
+typedef int (*EntryFunction)(int argc, char** argv);
+
+// Directory part of `path` ("/" for a file at the root).
+std::string DirName(const std::string& path) {
+  std::string::size_type slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  if (slash == 0) return "/";
+  return path.substr(0, slash);
+}
+
+int Fail(const std::string& module, const char* reason) {
+  fprintf(stderr, "msglint: cannot load module %s: %s\n", module.c_str(),
+          reason != nullptr ? reason : "unknown error");
+  return kLoadFailure;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  char self[PATH_MAX];
+  if (realpath("/proc/self/exe", self) == nullptr)
+    return Fail("msglint.so", strerror(errno));
+  const std::string module = DirName(self) + "/../lib/modules/msglint.so";
+
+  void* handle = dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (handle == nullptr) return Fail(module, dlerror());
+
+  dlerror();
+  void* symbol = dlsym(handle, "kelmain");
+  const char* error = dlerror();
+  if (error != nullptr || symbol == nullptr)
+    return Fail(module, error != nullptr ? error : "kelmain is null");
+
+  // The module stays loaded until the process ends: kelmain may end the
+  // process itself with exit().
+  EntryFunction kelmain = reinterpret_cast<EntryFunction>(symbol);
+  return kelmain(argc, argv);
+}
