@@ -1,12 +1,16 @@
 #include "testutils/msglint.h"
 
-#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <algorithm>
+#include <chrono>
 #include <iostream>
+#include <thread>
 
+#include "pnl/client.h"
+#include "pnl/proc.h"
 #include "pnl/str.h"
+#include "testutils/MissedCheck.h"
 
 const pnl_log::Module msglint_log("msglint", "kern");
 
@@ -132,4 +136,464 @@ void MergeIncludes(pnl_xml::Xml& doc, const pnl_xml::XPath& includes,
     for (pnl_xml::XmlNode msg : pnl_xml::XPath(included, "//msg")) root.AppendChild(msg);
   }
   doc.RemoveNodes("//include");
+}
+
+// ---- Run driver ---------------------------------------------------------
+
+namespace {
+
+// A manager name is also a path piece (bin/NAME, var/.xmlcache/NAME): one
+// that could leave its directory names no manager.
+bool SafeManagerName(const std::string& name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find('/') == std::string::npos;
+}
+
+// Ends the run at once: what was printed goes out first.
+[[noreturn]] void Fail() {
+  std::cout.flush();
+  std::exit(1);
+}
+
+}  // namespace
+
+void drop_languages(std::vector<std::string>& langs, const std::string& msg_dir) {
+  std::vector<std::string>::size_type pos = 0;
+  // A removal moves the position on as well, so after removing the last
+  // language it stands beyond the end: "at or beyond" ends the walk.
+  while (pos < langs.size()) {
+    const std::string path = msg_dir + PNL_NAME() + "_msg_" + langs[pos] + ".xml";
+    if (msglint_log.Check(9))
+      msglint_log.Write(9, "%s:%d Checking existence of %s", MSGLINT_HERE, path.c_str());
+    if (!pnl_file::Exists(path)) langs.erase(langs.begin() + pos);
+    ++pos;
+  }
+}
+
+int kelmain(int argc, char** argv) {
+  pnl_log::Init("msglint", 5);
+  std::string report_mode = "-f";
+  if (argc < 3) {
+    usage(argc > 0 && argv[0] ? argv[0] : "");
+    Fail();
+  }
+
+  int first = 2;
+  const std::string mode = argv[2];
+  if (mode == "-s" || mode == "-f") {
+    report_mode = mode;
+    first = 3;
+  }
+
+  PNL_NAME() = argv[1];
+  const std::string work_dir = pnl_file::GetCurrentDir();
+  const bool found =
+      SafeManagerName(PNL_NAME()) &&
+      (pnl_file::Exists(work_dir + "/bin/" + PNL_NAME()) ||
+       pnl_file::Exists(work_dir + "/lib/" + PNL_NAME() + ".so"));
+  if (!found) {
+    if (msglint_log.Check(3))
+      msglint_log.Write(3, "No manager with name \"%s\" found", PNL_NAME().c_str());
+    std::cout << "No manager with name \"" << PNL_NAME() << "\" found" << std::endl;
+    Fail();
+  }
+
+  std::vector<std::string> langs;
+  for (int i = first; i < argc; ++i) langs.push_back(argv[i]);
+  const std::string msg_dir = work_dir + "/etc/xml/";
+  drop_languages(langs, msg_dir);
+
+  if (report_mode == "-f") check_validator();
+
+  if (langs.empty()) {
+    if (msglint_log.Check(3)) msglint_log.Write(3, "You should specify at least one language.");
+    std::cout << "You should specify at least one language." << std::endl;
+    Fail();
+  }
+
+  if (msglint_log.Check(9))
+    msglint_log.Write(9, "%s:%d Work dir founded in \"%s\".", MSGLINT_HERE, work_dir.c_str());
+  const std::string cache_dir = work_dir + "/var/.xmlcache/" + PNL_NAME();
+  if (msglint_log.Check(9))
+    msglint_log.Write(9, "%s:%d Removing cache from \"%s\".", MSGLINT_HERE, cache_dir.c_str());
+  pnl_file::Remove(cache_dir);
+  pnl_file::Remove(cache_dir + ".hash");
+
+  {
+    pnl_proc::Execute killall("killall kern", 0);
+    killall.Result();
+  }
+
+  // The base manager's panels need a moment to stop before the cache is
+  // asked for again; the pause is fixed.
+  if (pnl_file::IsTerminal(2))
+    std::cerr << "msglint: waiting 10 seconds for the panels of kern to stop before the "
+                 "cache is rebuilt..."
+              << std::endl;
+  std::this_thread::sleep_for(std::chrono::seconds(10));
+
+  for (const std::string& lang : langs) {
+    const std::string query = "func=session&lang=" + lang + "&out=devel";
+    pnl_client::Local(PNL_NAME(), "checkXml").Query(query);
+    if (PNL_NAME() != "kern") pnl_client::Local("kern", "checkXml").Query(query);
+  }
+
+  if (report_mode == "-f") {
+    for (const std::string& lang : langs) {
+      check_repeats(lang);
+      check_unused(lang);
+      check_actionlist(lang);
+    }
+  }
+
+  for (const std::string& lang : langs) report_column_hints(PNL_NAME(), lang);
+
+  int result;
+  {
+    MissedCheck missed;
+    missed.langs = langs;
+    missed.cache_dir = cache_dir;
+    missed.report_mode = report_mode;
+    missed.initExludeList();
+    result = missed.check();
+  }
+  return result;
+}
+
+// ---- Validator check ----------------------------------------------------
+
+void check_validator() {
+  std::cout << std::endl;
+  std::cout << "Checking validator for inputs" << std::endl;
+
+  const std::string xml_dir = pnl_file::GetCurrentDir() + "/etc/xml/";
+  pnl_xml::Xml description;
+  description.LoadFromFile(xml_dir + PNL_NAME() + ".xml");
+  // The Russian titles and labels help to find the field on screen,
+  // whatever languages the run audits.
+  pnl_xml::Xml messages;
+  messages.LoadFromFile(xml_dir + PNL_NAME() + "_msg_ru.xml");
+
+  pnl_xml::XPath inputs(description, "//input[@type=\"text\" and not(@check)]");
+  if (inputs.size() == 0) return;
+
+  for (pnl_xml::XmlNode input : inputs) {
+    pnl_xml::XmlNode owner = input.Parent(1);
+    while (owner && owner.Name() != "metadata" && owner.GetProp("type") != "form")
+      owner = owner.Parent(1);
+
+    const pnl_xml::XmlNode parent = input.Parent(1);
+    std::string field;
+    if (parent.Name() == "field") field = parent.GetProp("name");
+    if (field.empty()) field = input.GetProp("name");
+
+    const std::string form = owner.GetProp("name");
+    std::string title;
+    pnl_xml::XPath titles(messages,
+                          "//messages[@name='" + form + "']/msg[@name='title']");
+    if (titles.size() > 0) title = titles[0].Str();
+    std::string label;
+    pnl_xml::XPath labels(messages,
+                          "//messages[@name='" + form + "']/msg[@name='" + field + "']");
+    if (labels.size() > 0) label = labels[0].Str();
+
+    std::cout << form << " -> " << field << "\t\t" << "(" << title << " -> " << label << ")"
+              << std::endl;
+  }
+}
+
+// ---- Action list check --------------------------------------------------
+
+void check_actionlist(const std::string& lang) {
+  std::cout << std::endl;
+  std::cout << "Actionlist check for lang " << lang << std::endl;
+
+  pnl_client::Local client(PNL_NAME(), "checkXml");
+  pnl_xml::Xml actions = client.Query("func=actionlist&out=xml");
+
+  std::ostringstream out;
+  std::vector<std::string> files;
+  getXmlFiles(files, lang);
+  for (const std::string& path : files) {
+    std::string name = pnl_file::SplitPath(path).second;
+    for (int i = 0; i < 3; ++i) str::RGetWord(name, '.');
+    // Shared message files are no actions.
+    if (name == "global" || name == "common" || name == "msgerror") continue;
+    pnl_xml::XPath found(actions, "//elem/action[text()='" + name + "']");
+    if (found.size() == 0) out << "\t" << name << " - no such action" << "\n";
+  }
+
+  if (out.str().empty())
+    std::cout << "\tEverything is ok" << std::endl;
+  else
+    std::cout << out.str() << std::flush;
+}
+
+// ---- Unused message check -----------------------------------------------
+
+namespace {
+
+bool Selects(pnl_xml::Xml& doc, const std::string& expr) {
+  return pnl_xml::XPath(doc, expr).size() > 0;
+}
+
+}  // namespace
+
+bool field_found(pnl_xml::Xml& meta, const std::string& key) {
+  return Selects(meta, "//form/field/*[@name='" + key + "']") ||
+         Selects(meta, "//form/field[@name='" + key + "']") ||
+         Selects(meta, "//form/page/field/*[@name='" + key + "']") ||
+         Selects(meta, "//form/page/field[@name='" + key + "']");
+}
+
+bool page_found(pnl_xml::Xml& meta, const std::string& key) {
+  return Selects(meta, "//form/page/*[@name='" + key + "']");
+}
+
+bool toolbtn_found(pnl_xml::Xml& meta, const std::string& key) {
+  return Selects(meta, "//toolbar//toolbtn[@name='" + key + "']");
+}
+
+bool toolbtn_found_by_func_name(pnl_xml::Xml& meta, const std::string& key) {
+  return Selects(meta, "//toolbar//toolbtn[@func='" + key + "']");
+}
+
+bool colprop_found(pnl_xml::Xml& meta, const std::string& key) {
+  return Selects(meta, "//coldata/col/prop[@name='" + key + "']");
+}
+
+bool col_found(pnl_xml::Xml& meta, const std::string& key) {
+  return Selects(meta, "//coldata/col[@name='" + key + "']");
+}
+
+void form_process(const std::string& prefix, const std::string& rest,
+                  const std::string& name, pnl_xml::Xml& meta, pnl_xml::Xml& doc,
+                  const std::string& text, std::ostringstream& out) {
+  if (field_found(meta, name)) return;
+  if (page_found(meta, name)) return;
+  if (prefix.empty()) {
+    if (!field_found(meta, name)) print_msg(name, text, "field is not found", out);
+    return;
+  }
+  if (prefix == "hint") {
+    if (rest == "default") return;
+    if (!field_found(meta, name)) print_msg(name, text, "field is not found", out);
+    return;
+  }
+  if (prefix == "placeholder") {
+    if (!field_found(meta, rest)) print_msg(name, text, "field is not found", out);
+    return;
+  }
+  // A message a_b belongs to the message a of the same document.
+  if (!Selects(doc, "//msg[@name='" + prefix + "']"))
+    print_msg(name, text, "is unrecognized", out);
+}
+
+void list_process(const std::string& prefix, const std::string& rest,
+                  const std::string& name, pnl_xml::Xml& meta, pnl_xml::Xml& doc,
+                  const std::string& text, std::ostringstream& out) {
+  if (prefix.empty()) {
+    if (!col_found(meta, rest)) print_msg(name, text, "column is not found", out);
+    return;
+  }
+  if (prefix == "short") {
+    if (!toolbtn_found(meta, rest)) print_msg(name, text, "toolbtn is not found", out);
+    return;
+  }
+  if (prefix == "hint") {
+    if (get_prefix(rest) == "p") {
+      std::string key = cut_prefix(rest);
+      if (get_prefix(key) == "def") key = cut_prefix(key);
+      if (!colprop_found(meta, key)) print_msg(name, text, "column prop is not found", out);
+    } else if (!toolbtn_found(meta, rest) && !col_found(meta, rest)) {
+      print_msg(name, text, "toolbtn or column is not found", out);
+    }
+    return;
+  }
+  if (prefix == "msg") {
+    std::string key = cut_prefix(rest);
+    if (key == "confirm") key = cut_prefix(key);
+    std::replace(key.begin(), key.end(), '_', '.');
+    if (!toolbtn_found_by_func_name(meta, key)) print_msg(name, text, "is unrecognized", out);
+    return;
+  }
+  if (Selects(doc, "//msg[@name='" + prefix + "']")) return;
+  if (!col_found(meta, name)) print_msg(name, text, "is unrecognized", out);
+}
+
+void check_unused(const std::string& lang) {
+  std::cout << std::endl;
+  std::cout << "Unused for lang " << lang << std::endl;
+
+  pnl_xml::Xml description;
+  description.LoadFromFile(pnl_file::GetCurrentDir() + "/etc/xml/" + PNL_NAME() + ".xml");
+
+  std::vector<std::string> files;
+  getXmlFiles(files, lang);
+  for (const std::string& path : files) {
+    const std::string base = pnl_file::SplitPath(path).second;
+    std::ostringstream out;
+    pnl_xml::Xml doc;
+    doc.LoadFromFile(path);
+    const std::string root_name = doc.GetRoot().GetProp("name");
+
+    pnl_xml::XPath includes(doc, "//include");
+    if (includes.size() != 0) MergeIncludes(doc, includes, lang, out);
+
+    pnl_xml::XPath metadata(description, "//metadata[@name=\"" + root_name + "\"]");
+    if (metadata.size() == 0) {
+      // Such a document has nothing to be checked against: it is passed
+      // over without a word, its merge lines included.
+      out << "\t" << " no metadata found for " << root_name << "\n";
+      continue;
+    }
+    pnl_xml::Xml meta;
+    meta.SetRoot(metadata[0], false);
+    const std::string type = meta.GetRoot().GetProp("type");
+
+    for (pnl_xml::XmlNode msg : pnl_xml::XPath(doc, "/*/*")) {
+      if (!msg.GetProp("added").empty()) continue;
+      const std::string name = msg.GetProp("name");
+      const std::string text = msg.Str();
+      if (name == "title" || name.starts_with("msg_error_") || name.starts_with("progress_"))
+        continue;
+      const std::string prefix = get_prefix(name);
+      const std::string rest = cut_prefix(name);
+      if (type == "list")
+        list_process(prefix, rest, name, meta, doc, text, out);
+      else if (type == "form")
+        form_process(prefix, rest, name, meta, doc, text, out);
+    }
+
+    if (!out.str().empty()) {
+      std::cout << std::endl;
+      std::cout << base << std::endl;
+      std::cout << out.str() << std::flush;
+    }
+  }
+}
+
+// ---- Repeated message check ---------------------------------------------
+
+void check_repeats(const std::string& lang) {
+  std::cout << std::endl;
+  std::cout << "Repeated messages for lang " << lang << std::endl;
+
+  std::map<std::string, std::vector<XmlMsg>> table;
+  std::vector<std::string> files;
+  getXmlFiles(files, lang);
+  for (const std::string& path : files) {
+    const std::string base = pnl_file::SplitPath(path).second;
+    pnl_xml::Xml doc;
+    doc.LoadFromFile(path);
+    for (pnl_xml::XmlNode msg : pnl_xml::XPath(doc, "//msg")) {
+      if (!msg.GetProp("added").empty()) continue;
+      table[msg.Str()].emplace_back(base, msg.GetProp("name"));
+    }
+  }
+
+  std::vector<std::string> blocks;
+  for (const auto& [text, places] : table) {
+    std::ostringstream block;
+    if (places.size() > 1) {
+      block << places.size() << " - '" << text << "'" << "\n";
+      for (const XmlMsg& place : places) block << "\t" << place.file << " " << place.name << "\n";
+    }
+    blocks.push_back(block.str());
+  }
+  // Equal counts keep the ascending order of their texts, so that every run
+  // reports alike.
+  std::stable_sort(blocks.begin(), blocks.end(), order);
+  for (const std::string& block : blocks) std::cout << block;
+  std::cout.flush();
+}
+
+// ---- Column hint check --------------------------------------------------
+
+namespace msglint_private {
+
+namespace {
+
+std::string XmlPath(const std::string& file) {
+  const std::string work_dir = pnl_file::GetCurrentDir();
+  return pnl_file::ConcatNPath(4, work_dir.c_str(), "etc", "xml", file.c_str());
+}
+
+}  // namespace
+
+ColumnList::ColumnList(const std::string& manager, const std::string& lang)
+    : manager(manager), lang(lang) {
+  const std::string path = XmlPath(manager + ".xml");
+  if (pnl_file::Exists(path)) doc.LoadFromFile(path);
+
+  std::vector<std::string> columns;
+  for (pnl_xml::XmlNode metadata : doc.GetNodes("/pnldata/metadata")) {
+    pnl_xml::XmlNode coldata = metadata.FindNode("coldata");
+    if (!coldata) continue;
+    for (pnl_xml::XmlNode col = coldata.FirstChild(); col; col = col.Next()) {
+      const std::string name = col.GetProp("name");
+      if (!name.empty()) columns.push_back(name);
+    }
+    table[metadata.GetProp("name")] = columns;
+    columns.clear();
+  }
+}
+
+ColumnList::HintList::HintList(const std::string& manager, const std::string& lang)
+    : manager(manager), lang(lang) {
+  const std::string path = XmlPath(manager + "_msg_" + lang + ".xml");
+  if (pnl_file::Exists(path)) doc.LoadFromFile(path);
+}
+
+void ColumnList::HintList::Parse() {
+  // Section -> the sections whose hints it would take over through its
+  // includes. Only includes feed these sets, so they stay empty and an
+  // include never adds a hint to a section.
+  std::map<std::string, std::set<std::string>> includes;
+  for (pnl_xml::XmlNode section :
+       doc.GetNodes("/pnldata/lang[@name='" + lang + "']/messages")) {
+    const std::string section_name = section.GetProp("name");
+    std::set<std::string> hints;
+    for (pnl_xml::XmlNode child = section.FirstChild(); child; child = child.Next()) {
+      if (child.Name() == "include") {
+        const std::set<std::string> included = includes[child.GetProp("name")];
+        std::set<std::string>& own = includes[section_name];
+        own.insert(included.begin(), included.end());
+      } else if (child.Name() == "msg" && str::StartsWith(child.GetProp("name"), "hint_")) {
+        hints.insert(child.GetProp("name"));
+      }
+    }
+    table[section_name] = std::vector<std::string>(hints.begin(), hints.end());
+  }
+  for (const auto& [section_name, included] : includes) {
+    for (const std::string& other : included) {
+      auto from = table.find(other);
+      if (from == table.end()) continue;
+      const std::vector<std::string> extra = from->second;
+      std::vector<std::string>& into = table[section_name];
+      into.insert(into.end(), extra.begin(), extra.end());
+    }
+  }
+}
+
+}  // namespace msglint_private
+
+void report_column_hints(const std::string& manager, const std::string& lang) {
+  msglint_private::ColumnList columns(manager, lang);
+  msglint_private::ColumnList::HintList hints(manager, lang);
+  hints.Parse();
+  for (const auto& [list, names] : columns.table) {
+    for (const std::string& column : names) {
+      bool lacks = hints.table.empty();
+      if (!lacks) {
+        auto section = hints.table.find(list);
+        lacks = section == hints.table.end() ||
+                std::find(section->second.begin(), section->second.end(),
+                          "hint_" + column) == section->second.end();
+      }
+      if (lacks)
+        std::cout << "В таблице '" << list << "' отстутствет хинт для столбца '" << column
+                  << "'" << std::endl;
+    }
+  }
 }

@@ -9,6 +9,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "pnl/file.h"
@@ -87,5 +88,87 @@ void split(const std::string& text, char separator, std::vector<std::string>& ou
 // include elements; a missing file adds a report line to `out`.
 void MergeIncludes(pnl_xml::Xml& doc, const pnl_xml::XPath& includes,
                    const std::string& lang, std::ostringstream& out);
+
+// ---- Run driver ---------------------------------------------------------
+
+// Drops from `langs` the languages whose message file
+// `msg_dir` + manager + "_msg_" + language + ".xml" does not exist. The walk
+// moves one position on after every removal too, so the language that moved
+// up into a removed one's place is kept unexamined; it ends at the end of
+// the list, also when the last language was the one removed.
+void drop_languages(std::vector<std::string>& langs, const std::string& msg_dir);
+
+// ---- Free-standing audits -----------------------------------------------
+
+// Lists the text inputs of the manager's forms that have no validator, with
+// their form, field and Russian title and label.
+void check_validator();
+
+// Lists the cached description files of `lang` whose name is no action of
+// the running manager.
+void check_actionlist(const std::string& lang);
+
+// Lists the messages of `lang` that no element of their form or list uses.
+void check_unused(const std::string& lang);
+// The deciders of check_unused for a message of a form and of a list: a
+// message that nothing can use gets a report line in `out`.
+void form_process(const std::string& prefix, const std::string& rest,
+                  const std::string& name, pnl_xml::Xml& meta, pnl_xml::Xml& doc,
+                  const std::string& text, std::ostringstream& out);
+void list_process(const std::string& prefix, const std::string& rest,
+                  const std::string& name, pnl_xml::Xml& meta, pnl_xml::Xml& doc,
+                  const std::string& text, std::ostringstream& out);
+// Lookups of `key` in a metadata description.
+bool field_found(pnl_xml::Xml& meta, const std::string& key);
+bool page_found(pnl_xml::Xml& meta, const std::string& key);
+bool toolbtn_found(pnl_xml::Xml& meta, const std::string& key);
+bool toolbtn_found_by_func_name(pnl_xml::Xml& meta, const std::string& key);
+bool colprop_found(pnl_xml::Xml& meta, const std::string& key);
+bool col_found(pnl_xml::Xml& meta, const std::string& key);
+
+// One occurrence of a message: the base name of its file and its name.
+struct XmlMsg {
+  XmlMsg(std::string file, std::string name) : file(std::move(file)), name(std::move(name)) {}
+  std::string file;
+  std::string name;
+};
+
+// Lists the message texts of `lang` that occur more than once, the most
+// repeated first, with every place where they occur.
+void check_repeats(const std::string& lang);
+
+namespace msglint_private {
+
+// The columns of every list of a manager's description: list name -> its
+// column names in description order. A later list of the same name wins.
+class ColumnList {
+ public:
+  ColumnList(const std::string& manager, const std::string& lang);
+
+  // The hint messages of every messages section of a language's message
+  // file: section name -> its "hint_" message names, ascending. Only the
+  // hints written directly in a section count; includes add nothing.
+  class HintList {
+   public:
+    HintList(const std::string& manager, const std::string& lang);
+    void Parse();
+
+    std::string manager;
+    std::string lang;
+    std::map<std::string, std::vector<std::string>> table;
+    pnl_xml::Xml doc;
+  };
+
+  std::string manager;
+  std::string lang;
+  std::map<std::string, std::vector<std::string>> table;
+  pnl_xml::Xml doc;
+};
+
+}  // namespace msglint_private
+
+// Writes one line on standard output for every list column of `manager`
+// that has no "hint_" message in the language's message file.
+void report_column_hints(const std::string& manager, const std::string& lang);
 
 #endif  // TESTUTILS_MSGLINT_H_
