@@ -1,19 +1,751 @@
 #include "testutils/MissedCheck.h"
 
-// Placeholder bodies, replaced as each check lands.
-void MissedCheck::initExludeList() {}
-int MissedCheck::check() { return 0; }
-bool MissedCheck::isExcludedProp(std::string, const std::string&) { return false; }
-bool MissedCheck::usedFunctionToCheck(const std::string&, const std::string&,
-                                      const std::string&) {
+#include <algorithm>
+#include <sstream>
+
+#include "pnl/file.h"
+#include "pnl/log.h"
+#include "pnl/proc.h"
+#include "pnl/str.h"
+#include "testutils/msglint.h"
+
+namespace {
+
+// One row of the built-in exclusion table: a field or property of a form
+// (metadata element) of a manager that the audit leaves alone. A row
+// without a field excludes the whole metadata element.
+struct ExclusionRow {
+  const char* manager;
+  const char* form;
+  const char* field;
+};
+
+// Rows of one manager stay together: each manager gets one element.
+const ExclusionRow kExclusions[] = {
+    {"kern", "backup.plan", "type"},
+    {"kern", "backup.plan.datafilter", "type"},
+    {"kern", "backup.plan.datafilter", "owner"},
+    {"kern", "backup.plan.datafilter", "name"},
+    {"kern", "backup.storages", "type"},
+    {"kern", "backups", "plan_type"},
+    {"kern", "backups", "backup_type"},
+    {"kern", "backupdata", "type"},
+    {"kern", "sysinfo", "name"},
+    {"kern", "sysinfo.detail", "name"},
+    {"kern", "sysinfo.cpu", "name"},
+    {"kern", "product", "descr"},
+    {"kern", "product.changelog", "type"},
+    {"kern", "product.changelog", "edition"},
+    {"kern", "software", "dispname"},
+    {"kern", "builder", nullptr},
+    {"kelpnl", "file.avcheckparams", "optype"},
+    {"kelpnl", "file.avcheckparams", "time_min"},
+    {"kelpnl", "file.avcheck", "command"},
+    {"kelpnl", "file.avcheck", "avname"},
+    {"kelpnl", "scheduler.edit", "time_min"},
+    {"kelpnl", "firewall", "proto"},
+    {"kelpnl", "firewall", "sourceip"},
+    {"kelpnl", "firewall", "dport"},
+    {"kelpnl", "firewall", "depend"},
+    {"kelpnl", "netactconn.detail.showbycountry", "country"},
+    {"kelpnl", "preset", "level"},
+    {"kelpnl", "domain.record", "rtype"},
+    {"kelpnl", "db.server", "type"},
+    {"kelpnl", "emaildomain", "defaction"},
+    {"kelpnl", "email.sorter", "allany"},
+    {"kelpnl", "email.sorter.cond", "what"},
+    {"kelpnl", "email.sorter.cond", "mod"},
+    {"kelpnl", "email.sorter.action", "action"},
+    {"kelpnl", "services", "description"},
+    {"kelpnl", "monitoring.add", "service_name"},
+    {"kelpnl", "monitoring.add", "service_process_name"},
+    {"kelpnl", "monitoring.add", "service_pid"},
+    {"kelpnl", "monitoring.add", "service_type"},
+    {"kelpnl", "monitoring.add", "service_ip"},
+    {"kelpnl", "monitoring.add", "service_port"},
+    {"kelpnl", "userstat", "name"},
+    {"kelpnl", "adminstat", "name"},
+    {"kelpnl", "adminstat.details", "uname"},
+    {"fenpnl", "dashboard.adminfo", "type"},
+    {"fenpnl", "vm.sysinfo", "name"},
+    {"gorpnl", "vm.sysinfo", "name"},
+    {"gorpnl", "vmhostnode.net", "type"},
+    {"gorpnl", "vmhostnode.info", "type"},
+    {"gorpnl", "dashboard.adminfo", "type"},
+    {"gorpnl", "dashboard.adminfo", "value"},
+    {"rudpnl", "dashboard.info", "type"},
+};
+
+// Colours that a setcolor element may name, compared exactly.
+const char* const kAllowedColors[] = {"red", "green", "blue", "yellow", "cyan"};
+
+bool Contains(const std::vector<std::string>& list, const std::string& item) {
+  return std::find(list.begin(), list.end(), item) != list.end();
+}
+
+bool IsAllowedColor(const std::string& color) {
+  for (const char* allowed : kAllowedColors)
+    if (color == allowed) return true;
   return false;
 }
-void MissedCheck::add_kern_common_msg(pnl_xml::Xml&, const std::string&) {}
-void MissedCheck::check_form_fields(bool, const pnl_xml::XmlNode&, std::vector<std::string>&,
-                                    std::vector<std::string>&) {}
-void MissedCheck::check_form_langs(const std::vector<std::string>&,
-                                   const std::vector<std::string>&) {}
-void MissedCheck::check_list() {}
-void MissedCheck::check_mainmenu() {}
-void MissedCheck::ValidateNext(pnl_xml::Xml, const std::string&, std::vector<std::string>,
-                               const std::string&) {}
+
+// Fills `doc` with the messages one object needs in language `lang`: its
+// own file `file` completed with the files it includes, then every message
+// of the common file `common`, then the base manager's common messages.
+void AssembleMessages(MissedCheck& audit, pnl_xml::Xml& doc, const std::string& file,
+                      const std::string& common, const std::string& lang) {
+  doc.LoadFromFile(file);
+  pnl_xml::XPath includes(doc, "//include");
+  if (!includes.empty()) {
+    std::ostringstream collector;  // include problems are not this audit's report
+    MergeIncludes(doc, includes, lang, collector);
+  }
+  pnl_xml::Xml common_doc;
+  common_doc.LoadFromFile(common);
+  pnl_xml::XmlNode root = doc.GetRoot();
+  for (pnl_xml::XmlNode msg : pnl_xml::XPath(common_doc, "//msg")) root.AppendChild(msg);
+  audit.add_kern_common_msg(doc, lang);
+}
+
+// The query that finds the message `name` in a messages document.
+std::string MsgQuery(const std::string& name) {
+  return "//messages/msg[@name='" + name + "']";
+}
+
+}  // namespace
+
+// ---- Driver and exclusion lists -------------------------------------------
+
+void MissedCheck::initExludeList() {
+  pnl_xml::XmlNode root = exclude_xml.GetRoot();
+  pnl_xml::XmlNode manager;
+  std::string manager_name;
+  for (const ExclusionRow& row : kExclusions) {
+    if (!manager || manager_name != row.manager) {
+      manager_name = row.manager;
+      manager = root.AppendChild(row.manager);
+    }
+    pnl_xml::XmlNode form = manager.AppendChild(row.form);
+    if (row.field)
+      form.AppendChild(row.field);
+    else
+      form.SetProp("nocheck", "yes");
+  }
+  exclude_xml.Save(pnl_file::GetCurrentDir() + "/ecl.xml", false);
+}
+
+int MissedCheck::check() {
+  const std::string work_dir = pnl_file::GetCurrentDir();
+  out_file = fopen((work_dir + "/var/test_msgs").c_str(), "w+");
+  if (!out_file) {
+    printf("Can't open out file for log.\n");
+    fflush(stdout);
+    return -1;
+  }
+
+  main_xml_path = work_dir + "/etc/xml/" + PNL_NAME() + ".xml";
+  if (msglint_log.Check(9))
+    msglint_log.Write(9, "%s:%d Main xml data stored in \"%s\".", MSGLINT_HERE,
+                      main_xml_path.c_str());
+  // Logged in both report modes, although the walk runs only in full mode.
+  if (msglint_log.Check(9))
+    msglint_log.Write(9, "%s:%d Validating xml on self-included conditions.", MSGLINT_HERE);
+  main_xml.LoadFromFile(main_xml_path);
+  if (report_mode == "-f") ValidateNext(main_xml, "//pnldata", {}, "pnldata");
+
+  pnl_xml::XPath metadata(main_xml, "//pnldata/metadata");
+  check_mainmenu();
+
+  for (pnl_xml::XmlNode meta : metadata) {
+    meta_name = meta.GetProp("name");
+    meta_type = meta.GetProp("type");
+    pnl_xml::XPath nocheck(exclude_xml,
+                           "/doc/" + PNL_NAME() + "/" + meta_name + "/@" + "nocheck");
+    if (!nocheck.empty()) continue;
+
+    if (meta_type == "form") {
+      pnl_xml::XPath forms(main_xml, "//pnldata/metadata[@name='" + meta_name + "']/form");
+      const bool multi_form = forms.size() > 1;
+      for (pnl_xml::XmlNode form : forms) {
+        if (form.GetProp("id") == "windows") continue;
+        std::vector<std::string> hint_fields;
+        std::vector<std::string> checkbox_descs;
+        check_form_fields(multi_form, form, hint_fields, checkbox_descs);
+        check_form_langs(hint_fields, checkbox_descs);
+      }
+    } else if (meta_type == "list") {
+      check_list();
+    }
+  }
+
+  fclose(out_file);
+  out_file = nullptr;
+
+  int result = base_code;
+  if (color_errors) result |= 1;
+  if (hint_errors) result |= 2;
+  if (label_errors) result |= 4;
+  if (desc_errors) result |= 8;
+  if (title_errors) result |= 16;
+  if (msglint_log.Check(9))
+    msglint_log.Write(9, "%s:%d Resulting Error Code: %d", MSGLINT_HERE, result);
+  return result;
+}
+
+bool MissedCheck::isExcludedProp(std::string form, const std::string& prop) {
+  return !pnl_xml::XPath(exclude_xml, "//" + PNL_NAME() + "/" + form + "/" + prop).empty();
+}
+
+bool MissedCheck::usedFunctionToCheck(const std::string& func, const std::string& field,
+                                      const std::string& lang) {
+  const std::string work_dir = pnl_file::GetCurrentDir();
+  const std::string cache_file = pnl_file::GoodPath(
+      work_dir + "/var/.xmlcache/" + PNL_NAME() + "/checked/" + func + ".msg." + lang + ".xml");
+  // The panel writes the checked files of every language whatever the
+  // request names, so the request always asks in Russian.
+  const std::string command =
+      pnl_file::GoodPath(work_dir + "/sbin/pnlctl -m " + PNL_NAME() + " " + func + " lang=ru");
+  {
+    pnl_proc::Execute pnlctl(command, 0);
+    pnlctl.Run();
+  }
+  if (!pnl_file::Exists(cache_file)) return false;
+  pnl_xml::Xml messages;
+  messages.LoadFromFile(cache_file);
+  return !pnl_xml::XPath(messages, MsgQuery("hint_" + field)).empty();
+}
+
+void MissedCheck::add_kern_common_msg(pnl_xml::Xml& msgs, const std::string& lang) {
+  pnl_xml::Xml kern;
+  kern.LoadFromFile(pnl_file::GetCurrentDir() + "/etc/xml/kern_msg_" + lang + ".xml");
+  pnl_xml::XmlNode root = msgs.GetRoot();
+  for (pnl_xml::XmlNode msg : pnl_xml::XPath(kern, "//messages[@name='common']/msg"))
+    root.AppendChild(msg);
+}
+
+// ---- Form fields ----------------------------------------------------------
+
+void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& form,
+                                    std::vector<std::string>& hint_fields,
+                                    std::vector<std::string>& checkbox_descs) {
+  const std::string selector =
+      multi_form ? "form[@id='" + form.GetProp("id") + "']" : std::string("form");
+  const std::string form_path =
+      "//pnldata/metadata[@name='" + meta_name + "']/" + selector + "/field[@name='";
+  pnl_xml::XPath fields(main_xml, "//pnldata/metadata[@name='" + meta_name + "']/" +
+                                      selector +
+                                      "/field[(boolean(@if)=false or @if!='windows') and "
+                                      "not(@noname)]");
+
+  for (unsigned long i = 0; i < fields.size(); ++i) {
+    pnl_xml::XmlNode field = fields[i];
+    const std::string name = field.GetProp("name");
+    const char* const F = name.c_str();
+    const char* const M = meta_name.c_str();
+
+    if (field.GetProp("type") == "textdata") continue;
+    if (isExcludedProp(meta_name, name)) continue;
+    if (Contains(field_skip_list, meta_name + "." + name)) {
+      if (msglint_log.Check(4))
+        msglint_log.Write(4, "Skiping %s from %s 'cause it's in the shit list.", F, M);
+      continue;
+    }
+
+    const std::string path = form_path + name;
+    pnl_xml::XPath msg_textdata(main_xml, path + "']/textdata[@type='msg']");
+    pnl_xml::XPath hidden(main_xml, path + "']/*[@type='hidden']");
+    pnl_xml::XPath children(main_xml, path + "']/*");
+    pnl_xml::XPath descs(main_xml, path + "']/desc");
+    pnl_xml::XPath links(main_xml, path + "']/link");
+    pnl_xml::XPath textdata(main_xml, path + "']/textdata");
+
+    if (!textdata.empty()) {
+      if (PNL_NAME() == "rudpnl" && name == "confinfo" && meta_name == "spareaddmoveconfirm")
+        continue;
+      if (textdata[0].GetProp("name") == name) {
+        if (msglint_log.Check(3))
+          msglint_log.Write(3, "Textdata name = field name with value: %s in form: %s \n", F, M);
+        printf("Textdata name = field name with value: %s in form: %s \n", F, M);
+        fflush(stdout);
+      }
+    }
+
+    // A field made of one kind of child only needs no messages of its own.
+    auto only = [&children](const pnl_xml::XPath& part) {
+      return !part.empty() && part.size() == children.size();
+    };
+    if (only(msg_textdata)) {
+      if (msglint_log.Check(4))
+        msglint_log.Write(4, "Only textdata in field '%s' in '%s' skiping it", F, M);
+      continue;
+    }
+    if (only(links)) {
+      if (msglint_log.Check(4))
+        msglint_log.Write(4, "Only links presented in field '%s' in '%s' skiping it", F, M);
+      continue;
+    }
+    if (only(descs)) {
+      if (msglint_log.Check(4))
+        msglint_log.Write(4, "Only descriptions presented in field '%s' in '%s' skiping it", F,
+                          M);
+      continue;
+    }
+    if (only(hidden)) {
+      if (msglint_log.Check(4))
+        msglint_log.Write(4, "Skiping field '%s' in '%s' 'cause it is hidden", F, M);
+      continue;
+    }
+
+    pnl_xml::XPath checkboxes(main_xml, path + "']/input[@type='checkbox']");
+    pnl_xml::XPath domains(main_xml, path + "']/input[@check='domain']");
+    descs = pnl_xml::XPath(main_xml, path + "']/desc");
+
+    if (!domains.empty()) {
+      const std::string convert = domains[0].GetProp("convert");
+      if (convert.empty()) {
+        if (msglint_log.Check(3))
+          msglint_log.Write(3, "No attribute convert on field %s for form named \"%s\" \n", F, M);
+        printf("No attribute convert on field %s for form named \"%s\" \n", F, M);
+        fflush(stdout);
+        ++title_errors;
+      } else if (convert != "punycode") {
+        if (msglint_log.Check(3))
+          msglint_log.Write(3,
+                            "Wrong attribute value convert %s on field %s for form named "
+                            "\"%s\" \n",
+                            convert.c_str(), F, M);
+        printf("Wrong attribute value convert %s on field %s for form named \"%s\" \n",
+               convert.c_str(), F, M);
+        fflush(stdout);
+        ++title_errors;
+      }
+    }
+
+    if (field.GetProp("fullwidth") != "yes" && checkboxes.empty() && !name.empty())
+      hint_fields.push_back(name);
+
+    if (checkboxes.size() > descs.size() && msglint_log.Check(4))
+      msglint_log.Write(
+          4, "size of descriptions is less than size of checkbox in \"%s\" with field name \"%s\".",
+          M, F);
+
+    for (pnl_xml::XmlNode desc : descs) {
+      const std::string desc_name = desc.GetProp("name");
+      checkbox_descs.push_back(desc_name.empty() ? name : desc_name);
+    }
+  }
+}
+
+// ---- Self-included conditions ---------------------------------------------
+
+void MissedCheck::ValidateNext(pnl_xml::Xml doc, const std::string& path,
+                               std::vector<std::string> conditions,
+                               const std::string& path_name) {
+  if (path.empty()) return;
+  pnl_xml::XPath children(doc, path + "/*");
+  for (unsigned long i = 1; i <= children.size(); ++i) {
+    pnl_xml::XmlNode child = children[i - 1];
+    const std::string name = child.GetProp("name");
+    const std::string cond = child.GetProp("if");
+    const std::string label = name.empty() ? "[" + str::Str(static_cast<long>(i)) + "]" : name;
+    const std::string child_name = path_name + "." + label;
+
+    if (Contains(conditions, cond)) {
+      if (msglint_log.Check(3))
+        msglint_log.Write(3,
+                          "There are self-included conditions for xml: \"%s\" with condition "
+                          "(if) = \"%s\".",
+                          child_name.c_str(), cond.c_str());
+      printf("There are self-included conditions for xml: \"%s\" with condition (if) = \"%s\".\n",
+             child_name.c_str(), cond.c_str());
+      fflush(stdout);
+    }
+    if (!cond.empty()) conditions.push_back(cond);
+    ValidateNext(doc, path + "/*[" + str::Str(static_cast<long>(i)) + "]", conditions,
+                 child_name);
+    if (!cond.empty()) conditions.pop_back();
+  }
+}
+
+// ---- Form titles, hints, labels and check boxes ---------------------------
+
+void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
+                                   const std::vector<std::string>& checkbox_descs) {
+  const std::string& form = meta_name;
+  const char* const F = form.c_str();
+  const std::string& manager = PNL_NAME();
+
+  for (const std::string& lang : langs) {
+    const char* const L = lang.c_str();
+    const std::string form_file = cache_dir + "/" + form + ".msg." + lang + ".xml";
+    const std::string common_file = cache_dir + "/common.msg." + lang + ".xml";
+    if (!pnl_file::Exists(form_file)) {
+      if (msglint_log.Check(4)) msglint_log.Write(4, "File \"%s\" not exist.", form_file.c_str());
+      continue;
+    }
+    pnl_xml::Xml messages;
+    AssembleMessages(*this, messages, form_file, common_file, lang);
+
+    pnl_xml::XPath title(messages, MsgQuery("title"));
+    pnl_xml::XPath title_new(messages, MsgQuery("title_new"));
+
+    if (Contains(lang_skip_list, form)) {
+      if (msglint_log.Check(4))
+        msglint_log.Write(4, "Skiping %s from titles 'cause it's in the shit list.", F);
+      continue;
+    }
+    if (form.find("filter") != std::string::npos) continue;
+
+    if (title.empty() && title_new.empty()) {
+      // These forms have no title of their own; their fields go unchecked too.
+      if (manager == "kelpnl" && (form == "file.avcheck" || form == "web.restore.ip")) continue;
+      if (msglint_log.Check(3)) msglint_log.Write(3, "Form \"%s\" on %s have no title.", F, L);
+      fprintf(out_file, "TITLE %s %s\n", F, L);
+      fflush(out_file);
+      printf("Form \"%s\" on %s have no title.\n", F, L);
+      fflush(stdout);
+      ++title_errors;
+    }
+
+    for (const std::string& field : hint_fields) {
+      const char* const N = field.c_str();
+      pnl_xml::XPath hint(messages, MsgQuery("hint_" + field));
+      pnl_xml::XPath label(messages, MsgQuery(field));
+
+      if (form.find("plugin") != std::string::npos || form.find("builder") != std::string::npos ||
+          form.find("filter") != std::string::npos)
+        continue;
+
+      if (hint.empty()) {
+        if (usedFunctionToCheck(form, field, lang)) continue;
+        if (manager == "rudpnl" && field == "confinfo") continue;
+        if (manager == "rudpnl" && field == "net" && form == "vlan.edit") continue;
+        if (manager == "kelpnl" && field == "stat" && form == "usermove.last") continue;
+        if (manager == "kelpnl" && field == "comment" && form == "admin.edit") continue;
+        if (msglint_log.Check(4))
+          msglint_log.Write(4, "There is no hint for field \"%s\" from \"%s\" on %s language.", N,
+                            F, L);
+        fprintf(out_file, "HINT %s.%s %s\n", F, N, L);
+        fflush(out_file);
+        printf("There is no hint for field \"%s\" from \"%s\" on %s language.\n", N, F, L);
+        fflush(stdout);
+        printf("Must be: <msg name=\"hint_%s\"></msg>\n", N);
+        fflush(stdout);
+        ++hint_errors;
+      } else if (hint[0].Str().empty()) {
+        if (msglint_log.Check(4))
+          msglint_log.Write(4, "Hint for field \"%s\" from \"%s\" on %s language is empty.", N, F,
+                            L);
+        fprintf(out_file, "EMPTY HINT %s.%s %s\n", F, N, L);
+        fflush(out_file);
+        printf("Hint for field \"%s\" from \"%s\" on %s language is empty.\n", N, F, L);
+        fflush(stdout);
+        ++hint_errors;
+      }
+
+      if (label.empty()) {
+        if (manager == "rudpnl" && field == "confinfo" && form == "spareaddmoveconfirm") continue;
+        if (manager == "kelpnl" && field == "stat" && form == "usermove.last") continue;
+        if (manager == "kelpnl" && field == "comment" && form == "admin.edit") continue;
+        if (msglint_log.Check(3))
+          msglint_log.Write(3, "There is no label for field \"%s\" from \"%s\" on %s language.", N,
+                            F, L);
+        fprintf(out_file, "LABEL %s.%s %s\n", F, N, L);
+        fflush(out_file);
+        printf("There is no label for field \"%s\" from \"%s\" on %s language.\n", N, F, L);
+        fflush(stdout);
+        ++label_errors;
+      } else if (label[0].Str().empty()) {
+        // An empty label is reported with the empty-hint texts on purpose.
+        if (msglint_log.Check(3))
+          msglint_log.Write(3, "Hint for field \"%s\" from \"%s\" on %s language is empty.", N, F,
+                            L);
+        fprintf(out_file, "EMPTY HINT %s.%s %s\n", F, N, L);
+        fflush(out_file);
+        printf("Hint for field \"%s\" from \"%s\" on %s language is empty.\n", N, F, L);
+        fflush(stdout);
+        ++label_errors;
+      }
+    }
+
+    for (const std::string& checkbox : checkbox_descs) {
+      const char* const X = checkbox.c_str();
+      pnl_xml::XPath desc(messages, MsgQuery(checkbox));
+      if (desc.empty()) {
+        if (msglint_log.Check(3))
+          msglint_log.Write(
+              3, "There is no description about checkbox \"%s\" in \"%s\" xml file for %s.", X, F,
+              L);
+        fprintf(out_file, "CBOX %s.%s %s\n", F, X, L);
+        fflush(out_file);
+        printf("There is no description about checkbox \"%s\" in \"%s\" xml file for %s.\n", X, F,
+               L);
+        fflush(stdout);
+        ++desc_errors;
+      } else if (desc[0].Str().empty()) {
+        if (msglint_log.Check(3))
+          msglint_log.Write(3, "Description about checkbox \"%s\" in \"%s\" xml file for %s is empty.",
+                            X, F, L);
+        fprintf(out_file, "EMPTY CBOX %s.%s %s\n", F, X, L);
+        fflush(out_file);
+        printf("Description about checkbox \"%s\" in \"%s\" xml file for %s is empty.\n", X, F, L);
+        fflush(stdout);
+        ++desc_errors;
+      }
+    }
+  }
+}
+
+// ---- Lists: columns, colours and toolbar buttons --------------------------
+
+void MissedCheck::check_list() {
+  const std::string& list = meta_name;
+  const char* const S = list.c_str();
+  const std::string prefix = "//pnldata/metadata[@name='" + list + "']";
+
+  // Assembles the messages of `lang` into `doc`; false when the list has no
+  // message file in that language.
+  auto assemble = [this, &list](pnl_xml::Xml& doc, const std::string& lang) {
+    const std::string list_file = cache_dir + "/" + list + ".msg." + lang + ".xml";
+    if (!pnl_file::Exists(list_file)) {
+      if (msglint_log.Check(4)) msglint_log.Write(4, "File \"%s\" not exist.", list_file.c_str());
+      return false;
+    }
+    AssembleMessages(*this, doc, list_file, cache_dir + "/common.msg." + lang + ".xml", lang);
+    return true;
+  };
+
+  pnl_xml::XPath columns(main_xml,
+                         prefix + "/coldata/col[boolean(@if)=false or @if!='windows']");
+  for (unsigned long i = 0; i < columns.size(); ++i) {
+    pnl_xml::XmlNode column = columns[i];
+    const std::string column_name = column.GetProp("name");
+    const char* const N = column_name.c_str();
+
+    if (Contains(list_skip_list, list + "." + column_name)) {
+      if (msglint_log.Check(4))
+        msglint_log.Write(4, "Skiping collumn %s from %s 'cause it's in the shit list.", N, S);
+      continue;
+    }
+
+    for (const std::string& lang : langs) {
+      const char* const L = lang.c_str();
+      pnl_xml::Xml messages;
+      if (!assemble(messages, lang)) continue;
+      if (pnl_xml::XPath(messages, MsgQuery(column_name)).empty()) {
+        if (msglint_log.Check(3))
+          msglint_log.Write(
+              3, "There is no description for table column named \"%s\" in \"%s\" for language %s.",
+              N, S, L);
+        fprintf(out_file, "COLUMN %s.%s %s\n", S, N, L);
+        fflush(out_file);
+        printf("There is no description for table column named \"%s\" in \"%s\" for language %s.\n",
+               N, S, L);
+        fflush(stdout);
+        ++desc_errors;
+      }
+    }
+
+    if (column.GetProp("type") != "msg") continue;
+
+    pnl_xml::XPath background(main_xml,
+                              prefix + "/coldata//setcolor[@name='" + column_name + "']");
+    pnl_xml::XPath text(main_xml, prefix + "/coldata/col[@name='" + column_name + "']/setcolor");
+    if (isExcludedProp(list, column_name)) continue;
+
+    if (report_mode == "-f") {
+      if (background.empty()) {
+        if (msglint_log.Check(3))
+          msglint_log.Write(
+              3, "There is no background setcolor for table column named \"%s\" in \"%s\" \n", N,
+              S);
+        fprintf(out_file, "COLUMN %s.%s \n", S, N);
+        fflush(out_file);
+        printf("There is no background setcolor for table column named \"%s\" in \"%s\" .\n", N,
+               S);
+        fflush(stdout);
+        ++color_errors;
+      } else {
+        for (pnl_xml::XmlNode setcolor : background) {
+          const std::string color = setcolor.GetProp("color");
+          if (color.empty()) {
+            if (msglint_log.Check(3))
+              msglint_log.Write(
+                  3, "Background setcolor is empty for table column named \"%s\" in \"%s\" \n", N,
+                  S);
+            fprintf(out_file, "COLUMN %s.%s \n", S, N);
+            fflush(out_file);
+            printf("Background setcolor is empty for table column named \"%s\" in \"%s\" .\n", N,
+                   S);
+            fflush(stdout);
+            ++color_errors;
+          } else if (!IsAllowedColor(color)) {
+            const char* const K = color.c_str();
+            if (msglint_log.Check(3))
+              msglint_log.Write(3,
+                                "Background setcolor has wrong color: %s for table column named "
+                                "\"%s\" in \"%s\" \n",
+                                K, N, S);
+            fprintf(out_file, "COLUMN %s.%s \n", S, N);
+            fflush(out_file);
+            printf(
+                "Background setcolor has wrong color: %s for table column named \"%s\" in \"%s\" "
+                ".\n",
+                K, N, S);
+            fflush(stdout);
+            ++color_errors;
+          }
+        }
+      }
+    }
+
+    if (text.empty()) {
+      const std::string& manager = PNL_NAME();
+      // These columns show plain text on purpose.
+      const bool exempt =
+          manager == "kelpnl" &&
+          ((column_name == "name" && list == "resellerstat") ||
+           (column_name == "uname" && list == "resellerstat.details") ||
+           (column_name == "dname" && list == "feature") ||
+           (column_name == "type" && list == "feature"));
+      if (!exempt) {
+        if (msglint_log.Check(3))
+          msglint_log.Write(
+              3, "There is no text color setcolor for table column named \"%s\" in \"%s\" \n", N,
+              S);
+        fprintf(out_file, "COLUMN %s.%s \n", S, N);
+        fflush(out_file);
+        printf("There is no text setcolor for table column named \"%s\" in \"%s\" .\n", N, S);
+        fflush(stdout);
+        ++color_errors;
+      }
+    } else {
+      for (pnl_xml::XmlNode setcolor : text) {
+        const std::string color = setcolor.GetProp("color");
+        if (color.empty()) {
+          if (msglint_log.Check(3))
+            msglint_log.Write(3,
+                              "Text setcolor is empty for table column named \"%s\" in \"%s\" \n",
+                              N, S);
+          fprintf(out_file, "COLUMN %s.%s \n", S, N);
+          fflush(out_file);
+          printf("Text setcolor is empty for table column named \"%s\" in \"%s\" .\n", N, S);
+          fflush(stdout);
+          ++color_errors;
+        } else if (!IsAllowedColor(color)) {
+          const char* const K = color.c_str();
+          if (msglint_log.Check(3))
+            msglint_log.Write(
+                3, "Text setcolor has wrong color: %s for table column named \"%s\" in \"%s\" \n",
+                K, N, S);
+          fprintf(out_file, "COLUMN %s.%s \n", S, N);
+          fflush(out_file);
+          printf("Text setcolor has wrong color: %s for table column named \"%s\" in \"%s\" .\n",
+                 K, N, S);
+          fflush(stdout);
+          ++color_errors;
+        }
+      }
+    }
+  }
+
+  pnl_xml::XPath buttons(main_xml,
+                         prefix + "/toolbar//toolbtn[boolean(@if)=false or @if!='windows']");
+  for (unsigned long i = 0; i < buttons.size(); ++i) {
+    pnl_xml::XmlNode button = buttons[i];
+    button_func = button.GetProp("func");
+    button_name = button.GetProp("name");
+
+    // A button belongs to the list when its function is one of the list's
+    // own ("user.edit" for the list "user"), or when it leads back.
+    const std::string::size_type dot = button_func.rfind('.');
+    if (dot != 0) {
+      const std::string owner =
+          dot == std::string::npos ? button_func : button_func.substr(0, dot);
+      if (owner != list && button_name != "back") continue;
+    }
+
+    const char* const B = button_name.c_str();
+    for (const std::string& lang : langs) {
+      const char* const L = lang.c_str();
+      pnl_xml::Xml messages;
+      if (!assemble(messages, lang)) continue;
+
+      pnl_xml::XPath short_name(messages, MsgQuery("short_" + button_name));
+      if (short_name.empty() || short_name[0].Str().empty()) {
+        if (msglint_log.Check(3))
+          msglint_log.Write(
+              3, "There is no short name for button \"%s\" from list \"%s\" for language %s.", B,
+              S, L);
+        fprintf(out_file, "SHORT NAME BUTTON %s.%s %s\n", S, B, L);
+        fflush(out_file);
+        printf(
+            "There is no short name for button \"%s\" from list \"%s\" for language %s.\nMust be: "
+            "<msg name=\"short_%s\"></msg>\n",
+            B, S, L, B);
+        fflush(stdout);
+        ++hint_errors;
+      }
+
+      pnl_xml::XPath hint(messages, MsgQuery("hint_" + button_name));
+      if (hint.empty() || hint[0].Str().empty()) {
+        if (msglint_log.Check(4))
+          msglint_log.Write(4, "There is no hint for \"%s\" from \"%s\" on %s language.", B, S, L);
+        fprintf(out_file, "HINT %s.%s %s\n", S, B, L);
+        fflush(out_file);
+        printf(
+            "There is no hint for \"%s\" from \"%s\" on %s language.\nMust be: <msg "
+            "name=\"hint_%s\"></msg>\n",
+            B, S, L, B);
+        fflush(stdout);
+        ++hint_errors;
+      }
+    }
+  }
+}
+
+// ---- Main menu ------------------------------------------------------------
+
+void MissedCheck::check_mainmenu() {
+  if (msglint_log.Check(9))
+    msglint_log.Write(9, "%s:%d Checking messages in main menu", MSGLINT_HERE);
+
+  pnl_xml::XPath second_level(main_xml, "//pnldata/mainmenu/node/node/@name");
+  pnl_xml::XPath first_level(main_xml, "//pnldata/mainmenu/node/@name");
+
+  std::vector<std::string> items;
+  for (const pnl_xml::XPath* level : {&first_level, &second_level}) {
+    for (unsigned long i = 0; i < level->size(); ++i) {
+      const std::string item = (*level)[i].Str();
+      if (!Contains(items, item)) items.push_back(item);
+    }
+  }
+
+  for (const std::string& item : items) {
+    const char* const M = item.c_str();
+    for (const std::string& lang : langs) {
+      const char* const L = lang.c_str();
+      const std::string desktop_file = cache_dir + "/desktop." + lang + ".xml";
+      const std::string common_file = cache_dir + "/common." + lang + ".xml";
+      if (!pnl_file::Exists(desktop_file)) {
+        if (msglint_log.Check(4))
+          msglint_log.Write(4, "File \"%s\" not exist.", desktop_file.c_str());
+        continue;
+      }
+      pnl_xml::Xml messages;
+      AssembleMessages(*this, messages, desktop_file, common_file, lang);
+
+      pnl_xml::XPath menu_msg(messages, MsgQuery("menu_" + item));
+      pnl_xml::XPath plain_msg(messages, MsgQuery(item));
+      if (!menu_msg.empty() || !plain_msg.empty()) continue;
+
+      if (msglint_log.Check(3))
+        msglint_log.Write(3, "There is no description for menu item \"%s\" for language %s.", M, L);
+      fprintf(out_file, "Message %s %s\n", M, L);
+      fflush(out_file);
+      printf("There is no description for menu item \"%s\" for language %s.\n", M, L);
+      fflush(stdout);
+      ++desc_errors;
+    }
+  }
+}
