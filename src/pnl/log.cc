@@ -1,0 +1,100 @@
+#include "pnl/log.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "pnl/file.h"
+
+namespace pnl_log {
+
+namespace {
+
+// The one log of the process.
+struct LogState {
+  FILE* file = nullptr;
+  std::string path;
+  Level level = 5;
+};
+
+LogState& State() {
+  static LogState state;
+  return state;
+}
+
+// Formats a printf format and its arguments into a string, whatever the
+// length; a format that vsnprintf cannot handle gives the format itself.
+std::string FormatV(const char* format, va_list args) {
+  if (format == nullptr) return std::string();
+  char small[512];
+  va_list copy;
+  va_copy(copy, args);
+  int n = vsnprintf(small, sizeof(small), format, copy);
+  va_end(copy);
+  if (n < 0) return format;
+  if (static_cast<size_t>(n) < sizeof(small)) return std::string(small, n);
+  std::string text(static_cast<size_t>(n) + 1, '\0');
+  va_copy(copy, args);
+  int m = vsnprintf(text.data(), text.size(), format, copy);
+  va_end(copy);
+  if (m < 0) return format;
+  text.resize(static_cast<size_t>(m) < text.size() ? m : text.size() - 1);
+  return text;
+}
+
+}  // namespace
+
+void Init(const std::string& name, Level level) {
+  LogState& state = State();
+  if (state.file != nullptr) {
+    fclose(state.file);
+    state.file = nullptr;
+    state.path.clear();
+  }
+  state.level = level;
+  std::string dir = pnl_file::GetCurrentDir();
+  if (dir == "/") dir.clear();
+  dir += "/var/log";
+  if (!pnl_file::MakeDirs(dir)) return;
+  std::string path = dir + "/" + name + ".log";
+  // "e": the log is not inherited by the commands that we run.
+  state.file = fopen(path.c_str(), "ae");
+  if (state.file != nullptr) state.path = path;
+}
+
+Level CurrentLevel() { return State().level; }
+
+std::string LogPath() { return State().path; }
+
+Module::Module(const char* name, const char* other)
+    : name_(name != nullptr ? name : ""), other_(other != nullptr ? other : "") {}
+
+bool Module::Check(Level level) const { return level <= State().level; }
+
+void Module::Write(Level level, const char* format, ...) const {
+  LogState& state = State();
+  if (state.file == nullptr || !Check(level)) return;
+
+  va_list args;
+  va_start(args, format);
+  std::string text = FormatV(format, args);
+  va_end(args);
+
+  time_t now = time(nullptr);
+  struct tm local;
+  char stamp[32] = "0000-00-00 00:00:00";
+  if (localtime_r(&now, &local) != nullptr)
+    strftime(stamp, sizeof(stamp), "%Y-%m-%d %H:%M:%S", &local);
+
+  std::string record = stamp;
+  record += " [" + std::to_string(static_cast<long>(getpid())) + "] ";
+  record += name_;
+  record += " " + std::to_string(level) + " ";
+  record += text;
+  if (record.empty() || record.back() != '\n') record += '\n';
+  fwrite(record.data(), 1, record.size(), state.file);
+  fflush(state.file);
+}
+
+}  // namespace pnl_log
