@@ -1,0 +1,258 @@
+// The local client. Platform code: it talks to the panel over a Unix
+// socket and starts the panel program when nothing answers.
+#include "pnl/client.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "pnl/log.h"
+
+namespace pnl_client {
+
+namespace {
+
+const pnl_log::Module kLog("pnl_client", "pnl");
+
+// How hard a query tries before it gives up.
+const int kMaxAttempts = 6;
+const auto kRetryBudget = std::chrono::seconds(10);
+// How long one attempt waits for the whole reply.
+const auto kReplyDeadline = std::chrono::seconds(60);
+// How long a starting panel program may take to report that it is ready.
+const auto kStartDeadline = std::chrono::seconds(5);
+
+using Clock = std::chrono::steady_clock;
+
+// A manager name that can name files under var/run and bin.
+bool SafeManagerName(const std::string& name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find('/') == std::string::npos &&
+         name.find('\0') == std::string::npos;
+}
+
+int MillisUntil(Clock::time_point deadline) {
+  auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+      deadline - Clock::now());
+  if (left.count() < 0) return 0;
+  return static_cast<int>(left.count());
+}
+
+// Connects to the manager's socket; -1 when nothing listens there.
+int Connect(const std::string& manager) {
+  std::string path = SocketPath(manager);
+  sockaddr_un addr;
+  memset(&addr, 0, sizeof(addr));
+  addr.sun_family = AF_UNIX;
+  if (path.size() >= sizeof(addr.sun_path)) return -1;
+  memcpy(addr.sun_path, path.c_str(), path.size() + 1);
+  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return -1;
+  if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0) {
+    close(fd);
+    return -1;
+  }
+  return fd;
+}
+
+// Sends the whole request; false when the connection broke.
+bool SendAll(int fd, const std::string& data, Clock::time_point deadline) {
+  size_t done = 0;
+  while (done < data.size()) {
+    ssize_t n = send(fd, data.data() + done, data.size() - done,
+                     MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (n > 0) {
+      done += static_cast<size_t>(n);
+      continue;
+    }
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+      int wait = MillisUntil(deadline);
+      if (wait == 0) return false;
+      pollfd p = {fd, POLLOUT, 0};
+      poll(&p, 1, wait);
+      continue;
+    }
+    return false;
+  }
+  return true;
+}
+
+// Reads until the panel closes the connection or the deadline passes.
+// Returns what was read ("" when the connection closed without a reply).
+std::string ReadReply(int fd, Clock::time_point deadline) {
+  std::string reply;
+  char buf[8192];
+  for (;;) {
+    int wait = MillisUntil(deadline);
+    if (wait == 0) return "";  // a half reply is no reply
+    pollfd p = {fd, POLLIN, 0};
+    int r = poll(&p, 1, wait);
+    if (r < 0 && errno == EINTR) continue;
+    if (r <= 0) continue;  // timed out: the loop sees the deadline
+    ssize_t n = recv(fd, buf, sizeof(buf), MSG_DONTWAIT);
+    if (n > 0) {
+      reply.append(buf, static_cast<size_t>(n));
+      continue;
+    }
+    if (n < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK))
+      continue;
+    if (n < 0) return "";  // reset by a panel that went away
+    return reply;          // end of file: the whole reply
+  }
+}
+
+// Closes every descriptor from 3 up, so that a started panel holds none of
+// its caller's pipes open.
+void CloseInheritedFds() {
+#ifdef SYS_close_range
+  if (syscall(SYS_close_range, 3U, ~0U, 0U) == 0) return;
+#endif
+  long max = sysconf(_SC_OPEN_MAX);
+  if (max < 0 || max > 65536) max = 65536;
+  for (long fd = 3; fd < max; ++fd) close(static_cast<int>(fd));
+}
+
+// Starts the panel program of `manager` and waits until it has exited,
+// which it does once its daemon is ready to answer. Returns false when no
+// program could be run.
+bool StartPanel(const std::string& manager) {
+  std::string own = "bin/" + manager;
+  std::vector<std::string> args;
+  if (access(own.c_str(), X_OK) == 0) {
+    args = {own};
+  } else {
+    args = {"bin/kern", "-m", manager};
+  }
+  if (access(args[0].c_str(), X_OK) != 0) {
+    kLog.Write(4, "no panel program for manager \"%s\"", manager.c_str());
+    return false;
+  }
+  std::vector<char*> argv;
+  for (std::string& a : args) argv.push_back(a.data());
+  argv.push_back(nullptr);
+
+  pid_t pid = fork();
+  if (pid < 0) {
+    kLog.Write(3, "cannot start the panel of \"%s\": %s", manager.c_str(),
+               strerror(errno));
+    return false;
+  }
+  if (pid == 0) {
+    // The starter writes nothing on its caller's streams.
+    int null_fd = open("/dev/null", O_RDWR);
+    if (null_fd >= 0) {
+      dup2(null_fd, 0);
+      dup2(null_fd, 1);
+      dup2(null_fd, 2);
+    }
+    CloseInheritedFds();
+    signal(SIGPIPE, SIG_DFL);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  kLog.Write(5, "started %s for manager \"%s\" (pid %d)", args[0].c_str(),
+             manager.c_str(), static_cast<int>(pid));
+  auto deadline = Clock::now() + kStartDeadline;
+  for (;;) {
+    int status = 0;
+    pid_t r = waitpid(pid, &status, WNOHANG);
+    if (r == pid) {
+      if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        kLog.Write(4, "the panel program of \"%s\" failed to start",
+                   manager.c_str());
+      return true;
+    }
+    if (r < 0 && errno != EINTR) return true;  // reaped elsewhere
+    if (Clock::now() >= deadline) {
+      kLog.Write(3, "the panel program of \"%s\" did not get ready",
+                 manager.c_str());
+      kill(pid, SIGKILL);
+      waitpid(pid, &status, 0);
+      return true;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+}  // namespace
+
+Client::Client(const std::string& manager, const std::string& client_name)
+    : manager_(manager), client_name_(client_name) {}
+
+Client::~Client() = default;
+
+pnl_xml::Xml Client::Query(const std::string& query) {
+  std::string request = query;
+  // The query is one line: anything after a newline is not sent.
+  size_t nl = request.find('\n');
+  if (nl != std::string::npos) request.erase(nl);
+  request += '\n';
+
+  if (SafeManagerName(manager_)) {
+    auto give_up = Clock::now() + kRetryBudget;
+    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+      if (attempt > 0) {
+        if (Clock::now() >= give_up) break;
+        int pause = 100 * attempt;
+        if (pause > 500) pause = 500;
+        std::this_thread::sleep_for(std::chrono::milliseconds(pause));
+      }
+      int fd = Connect(manager_);
+      if (fd < 0) {
+        StartPanel(manager_);
+        fd = Connect(manager_);
+        if (fd < 0) continue;
+      }
+      auto deadline = Clock::now() + kReplyDeadline;
+      std::string reply;
+      // A panel that refuses the request (too long) still answers it, so
+      // the reply is read even when sending broke off.
+      SendAll(fd, request, deadline);
+      reply = ReadReply(fd, deadline);
+      close(fd);
+      if (reply.empty()) {
+        kLog.Write(4, "manager \"%s\" closed the connection without a reply",
+                   manager_.c_str());
+        continue;
+      }
+      pnl_xml::Xml doc;
+      doc.LoadFromString(reply, "reply of " + manager_);
+      return doc;
+    }
+  }
+  kLog.Write(3, "%s: no answer from manager \"%s\" to query \"%s\"",
+             client_name_.c_str(), manager_.c_str(), query.c_str());
+  fprintf(stderr, "pnl_client: no answer from manager \"%s\" to query \"%s\"\n",
+          manager_.c_str(), query.c_str());
+  fflush(stderr);
+  return pnl_xml::Xml();
+}
+
+Local::Local(const std::string& manager, const std::string& client_name)
+    : Client(manager, client_name) {}
+
+Local::~Local() = default;
+
+std::string SocketPath(const std::string& manager) {
+  return "var/run/" + manager + ".socket";
+}
+
+std::string PidPath(const std::string& manager) {
+  return "var/run/" + manager + ".pid";
+}
+
+}  // namespace pnl_client

@@ -1,0 +1,223 @@
+#include "panel/cache.h"
+
+#include <set>
+
+#include "pnl/file.h"
+#include "pnl/log.h"
+#include "pnl/str.h"
+
+namespace panel {
+
+namespace {
+
+const pnl_log::Module kLog("cache", "panel");
+const char kBase[] = "kern";
+
+// Loads an XML file of the installation; a missing one loads empty.
+pnl_xml::Xml LoadSource(const std::string& path) {
+  pnl_xml::Xml doc;
+  if (!pnl_file::Exists(path)) {
+    kLog.Write(5, "no file %s", path.c_str());
+    return doc;
+  }
+  if (!doc.LoadFromFile(path)) kLog.Write(3, "cannot load %s", path.c_str());
+  return doc;
+}
+
+// A document <messages name="name"> holding copies of the element
+// children of every section called `name`, in the order of `sections`.
+pnl_xml::Xml CollectSections(const std::string& name,
+                             const std::vector<pnl_xml::XmlNode>& sections) {
+  pnl_xml::Xml doc("messages");
+  pnl_xml::XmlNode root = doc.GetRoot();
+  root.SetProp("name", name);
+  for (const pnl_xml::XmlNode& section : sections) {
+    if (section.GetProp("name") != name) continue;
+    for (pnl_xml::XmlNode child = section.FirstChild(); child;
+         child = child.Next())
+      root.AppendChild(child);
+  }
+  return doc;
+}
+
+// Appends to `root` the messages that resolve for section `name`: the msg
+// children of its sections, then, depth first, those of the sections its
+// include children name. `resolved` holds the names already taken.
+void Resolve(const std::string& name,
+             const std::vector<pnl_xml::XmlNode>& sections,
+             std::set<std::string>& resolved, pnl_xml::XmlNode& root) {
+  for (const pnl_xml::XmlNode& section : sections) {
+    if (section.GetProp("name") != name) continue;
+    for (pnl_xml::XmlNode child = section.FirstChild(); child;
+         child = child.Next())
+      if (child.Name() == "msg") root.AppendChild(child);
+  }
+  for (const pnl_xml::XmlNode& section : sections) {
+    if (section.GetProp("name") != name) continue;
+    for (pnl_xml::XmlNode child = section.FirstChild(); child;
+         child = child.Next()) {
+      if (child.Name() != "include") continue;
+      std::string included = child.GetProp("name");
+      if (included.empty() || !resolved.insert(included).second) continue;
+      Resolve(included, sections, resolved, root);
+    }
+  }
+}
+
+bool SaveTo(const pnl_xml::Xml& doc, const std::string& path,
+            std::string* error) {
+  if (doc.Save(path, true)) return true;
+  kLog.Write(3, "cannot write %s", path.c_str());
+  *error = "cannot write " + path;
+  return false;
+}
+
+}  // namespace
+
+bool SafeName(const std::string& name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find('/') == std::string::npos;
+}
+
+ManagerCache::ManagerCache(const std::string& manager) : manager_(manager) {}
+
+std::vector<std::string> ManagerCache::Sources() const {
+  if (manager_ == kBase) return {kBase};
+  return {kBase, manager_};
+}
+
+std::vector<std::string> ManagerCache::Languages() const {
+  std::vector<std::string> langs;
+  const std::string prefix = manager_ + "_msg_";
+  const std::string suffix = ".xml";
+  pnl_file::Dir dir("etc/xml");
+  while (dir.Read()) {
+    std::string name = dir.Name();
+    if (name.size() < prefix.size() + suffix.size()) continue;
+    if (!str::StartsWith(name, prefix)) continue;
+    if (name.compare(name.size() - suffix.size(), suffix.size(), suffix) != 0)
+      continue;
+    std::string lang = name.substr(
+        prefix.size(), name.size() - prefix.size() - suffix.size());
+    if (!SafeName(lang)) {
+      kLog.Write(4, "skipping the language \"%s\" of %s", lang.c_str(),
+                 name.c_str());
+      continue;
+    }
+    langs.push_back(lang);
+  }
+  return langs;
+}
+
+std::vector<pnl_xml::XmlNode> ManagerCache::Sections(
+    const std::string& lang) const {
+  std::vector<pnl_xml::XmlNode> sections;
+  for (const std::string& source : Sources()) {
+    pnl_xml::Xml doc =
+        LoadSource("etc/xml/" + source + "_msg_" + lang + ".xml");
+    // The language is compared here rather than pasted into the
+    // expression, so that no code can change what is selected.
+    for (pnl_xml::XmlNode lang_node : doc.GetNodes("/pnldata/lang")) {
+      if (lang_node.GetProp("name") != lang) continue;
+      for (pnl_xml::XmlNode child = lang_node.FirstChild(); child;
+           child = child.Next())
+        if (child.Name() == "messages") sections.push_back(child);
+    }
+  }
+  return sections;
+}
+
+std::vector<std::string> ManagerCache::MetadataNames() const {
+  std::vector<std::string> names;
+  for (const std::string& source : Sources()) {
+    pnl_xml::Xml doc = LoadSource("etc/xml/" + source + ".xml");
+    for (pnl_xml::XmlNode node : doc.GetNodes("/pnldata/metadata"))
+      names.push_back(node.GetProp("name"));
+  }
+  return names;
+}
+
+std::vector<std::string> ManagerCache::KnownNames(
+    const std::string& lang) const {
+  std::vector<std::string> all;
+  for (const pnl_xml::XmlNode& section : Sections(lang))
+    all.push_back(section.GetProp("name"));
+  for (const std::string& name : MetadataNames()) all.push_back(name);
+
+  std::vector<std::string> known;
+  std::set<std::string> seen;
+  for (const std::string& name : all) {
+    if (!SafeName(name)) {
+      kLog.Write(4, "skipping the unsafe name \"%s\"", name.c_str());
+      continue;
+    }
+    if (seen.insert(name).second) known.push_back(name);
+  }
+  return known;
+}
+
+std::vector<std::string> ManagerCache::Actions() const {
+  std::vector<std::string> actions;
+  std::set<std::string> seen;
+  for (const std::string& name : MetadataNames())
+    if (seen.insert(name).second) actions.push_back(name);
+  return actions;
+}
+
+bool ManagerCache::IsKnownFunction(const std::string& name) const {
+  for (const std::string& lang : Languages())
+    for (const std::string& known : KnownNames(lang))
+      if (known == name) return true;
+  return false;
+}
+
+bool ManagerCache::WriteSession(const std::string& lang,
+                                std::string* error) const {
+  const std::string dir = CacheDir();
+  if (!pnl_file::MakeDirs(dir)) {
+    kLog.Write(3, "cannot create %s", dir.c_str());
+    *error = "cannot create " + dir;
+    return false;
+  }
+  std::vector<pnl_xml::XmlNode> sections = Sections(lang);
+  bool ok = true;
+  for (const std::string& name : KnownNames(lang)) {
+    ok = SaveTo(CollectSections(name, sections),
+                dir + "/" + name + ".msg." + lang + ".xml", error) && ok;
+  }
+  for (const char* name : {"desktop", "common"}) {
+    ok = SaveTo(CollectSections(name, sections),
+                dir + "/" + name + "." + lang + ".xml", error) && ok;
+  }
+  return ok;
+}
+
+bool ManagerCache::WriteChecked(const std::string& function,
+                                std::string* error) const {
+  const std::string dir = CacheDir() + "/checked";
+  if (!pnl_file::MakeDirs(dir)) {
+    kLog.Write(3, "cannot create %s", dir.c_str());
+    *error = "cannot create " + dir;
+    return false;
+  }
+  bool ok = true;
+  for (const std::string& lang : Languages()) {
+    std::vector<pnl_xml::XmlNode> sections = Sections(lang);
+    pnl_xml::Xml doc("messages");
+    pnl_xml::XmlNode root = doc.GetRoot();
+    root.SetProp("name", function);
+    // The function itself counts as resolved, so an include cycle back to
+    // it ends there.
+    std::set<std::string> resolved = {function};
+    Resolve(function, sections, resolved, root);
+    ok = SaveTo(doc, dir + "/" + function + ".msg." + lang + ".xml", error) &&
+         ok;
+  }
+  return ok;
+}
+
+std::string ManagerCache::CacheDir() const {
+  return "var/.xmlcache/" + manager_;
+}
+
+}  // namespace panel

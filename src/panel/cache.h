@@ -1,0 +1,64 @@
+// What the panel knows of one manager, read from the installation's XML
+// files under the current directory, and the cache files it writes from
+// them under var/.xmlcache/M/.
+//
+// The sources of M are the base manager kern's files, then M's own (only
+// kern's for kern itself). No operating system call is made here: files are
+// read and written through the panel library.
+#ifndef PANEL_CACHE_H_
+#define PANEL_CACHE_H_
+
+#include <string>
+#include <vector>
+
+#include "pnl/xml.h"
+
+namespace panel {
+
+// True for a name that may become part of a file name in the cache
+// directory: not empty, no "/", not "." or "..".
+bool SafeName(const std::string& name);
+
+class ManagerCache {
+ public:
+  explicit ManagerCache(const std::string& manager);
+
+  // The managers whose files make up this manager: "kern", then the manager
+  // itself unless it is kern.
+  std::vector<std::string> Sources() const;
+  // The languages of the manager: the codes L of its files
+  // etc/xml/M_msg_L.xml, in byte order of the file names. Codes that are
+  // not safe names are left out.
+  std::vector<std::string> Languages() const;
+  // The message sections of language `lang`: the "messages" elements of
+  // every "lang" element named `lang`, source by source in document order.
+  std::vector<pnl_xml::XmlNode> Sections(const std::string& lang) const;
+  // The names of the "/pnldata/metadata" elements of every source's main
+  // description, source by source in document order (repeats kept).
+  std::vector<std::string> MetadataNames() const;
+  // The known names for `lang`, in order of first appearance: section
+  // names, then metadata names. Unsafe names are left out (logged).
+  std::vector<std::string> KnownNames(const std::string& lang) const;
+  // The actions: metadata names, each once.
+  std::vector<std::string> Actions() const;
+  // True when `name` is a known name for at least one language.
+  bool IsKnownFunction(const std::string& name) const;
+
+  // Writes S.msg.L.xml for every known name S, desktop.L.xml and
+  // common.L.xml. `lang` must be a safe name. False, with the reason in
+  // `error`, when a file could not be written.
+  bool WriteSession(const std::string& lang, std::string* error) const;
+  // Writes checked/F.msg.L.xml for every language L. False, with the
+  // reason in `error`, when a file could not be written.
+  bool WriteChecked(const std::string& function, std::string* error) const;
+
+  // var/.xmlcache/M, relative to the installation directory.
+  std::string CacheDir() const;
+
+ private:
+  std::string manager_;
+};
+
+}  // namespace panel
+
+#endif  // PANEL_CACHE_H_
