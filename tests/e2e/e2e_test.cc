@@ -87,7 +87,7 @@ struct RunResult {
 // environment plus LD_PRELOAD of the no-sleep library. Collects standard
 // output and standard error separately; stops the program when it outlives
 // the time limit.
-RunResult Run(const std::string& program, const std::vector<std::string>& args) {
+RunResult RunProgram(const std::string& program, const std::vector<std::string>& args) {
   std::vector<std::string> env_strings;
   for (char** e = environ; *e != nullptr; ++e) {
     if (std::string(*e).rfind("LD_PRELOAD=", 0) == 0) continue;
@@ -222,7 +222,7 @@ TEST_P(E2eCase, GivesExpectedOutput) {
   for (const std::string& manager : Lines(ReadFile(dir / "managers")))
     scratch.AddManagerLink(manager);
 
-  RunResult run = Run("sbin/msglint", Lines(ReadFile(dir / "args")));
+  RunResult run = RunProgram("sbin/msglint", Lines(ReadFile(dir / "args")));
   scratch.StopPanels();
 
   EXPECT_FALSE(run.timed_out) << "the run did not end within "
@@ -261,7 +261,7 @@ TEST(LauncherTest, MissingModuleGivesStatusTwoAndOneLineOnStandardError) {
   scratch.MakeDir("sbin");
   fs::copy_file(fs::path(kPrefix) / "sbin/msglint",
                 fs::path(scratch.path()) / "sbin/msglint");
-  RunResult run = Run("sbin/msglint", {"kern", "-s", "en"});
+  RunResult run = RunProgram("sbin/msglint", {"kern", "-s", "en"});
   EXPECT_EQ(2, run.status);
   EXPECT_EQ("", run.out);
   const std::string module = scratch.path() + "/sbin/../lib/modules/msglint.so";
@@ -279,7 +279,7 @@ TEST(LauncherTest, ModuleWithoutEntryGivesStatusTwo) {
                 fs::path(scratch.path()) / "sbin/msglint");
   // Any loadable library without kelmain will do.
   scratch.Link(testing_support::NoSleepLibrary(), "lib/modules/msglint.so");
-  RunResult run = Run("sbin/msglint", {"kern", "-s", "en"});
+  RunResult run = RunProgram("sbin/msglint", {"kern", "-s", "en"});
   EXPECT_EQ(2, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ(0u, run.err.rfind("msglint: cannot load module ", 0)) << run.err;
@@ -291,7 +291,7 @@ TEST(LauncherTest, PassesArgumentsUnchangedAndUsesOwnNameInUsage) {
   ASSERT_TRUE(fs::exists(fs::path(kPrefix) / "sbin/msglint"));
   ScratchDir scratch;
   LinkInstalledPrograms(scratch);
-  RunResult run = Run("./sbin/../sbin/msglint", {"only-one"});
+  RunResult run = RunProgram("./sbin/../sbin/msglint", {"only-one"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ(
       "Usage: ./sbin/../sbin/msglint pnl_name report_type languagelist\n"
