@@ -1,1 +1,321 @@
+// The panel's cache building and replies, through a running panel and, for
+// what files cannot show (the order of known names), through ManagerCache.
+#include "panel/cache.h"
+
 #include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "panel/panel.h"
+#include "pnl/client.h"
+#include "pnl/file.h"
+#include "support/scratch_dir.h"
+
+namespace panel {
+namespace {
+
+using testing_support::LogRecords;
+using testing_support::ScratchDir;
+
+const char kDecl[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+
+std::string Ask(const std::string& manager, const std::string& query) {
+  pnl_client::Local client(manager, "test");
+  return client.Query(query).ToString(true);
+}
+
+std::string Reply(const std::string& content) {
+  return std::string(kDecl) + "<doc>" + content + "</doc>\n";
+}
+
+std::string Messages(const std::string& name, const std::string& content) {
+  if (content.empty())
+    return std::string(kDecl) + "<messages name=\"" + name + "\"/>\n";
+  return std::string(kDecl) + "<messages name=\"" + name + "\">" + content +
+         "</messages>\n";
+}
+
+std::vector<std::string> List(const std::string& dir) {
+  std::vector<std::string> names;
+  pnl_file::Dir d(dir);
+  while (d.Read()) names.push_back(d.Name());
+  return names;
+}
+
+// kern and shop, each with English messages and a main description.
+void WriteKernAndShop(const ScratchDir& dir) {
+  dir.InstallPanel();
+  dir.AddManagerLink("shop");
+  dir.Write("etc/xml/kern_msg_en.xml",
+            "<?xml version=\"1.0\"?>\n"
+            "<pnldata>\n"
+            "  <lang name=\"en\">\n"
+            "    <messages name=\"common\">\n"
+            "      <msg name=\"yes\">Yes &amp; <b>no</b>  twice</msg>\n"
+            "      <!-- not copied -->\n"
+            "      <msg name=\"ru\">Привет</msg>\n"
+            "    </messages>\n"
+            "    <messages name=\"user\"><msg name=\"k\">from kern</msg>"
+            "</messages>\n"
+            "  </lang>\n"
+            "  <lang name=\"ru\"><messages name=\"wrong\"/></lang>\n"
+            "</pnldata>\n");
+  dir.Write("etc/xml/kern_msg_ru.xml",
+            "<pnldata>\n"
+            "  <lang name=\"en\"><messages name=\"wrong\"/></lang>\n"
+            "  <lang name=\"ru\">\n"
+            "    <messages name=\"user\"><msg name=\"k\">другой</msg>"
+            "</messages>\n"
+            "  </lang>\n"
+            "</pnldata>\n");
+  dir.Write("etc/xml/kern.xml",
+            "<pnldata><metadata name=\"desktop\"/></pnldata>\n");
+  dir.Write("etc/xml/shop_msg_en.xml",
+            "<pnldata>\n"
+            " <lang name=\"en\">\n"
+            "  <messages name=\"user\">\n"
+            "   <include name=\"common\">text</include>\n"
+            "   <msg name=\"s\">from shop</msg>\n"
+            "   <other/>\n"
+            "  </messages>\n"
+            "  <messages name=\"empty\"/>\n"
+            "  <messages name=\"\"><msg name=\"x\">x</msg></messages>\n"
+            "  <messages name=\"a/b\"/>\n"
+            "  <messages name=\"..\"/>\n"
+            "  <messages name=\"common\"><msg name=\"c\">shop common</msg>"
+            "</messages>\n"
+            " </lang>\n"
+            "</pnldata>\n");
+  dir.Write("etc/xml/shop.xml",
+            "<pnldata><metadata name=\"goods\"/><metadata name=\"user\"/>"
+            "<metadata name=\".\"/></pnldata>\n");
+}
+
+TEST(CacheTest, KnownNamesComeSectionsFirstInOrderOfFirstAppearance) {
+  ScratchDir dir;
+  WriteKernAndShop(dir);
+  ManagerCache cache("shop");
+  EXPECT_EQ((std::vector<std::string>{"kern", "shop"}), cache.Sources());
+  EXPECT_EQ((std::vector<std::string>{"common", "user", "empty", "desktop",
+                                      "goods"}),
+            cache.KnownNames("en"));
+  EXPECT_EQ((std::vector<std::string>{"user", "desktop", "goods"}),
+            cache.KnownNames("ru"));
+  EXPECT_EQ((std::vector<std::string>{"kern"}), ManagerCache("kern").Sources());
+}
+
+TEST(CacheTest, LanguagesAreTheCodesOfTheManagersMessageFiles) {
+  ScratchDir dir;
+  dir.Write("etc/xml/shop_msg_ru.xml", "<pnldata/>");
+  dir.Write("etc/xml/shop_msg_en.xml", "<pnldata/>");
+  dir.Write("etc/xml/shop_msg_.xml", "<pnldata/>");
+  dir.Write("etc/xml/shop_msg_en.xml.bak", "<pnldata/>");
+  dir.Write("etc/xml/shopx_msg_de.xml", "<pnldata/>");
+  dir.Write("etc/xml/kern_msg_fr.xml", "<pnldata/>");
+  EXPECT_EQ((std::vector<std::string>{"en", "ru"}),
+            ManagerCache("shop").Languages());
+}
+
+TEST(CacheTest, SessionWritesTheCacheOfAManagerFromKernThenItsOwnFiles) {
+  ScratchDir dir;
+  WriteKernAndShop(dir);
+  EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=session&lang=en&out=devel"));
+
+  EXPECT_EQ((std::vector<std::string>{
+                "common.en.xml", "common.msg.en.xml", "desktop.en.xml",
+                "desktop.msg.en.xml", "empty.msg.en.xml", "goods.msg.en.xml",
+                "user.msg.en.xml"}),
+            List("var/.xmlcache/shop"));
+  const std::string common =
+      "<msg name=\"yes\">Yes &amp; <b>no</b>  twice</msg>"
+      "<msg name=\"ru\">Привет</msg><msg name=\"c\">shop common</msg>";
+  EXPECT_EQ(Messages("common", common),
+            dir.Read("var/.xmlcache/shop/common.msg.en.xml"));
+  EXPECT_EQ(Messages("common", common),
+            dir.Read("var/.xmlcache/shop/common.en.xml"));
+  EXPECT_EQ(Messages("user",
+                     "<msg name=\"k\">from kern</msg>"
+                     "<include name=\"common\">text</include>"
+                     "<msg name=\"s\">from shop</msg><other/>"),
+            dir.Read("var/.xmlcache/shop/user.msg.en.xml"));
+  // An empty section, a known name without a section.
+  EXPECT_EQ(Messages("empty", ""),
+            dir.Read("var/.xmlcache/shop/empty.msg.en.xml"));
+  EXPECT_EQ(Messages("goods", ""),
+            dir.Read("var/.xmlcache/shop/goods.msg.en.xml"));
+  EXPECT_EQ(Messages("desktop", ""),
+            dir.Read("var/.xmlcache/shop/desktop.en.xml"));
+  EXPECT_EQ(Messages("desktop", ""),
+            dir.Read("var/.xmlcache/shop/desktop.msg.en.xml"));
+
+  // Unsafe names were left out, and said so.
+  EXPECT_FALSE(pnl_file::Exists("var/.xmlcache/shop/a"));
+  EXPECT_FALSE(pnl_file::Exists("var/.xmlcache/.msg.en.xml"));
+  EXPECT_FALSE(pnl_file::Exists("var/.xmlcache/shop/.msg.en.xml"));
+  std::string log = LogRecords(dir.path(), "shop");
+  EXPECT_NE(std::string::npos,
+            log.find("4 skipping the unsafe name \"a/b\"\n"));
+  EXPECT_NE(std::string::npos, log.find("4 skipping the unsafe name \"\"\n"));
+  EXPECT_NE(std::string::npos, log.find("4 skipping the unsafe name \"..\"\n"));
+  EXPECT_NE(std::string::npos, log.find("4 skipping the unsafe name \".\"\n"));
+}
+
+TEST(CacheTest, SessionOfKernUsesOnlyKernsFiles) {
+  ScratchDir dir;
+  WriteKernAndShop(dir);
+  EXPECT_EQ(Reply("<ok/>"), Ask("kern", "func=session&lang=ru&out=devel"));
+  EXPECT_EQ((std::vector<std::string>{"common.ru.xml", "desktop.msg.ru.xml",
+                                      "desktop.ru.xml", "user.msg.ru.xml"}),
+            List("var/.xmlcache/kern"));
+  EXPECT_EQ(Messages("user", "<msg name=\"k\">другой</msg>"),
+            dir.Read("var/.xmlcache/kern/user.msg.ru.xml"));
+  EXPECT_EQ(Messages("common", ""),
+            dir.Read("var/.xmlcache/kern/common.ru.xml"));
+  EXPECT_FALSE(pnl_file::Exists("var/.xmlcache/shop"));
+}
+
+TEST(CacheTest, SessionReplacesOlderFiles) {
+  ScratchDir dir;
+  WriteKernAndShop(dir);
+  dir.Write("var/.xmlcache/kern/user.msg.ru.xml", "old and longer text");
+  EXPECT_EQ(Reply("<ok/>"), Ask("kern", "func=session&lang=ru"));
+  EXPECT_EQ(Messages("user", "<msg name=\"k\">другой</msg>"),
+            dir.Read("var/.xmlcache/kern/user.msg.ru.xml"));
+}
+
+TEST(CacheTest, SessionWithAnInvalidLanguageWritesNothing) {
+  ScratchDir dir;
+  WriteKernAndShop(dir);
+  EXPECT_EQ(Reply("<error>invalid language \"\"</error>"),
+            Ask("shop", "func=session"));
+  EXPECT_EQ(Reply("<error>invalid language \"\"</error>"),
+            Ask("shop", "func=session&lang="));
+  EXPECT_EQ(Reply("<error>invalid language \"../en\"</error>"),
+            Ask("shop", "func=session&lang=..%2Fen"));
+  EXPECT_EQ(Reply("<error>invalid language \"..\"</error>"),
+            Ask("shop", "func=session&lang=.."));
+  EXPECT_EQ(Reply("<error>invalid language \".\"</error>"),
+            Ask("shop", "func=session&lang=."));
+  EXPECT_FALSE(pnl_file::Exists("var/.xmlcache"));
+}
+
+TEST(CacheTest, ActionListHoldsEachMetadataNameOnceInSourceOrder) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  dir.AddManagerLink("shop");
+  dir.Write("etc/xml/kern.xml",
+            "<pnldata><metadata name=\"b\"/><menu name=\"m\"/>"
+            "<metadata name=\"a\"/><metadata name=\"b\"/></pnldata>");
+  dir.Write("etc/xml/shop.xml",
+            "<pnldata><metadata name=\"z\"/><metadata name=\"a\"/>"
+            "<metadata name=\"c\"><metadata name=\"deep\"/></metadata>"
+            "</pnldata>");
+  EXPECT_EQ(Reply("<elem><action>b</action></elem>"
+                  "<elem><action>a</action></elem>"
+                  "<elem><action>z</action></elem>"
+                  "<elem><action>c</action></elem>"),
+            Ask("shop", "func=actionlist&out=xml"));
+  EXPECT_EQ(Reply("<elem><action>b</action></elem>"
+                  "<elem><action>a</action></elem>"),
+            Ask("kern", "func=actionlist&out=xml"));
+  EXPECT_FALSE(pnl_file::Exists("var/.xmlcache"));
+}
+
+TEST(CacheTest, ActionListOfAManagerWithoutFilesIsEmpty) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  EXPECT_EQ(std::string(kDecl) + "<doc/>\n",
+            Ask("kern", "func=actionlist&out=xml"));
+}
+
+// Sections of "f" in two languages, with nested and cyclic includes.
+void WriteIncludes(const ScratchDir& dir) {
+  dir.InstallPanel();
+  dir.AddManagerLink("shop");
+  dir.Write("etc/xml/kern_msg_en.xml",
+            "<pnldata><lang name=\"en\">"
+            "<messages name=\"f\"><include name=\"a\"/><msg name=\"k1\">K</msg>"
+            "</messages>"
+            "<messages name=\"c\"><msg name=\"c1\">C</msg>"
+            "<include name=\"f\"/><include name=\"a\"/></messages>"
+            "</lang></pnldata>");
+  dir.Write("etc/xml/shop_msg_en.xml",
+            "<pnldata><lang name=\"en\">"
+            "<messages name=\"a\"><msg name=\"a1\">A</msg>"
+            "<include name=\"b\"/><include name=\"c\"/><msg name=\"a2\">A2</msg>"
+            "</messages>"
+            "<messages name=\"f\"><msg name=\"f1\">F</msg><include/>"
+            "<include name=\"\"/><include name=\"c\"/><include name=\"none\"/>"
+            "<other name=\"o\"/></messages>"
+            "<messages name=\"b\"><msg name=\"b1\">B</msg>"
+            "<include name=\"a\"/></messages>"
+            "</lang></pnldata>");
+  dir.Write("etc/xml/shop_msg_ru.xml",
+            "<pnldata><lang name=\"ru\"><messages name=\"g\"/></lang>"
+            "</pnldata>");
+}
+
+TEST(CacheTest, CheckedFileResolvesIncludesDepthFirstEachNameOnce) {
+  ScratchDir dir;
+  WriteIncludes(dir);
+  EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=f&lang=ru"));
+  // f's own messages (kern's section, then shop's), then a (with b nested
+  // inside it before c), and c is not taken twice; the cycles back to f and
+  // a end there.
+  EXPECT_EQ(Messages("f",
+                     "<msg name=\"k1\">K</msg><msg name=\"f1\">F</msg>"
+                     "<msg name=\"a1\">A</msg><msg name=\"a2\">A2</msg>"
+                     "<msg name=\"b1\">B</msg><msg name=\"c1\">C</msg>"),
+            dir.Read("var/.xmlcache/shop/checked/f.msg.en.xml"));
+  // Every language of the manager, whatever the query named; nothing
+  // resolves in Russian.
+  EXPECT_EQ(Messages("f", ""),
+            dir.Read("var/.xmlcache/shop/checked/f.msg.ru.xml"));
+  EXPECT_EQ((std::vector<std::string>{"f.msg.en.xml", "f.msg.ru.xml"}),
+            List("var/.xmlcache/shop/checked"));
+}
+
+TEST(CacheTest, CheckedFileOfAnIncludedSection) {
+  ScratchDir dir;
+  WriteIncludes(dir);
+  EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=c"));
+  EXPECT_EQ(Messages("c",
+                     "<msg name=\"c1\">C</msg>"
+                     "<msg name=\"k1\">K</msg><msg name=\"f1\">F</msg>"
+                     "<msg name=\"a1\">A</msg><msg name=\"a2\">A2</msg>"
+                     "<msg name=\"b1\">B</msg>"),
+            dir.Read("var/.xmlcache/shop/checked/c.msg.en.xml"));
+}
+
+TEST(CacheTest, FunctionKnownInOneLanguageOnlyIsKnown) {
+  ScratchDir dir;
+  WriteIncludes(dir);
+  EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=g&lang=en"));
+  EXPECT_EQ(Messages("g", ""),
+            dir.Read("var/.xmlcache/shop/checked/g.msg.en.xml"));
+  EXPECT_EQ(Messages("g", ""),
+            dir.Read("var/.xmlcache/shop/checked/g.msg.ru.xml"));
+}
+
+TEST(CacheTest, UnknownFunctionAndMalformedQueryGetAnErrorAndServingGoesOn) {
+  ScratchDir dir;
+  WriteIncludes(dir);
+  EXPECT_EQ(Reply("<error>unknown function \"none\"</error>"),
+            Ask("shop", "func=none&lang=en"));
+  EXPECT_EQ(Reply("<error>malformed query: no function</error>"),
+            Ask("shop", "lang=en"));
+  EXPECT_EQ(Reply("<error>malformed query: no function</error>"),
+            Ask("shop", "func=&lang=en"));
+  EXPECT_EQ(Reply("<error>malformed query: \"oops\" is not key=value</error>"),
+            Ask("shop", "func=f&oops"));
+  EXPECT_EQ(Reply("<error>unknown function \"../f\"</error>"),
+            Ask("shop", "func=..%2Ff"));
+  EXPECT_EQ(Reply("<error>unknown function \"&lt;x&gt;\"</error>"),
+            Ask("shop", "func=%3Cx%3E"));
+  EXPECT_FALSE(pnl_file::Exists("var/.xmlcache"));
+  EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=f"));
+}
+
+}  // namespace
+}  // namespace panel
