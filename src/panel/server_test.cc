@@ -1,1 +1,362 @@
+// The panel and pnlctl as processes: starting, detaching, the socket, the
+// pid file, stopping, silent and oversized requests.
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <string.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "pnl/client.h"
+#include "pnl/file.h"
+#include "support/scratch_dir.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using testing_support::LogRecords;
+using testing_support::ScratchDir;
+
+const char kDecl[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+
+struct RunResult {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+// Runs `args` (relative to the scratch directory), collecting its output.
+RunResult RunProgram(const ScratchDir& dir, std::vector<std::string> args) {
+  std::vector<char*> argv;
+  for (std::string& a : args) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  RunResult result;
+  pid_t pid = fork();
+  if (pid == 0) {
+    int out = open("run.out", O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    int err = open("run.err", O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    dup2(out, 1);
+    dup2(err, 2);
+    execv(argv[0], argv.data());
+    _exit(126);
+  }
+  int status = 0;
+  waitpid(pid, &status, 0);
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  result.out = dir.Read("run.out");
+  result.err = dir.Read("run.err");
+  return result;
+}
+
+std::string Ask(const std::string& manager, const std::string& query) {
+  pnl_client::Local client(manager, "test");
+  return client.Query(query).ToString(true);
+}
+
+std::string Reply(const std::string& content) {
+  return std::string(kDecl) + "<doc>" + content + "</doc>\n";
+}
+
+std::string EmptyReply() { return std::string(kDecl) + "<doc/>\n"; }
+
+pid_t PanelPid(const ScratchDir& dir, const std::string& manager) {
+  return static_cast<pid_t>(atol(dir.Read("var/run/" + manager + ".pid").c_str()));
+}
+
+// Waits until the file is gone; false when it is still there after 3 s.
+bool WaitGone(const std::string& path) {
+  for (int i = 0; i < 150; ++i) {
+    if (!pnl_file::Exists(path)) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return false;
+}
+
+int RawConnect(const std::string& manager) {
+  std::string path = pnl_client::SocketPath(manager);
+  sockaddr_un addr;
+  memset(&addr, 0, sizeof(addr));
+  addr.sun_family = AF_UNIX;
+  strcpy(addr.sun_path, path.c_str());
+  int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+  if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0) {
+    close(fd);
+    return -1;
+  }
+  return fd;
+}
+
+// Reads until end of file, at most `seconds`.
+std::string ReadAll(int fd, int seconds) {
+  std::string data;
+  auto deadline = Clock::now() + std::chrono::seconds(seconds);
+  char buf[4096];
+  while (Clock::now() < deadline) {
+    pollfd p = {fd, POLLIN, 0};
+    if (poll(&p, 1, 100) <= 0) continue;
+    ssize_t n = read(fd, buf, sizeof(buf));
+    if (n <= 0) break;
+    data.append(buf, static_cast<size_t>(n));
+  }
+  return data;
+}
+
+int CountRequests(const std::string& log) {
+  int count = 0;
+  for (size_t pos = 0; (pos = log.find("5 request: ", pos)) != std::string::npos;
+       ++pos)
+    ++count;
+  return count;
+}
+
+TEST(ServerTest, StartedPanelIsReadyWithPidFileAndPrivateSocket) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  RunResult run = RunProgram(dir, {"bin/kern"});
+  EXPECT_EQ(0, run.status);
+  EXPECT_EQ("", run.out);
+  EXPECT_EQ("", run.err);
+
+  pid_t pid = PanelPid(dir, "kern");
+  ASSERT_GT(pid, 1);
+  EXPECT_EQ(std::to_string(pid) + "\n", dir.Read("var/run/kern.pid"));
+  EXPECT_EQ(0, kill(pid, 0));
+  struct stat st;
+  ASSERT_EQ(0, stat("var/run/kern.socket", &st));
+  EXPECT_TRUE(S_ISSOCK(st.st_mode));
+  EXPECT_EQ(0600u, st.st_mode & 0777);
+  // Ready as soon as the starter has exited.
+  int fd = RawConnect("kern");
+  EXPECT_GE(fd, 0);
+  if (fd >= 0) close(fd);
+}
+
+TEST(ServerTest, SecondStartWhileOneRunsSucceedsAndKeepsTheFirst) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  ASSERT_EQ(0, RunProgram(dir, {"bin/kern"}).status);
+  pid_t first = PanelPid(dir, "kern");
+  RunResult again = RunProgram(dir, {"bin/kern", "-m", "kern"});
+  EXPECT_EQ(0, again.status);
+  EXPECT_EQ("", again.err);
+  EXPECT_EQ(first, PanelPid(dir, "kern"));
+  EXPECT_EQ(EmptyReply(), Ask("kern", "func=actionlist"));
+}
+
+TEST(ServerTest, SigtermRemovesSocketAndPidFile) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  ASSERT_EQ(0, RunProgram(dir, {"bin/kern"}).status);
+  ASSERT_EQ(0, kill(PanelPid(dir, "kern"), SIGTERM));
+  EXPECT_TRUE(WaitGone("var/run/kern.pid"));
+  EXPECT_FALSE(pnl_file::Exists("var/run/kern.socket"));
+}
+
+TEST(ServerTest, ClientGetsTheSecondAnswerAfterSigtermBetweenQueries) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  dir.Write("etc/xml/kern.xml", "<pnldata><metadata name=\"a\"/></pnldata>");
+  const std::string expected = Reply("<elem><action>a</action></elem>");
+  EXPECT_EQ(expected, Ask("kern", "func=actionlist&out=xml"));
+  pid_t first = PanelPid(dir, "kern");
+  ASSERT_EQ(0, kill(first, SIGTERM));
+  EXPECT_EQ(expected, Ask("kern", "func=actionlist&out=xml"));
+  EXPECT_NE(first, PanelPid(dir, "kern"));
+  EXPECT_EQ(2, CountRequests(LogRecords(dir.path(), "kern")));
+}
+
+TEST(ServerTest, ClientGetsTheSecondAnswerAfterTheFirstPanelWasKilled) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  EXPECT_EQ(EmptyReply(), Ask("kern", "func=actionlist"));
+  pid_t first = PanelPid(dir, "kern");
+  ASSERT_EQ(0, kill(first, SIGKILL));
+  // The socket file stays behind, with nothing listening.
+  for (int i = 0; i < 100 && RawConnect("kern") >= 0; ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  EXPECT_TRUE(pnl_file::Exists("var/run/kern.socket"));
+  EXPECT_EQ(EmptyReply(), Ask("kern", "func=actionlist"));
+  EXPECT_NE(first, PanelPid(dir, "kern"));
+}
+
+TEST(ServerTest, SilentClientDoesNotBlockOthersAndIsDropped) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  ASSERT_EQ(0, RunProgram(dir, {"bin/kern"}).status);
+  auto start = Clock::now();
+  int silent = RawConnect("kern");
+  ASSERT_GE(silent, 0);
+  EXPECT_EQ(EmptyReply(), Ask("kern", "func=actionlist"));
+  EXPECT_LT(Clock::now() - start, std::chrono::seconds(2));
+  // The panel closes the silent connection after its read deadline.
+  EXPECT_EQ("", ReadAll(silent, 6));
+  auto waited = Clock::now() - start;
+  EXPECT_GE(waited, std::chrono::milliseconds(2500));
+  EXPECT_LT(waited, std::chrono::seconds(6));
+  close(silent);
+  EXPECT_NE(std::string::npos,
+            LogRecords(dir.path(), "kern")
+                .find("4 dropping a connection that sent no request in 3 s\n"));
+}
+
+TEST(ServerTest, OverlongRequestGetsAnErrorAndServingGoesOn) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  ASSERT_EQ(0, RunProgram(dir, {"bin/kern"}).status);
+  int fd = RawConnect("kern");
+  ASSERT_GE(fd, 0);
+  std::string request = "func=" + std::string(70000, 'a') + "\n";
+  // The panel may close before it has taken everything; that is fine.
+  send(fd, request.data(), request.size(), MSG_NOSIGNAL);
+  EXPECT_EQ("<?xml version=\"1.0\"?>\n<doc><error>request too long</error>"
+            "</doc>\n",
+            ReadAll(fd, 5));
+  close(fd);
+  EXPECT_EQ(EmptyReply(), Ask("kern", "func=actionlist"));
+}
+
+TEST(ServerTest, RequestEndsAtTheFirstNewline) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  ASSERT_EQ(0, RunProgram(dir, {"bin/kern"}).status);
+  int fd = RawConnect("kern");
+  ASSERT_GE(fd, 0);
+  std::string request = "func=nothing\nfunc=actionlist\n";
+  send(fd, request.data(), request.size(), MSG_NOSIGNAL);
+  EXPECT_EQ("<?xml version=\"1.0\"?>\n<doc><error>unknown function "
+            "\"nothing\"</error></doc>\n",
+            ReadAll(fd, 5));
+  close(fd);
+}
+
+TEST(ServerTest, ManagerLinkServesTheManagerOfItsName) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  dir.AddManagerLink("shop");
+  dir.Write("etc/xml/shop.xml", "<pnldata><metadata name=\"s\"/></pnldata>");
+  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
+  EXPECT_TRUE(pnl_file::Exists("var/run/shop.pid"));
+  EXPECT_TRUE(pnl_file::Exists("var/run/shop.socket"));
+  EXPECT_FALSE(pnl_file::Exists("var/run/kern.pid"));
+  EXPECT_EQ(Reply("<elem><action>s</action></elem>"),
+            Ask("shop", "func=actionlist"));
+  EXPECT_EQ(1, CountRequests(LogRecords(dir.path(), "shop")));
+}
+
+TEST(ServerTest, ManagerPresentOnlyAsLibraryIsServedByKern) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  dir.Write("lib/shop.so", "");
+  dir.Write("etc/xml/shop_msg_en.xml",
+            "<pnldata><lang name=\"en\"><messages name=\"s\">"
+            "<msg name=\"m\">M</msg></messages></lang></pnldata>");
+  EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=session&lang=en&out=devel"));
+  EXPECT_EQ(std::string(kDecl) +
+                "<messages name=\"s\"><msg name=\"m\">M</msg></messages>\n",
+            dir.Read("var/.xmlcache/shop/s.msg.en.xml"));
+  EXPECT_FALSE(pnl_file::Exists("bin/shop"));
+  EXPECT_TRUE(pnl_file::Exists("var/run/shop.pid"));
+  EXPECT_NE(std::string::npos,
+            LogRecords(dir.path(), "shop")
+                .find("\n5 request: func=session&lang=en&out=devel\n"));
+}
+
+TEST(ServerTest, KernRefusesBadArguments) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  RunResult run = RunProgram(dir, {"bin/kern", "-x"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ("", run.out);
+  EXPECT_EQ("usage: kern [-m manager]\n", run.err);
+  run = RunProgram(dir, {"bin/kern", "-m", "../x"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ("kern: invalid manager name \"../x\"\n", run.err);
+  EXPECT_FALSE(pnl_file::Exists("var/run"));
+}
+
+// Messages of shop with one function, f.
+void WriteShop(const ScratchDir& dir) {
+  dir.InstallPanel();
+  dir.AddManagerLink("shop");
+  dir.Write("etc/xml/shop_msg_en.xml",
+            "<pnldata><lang name=\"en\"><messages name=\"f\">"
+            "<msg name=\"hint_x\">X</msg></messages></lang></pnldata>");
+}
+
+TEST(PnlctlTest, KnownFunctionExitsZeroAndWritesTheCheckedFiles) {
+  ScratchDir dir;
+  WriteShop(dir);
+  RunResult run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "f", "lang=ru"});
+  EXPECT_EQ(0, run.status);
+  EXPECT_EQ("", run.out);
+  EXPECT_EQ("", run.err);
+  EXPECT_EQ(std::string(kDecl) +
+                "<messages name=\"f\"><msg name=\"hint_x\">X</msg></messages>\n",
+            dir.Read("var/.xmlcache/shop/checked/f.msg.en.xml"));
+  EXPECT_NE(std::string::npos,
+            LogRecords(dir.path(), "shop").find("\n5 request: func=f&lang=ru\n"));
+}
+
+TEST(PnlctlTest, ErrorReplyExitsOneWithTheError) {
+  ScratchDir dir;
+  WriteShop(dir);
+  RunResult run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "a b&c=d", "k y=v&w"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ("", run.out);
+  EXPECT_EQ("pnlctl: shop: unknown function \"a b&c=d\"\n", run.err);
+  // Keys and values travel percent-encoded.
+  EXPECT_NE(std::string::npos,
+            LogRecords(dir.path(), "shop")
+                .find("5 request: func=a+b%26c%3Dd&k+y=v%26w\n"));
+}
+
+TEST(PnlctlTest, SessionRepliesWithoutOkExitOne) {
+  ScratchDir dir;
+  WriteShop(dir);
+  RunResult run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "actionlist"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ("pnlctl: shop: no <ok/> in the reply\n", run.err);
+  run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "session", "lang=en"});
+  EXPECT_EQ(0, run.status);
+}
+
+TEST(PnlctlTest, UsageErrorsExitOne) {
+  ScratchDir dir;
+  WriteShop(dir);
+  const std::string usage =
+      "usage: pnlctl -m manager function [key=value ...]\n";
+  for (std::vector<std::string> args :
+       {std::vector<std::string>{"sbin/pnlctl"},
+        {"sbin/pnlctl", "-m", "shop"},
+        {"sbin/pnlctl", "-x", "shop", "f"},
+        {"sbin/pnlctl", "-m", "shop", "f", "lang"}}) {
+    RunResult run = RunProgram(dir, args);
+    EXPECT_EQ(1, run.status);
+    EXPECT_EQ("", run.out);
+    EXPECT_EQ(usage, run.err);
+  }
+  EXPECT_FALSE(pnl_file::Exists("var/run/shop.pid"));
+}
+
+TEST(PnlctlTest, NoPanelProgramMeansNoReply) {
+  ScratchDir dir;
+  dir.Link(testing_support::PnlctlProgram(), "sbin/pnlctl");
+  RunResult run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "f"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ("", run.out);
+  EXPECT_EQ("pnl_client: no answer from manager \"shop\" to query \"func=f\"\n"
+            "pnlctl: shop: no reply\n",
+            run.err);
+}
+
+}  // namespace
