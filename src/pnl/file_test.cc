@@ -1,0 +1,253 @@
+#include "pnl/file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "pnl/log.h"
+#include "support/scratch_dir.h"
+
+namespace {
+
+using testing_support::LogRecords;
+using testing_support::ScratchDir;
+
+// Each test runs in its own scratch directory with the library's log open
+// there at level 9.
+class FileTest : public testing::Test {
+ protected:
+  FileTest() { pnl_log::Init("test", 9); }
+  ~FileTest() override { pnl_log::Close(); }
+
+  std::string Records() const { return LogRecords(dir_.path(), "test"); }
+
+  ScratchDir dir_;
+};
+
+TEST_F(FileTest, GetCurrentDirIsAbsoluteWithoutTrailingSlash) {
+  EXPECT_EQ(dir_.path(), pnl_file::GetCurrentDir());
+  dir_.MakeDir("sub");
+  ASSERT_EQ(0, chdir("sub"));
+  EXPECT_EQ(dir_.path() + "/sub", pnl_file::GetCurrentDir());
+}
+
+TEST_F(FileTest, ExistsForFilesDirectoriesAndLinks) {
+  dir_.Write("f", "x");
+  dir_.MakeDir("d");
+  dir_.Link("f", "good");
+  dir_.Link("missing", "dangling");
+  EXPECT_TRUE(pnl_file::Exists("f"));
+  EXPECT_TRUE(pnl_file::Exists(dir_.path() + "/d"));
+  EXPECT_TRUE(pnl_file::Exists("good"));
+  EXPECT_FALSE(pnl_file::Exists("dangling"));
+  EXPECT_FALSE(pnl_file::Exists("nothing"));
+  EXPECT_FALSE(pnl_file::Exists(""));
+}
+
+TEST_F(FileTest, RemoveFile) {
+  dir_.Write("f", "x");
+  pnl_file::Remove(dir_.path() + "/f");
+  EXPECT_FALSE(pnl_file::Exists("f"));
+}
+
+TEST_F(FileTest, RemoveDirectoryWithEverythingInIt) {
+  dir_.Write("var/.xmlcache/m/a.xml", "x");
+  dir_.Write("var/.xmlcache/m/checked/b.xml", "x");
+  pnl_file::Remove(dir_.path() + "/var/.xmlcache/m");
+  EXPECT_FALSE(pnl_file::Exists("var/.xmlcache/m"));
+  EXPECT_TRUE(pnl_file::Exists("var/.xmlcache"));
+}
+
+TEST_F(FileTest, RemoveOfMissingPathIsSilent) {
+  pnl_file::Remove(dir_.path() + "/nothing");
+  pnl_file::Remove("nothing/below");
+  EXPECT_TRUE(pnl_file::Exists(dir_.path()));
+}
+
+TEST_F(FileTest, RemoveOfLinkToDirectoryLeavesTheTarget) {
+  dir_.Write("target/keep", "x");
+  dir_.Link(dir_.path() + "/target", "link");
+  pnl_file::Remove("link");
+  struct stat st;
+  EXPECT_NE(0, lstat("link", &st));
+  EXPECT_EQ("x", dir_.Read("target/keep"));
+}
+
+TEST_F(FileTest, RemoveDoesNotFollowLinksInsideTheDirectory) {
+  dir_.Write("outside/keep", "x");
+  dir_.Write("doomed/file", "x");
+  dir_.Link(dir_.path() + "/outside", "doomed/to_outside");
+  dir_.Link(dir_.path() + "/outside/keep", "doomed/to_file");
+  pnl_file::Remove("doomed");
+  EXPECT_FALSE(pnl_file::Exists("doomed"));
+  EXPECT_EQ("x", dir_.Read("outside/keep"));
+}
+
+TEST_F(FileTest, RemoveRefusesDotDot) {
+  dir_.Write("a/f", "x");
+  dir_.MakeDir("b");
+  pnl_file::Remove("b/../a");
+  pnl_file::Remove(dir_.path() + "/b/../a");
+  EXPECT_TRUE(pnl_file::Exists("a/f"));
+  EXPECT_EQ(
+      "3 Refusing to remove \"b/../a\": \".\" or \"..\" in the path\n"
+      "3 Refusing to remove \"" + dir_.path() +
+          "/b/../a\": \".\" or \"..\" in the path\n",
+      Records());
+}
+
+TEST_F(FileTest, RemoveRefusesDotAndEmptyComponents) {
+  dir_.Write("a/f", "x");
+  pnl_file::Remove(".");
+  pnl_file::Remove("./a");
+  pnl_file::Remove("a//f");
+  pnl_file::Remove("a/");
+  pnl_file::Remove("");
+  pnl_file::Remove("/");
+  EXPECT_TRUE(pnl_file::Exists("a/f"));
+  EXPECT_EQ(
+      "3 Refusing to remove \".\": \".\" or \"..\" in the path\n"
+      "3 Refusing to remove \"./a\": \".\" or \"..\" in the path\n"
+      "3 Refusing to remove \"a//f\": empty path component\n"
+      "3 Refusing to remove \"a/\": empty path component\n"
+      "3 Refusing to remove \"\": empty path\n"
+      "3 Refusing to remove \"/\": root directory\n",
+      Records());
+}
+
+TEST_F(FileTest, RemoveRefusesTheCurrentDirectoryAndItsAncestors) {
+  dir_.Write("sub/f", "x");
+  ASSERT_EQ(0, chdir("sub"));
+  std::string parent = dir_.path();
+  pnl_file::Remove(parent + "/sub");
+  pnl_file::Remove(parent);
+  pnl_file::Remove(pnl_file::SplitPath(parent).first);
+  EXPECT_TRUE(pnl_file::Exists(parent + "/sub/f"));
+  std::string reason = "the current directory or one of its ancestors\n";
+  EXPECT_EQ("3 Refusing to remove \"" + parent + "/sub\": " + reason +
+                "3 Refusing to remove \"" + parent + "\": " + reason +
+                "3 Refusing to remove \"" + pnl_file::SplitPath(parent).first +
+                "\": " + reason,
+            Records());
+}
+
+TEST_F(FileTest, RemoveRefusesTheCurrentDirectoryReachedThroughALink) {
+  std::string parent = pnl_file::SplitPath(dir_.path()).first;
+  std::string name = pnl_file::SplitPath(dir_.path()).second;
+  dir_.Link(parent, "up");
+  pnl_file::Remove("up/" + name);  // the current directory, through a link
+  EXPECT_TRUE(pnl_file::Exists("var/log/test.log"));
+  EXPECT_TRUE(pnl_file::Exists("up"));
+  dir_.Write("x/f", "x");
+  dir_.Link(dir_.path() + "/x", "to_x");
+  pnl_file::Remove("to_x");  // only the link goes
+  EXPECT_TRUE(pnl_file::Exists("x/f"));
+  EXPECT_FALSE(pnl_file::Exists("to_x"));
+}
+
+TEST_F(FileTest, SplitPath) {
+  EXPECT_EQ(std::make_pair(std::string("/a/b"), std::string("c.xml")),
+            pnl_file::SplitPath("/a/b/c.xml"));
+  EXPECT_EQ(std::make_pair(std::string(""), std::string("c.xml")),
+            pnl_file::SplitPath("c.xml"));
+  EXPECT_EQ(std::make_pair(std::string("a"), std::string("")),
+            pnl_file::SplitPath("a/"));
+  EXPECT_EQ(std::make_pair(std::string(""), std::string("a")),
+            pnl_file::SplitPath("/a"));
+}
+
+TEST_F(FileTest, ConcatPathUsesExactlyOneSlash) {
+  EXPECT_EQ("a/b", pnl_file::ConcatPath("a", "b"));
+  EXPECT_EQ("a/b", pnl_file::ConcatPath("a/", "b"));
+  EXPECT_EQ("a/b", pnl_file::ConcatPath("a", "/b"));
+  EXPECT_EQ("a/b", pnl_file::ConcatPath("a//", "//b"));
+  EXPECT_EQ("/w/b/c", pnl_file::ConcatPath("/w", "b/c"));
+}
+
+TEST_F(FileTest, ConcatNPathWithFourPieces) {
+  EXPECT_EQ("/work/dir/etc/xml/m_msg_en.xml",
+            pnl_file::ConcatNPath(4, "/work/dir", "etc", "xml",
+                                  "m_msg_en.xml"));
+  EXPECT_EQ("a", pnl_file::ConcatNPath(1, "a"));
+  EXPECT_EQ("", pnl_file::ConcatNPath(0));
+}
+
+TEST_F(FileTest, GoodPathNormalises) {
+  EXPECT_EQ("/a/b/c", pnl_file::GoodPath("//a///b/c"));
+  EXPECT_EQ("/a/b", pnl_file::GoodPath("/a/./b"));
+  EXPECT_EQ("/a/b", pnl_file::GoodPath("/a/././b/"));
+  EXPECT_EQ("/a/b", pnl_file::GoodPath("/a/b/."));
+  EXPECT_EQ("/", pnl_file::GoodPath("/"));
+  EXPECT_EQ("/", pnl_file::GoodPath("//"));
+  EXPECT_EQ("/", pnl_file::GoodPath("/."));
+  EXPECT_EQ("a/../b", pnl_file::GoodPath("a/../b"));
+  EXPECT_EQ("./a", pnl_file::GoodPath("./a"));
+  EXPECT_EQ("a/.b", pnl_file::GoodPath("a/.b"));
+  EXPECT_EQ("a  b", pnl_file::GoodPath("a  b"));
+}
+
+TEST_F(FileTest, GoodPathLeavesACommandLineUnchanged) {
+  EXPECT_EQ("/a/sbin/pnlctl -m x f lang=ru",
+            pnl_file::GoodPath("/a/sbin/pnlctl -m x f lang=ru"));
+  EXPECT_EQ("/a/sbin/pnlctl -m x f lang=ru",
+            pnl_file::GoodPath("/a//sbin/./pnlctl -m x f lang=ru"));
+}
+
+TEST_F(FileTest, DirListsInByteOrderWithoutDots) {
+  dir_.Write("d/b", "");
+  dir_.Write("d/a", "");
+  dir_.Write("d/B", "");
+  dir_.Write("d/\xd0\xb0", "");
+  dir_.Write("d/a.xml", "");
+  dir_.MakeDir("d/c");
+  pnl_file::Dir reader(dir_.path() + "/d");
+  std::string names;
+  while (reader.Read()) names += reader.FullName() + "\n";
+  std::string d = dir_.path() + "/d/";
+  EXPECT_EQ(d + "B\n" + d + "a\n" + d + "a.xml\n" + d + "b\n" + d + "c\n" +
+                d + "\xd0\xb0\n",
+            names);
+  EXPECT_FALSE(reader.Read());
+}
+
+TEST_F(FileTest, DirNameIsTheEntryName) {
+  dir_.Write("d/one", "");
+  pnl_file::Dir reader("d");
+  ASSERT_TRUE(reader.Read());
+  EXPECT_EQ("one", reader.Name());
+  EXPECT_EQ("d/one", reader.FullName());
+  EXPECT_FALSE(reader.Read());
+}
+
+TEST_F(FileTest, DirOfMissingDirectoryHasNoEntries) {
+  pnl_file::Dir reader("missing");
+  EXPECT_FALSE(reader.Read());
+}
+
+TEST_F(FileTest, WriteFileReplacesAndReadFileReads) {
+  EXPECT_TRUE(pnl_file::WriteFile("f", "one"));
+  EXPECT_TRUE(pnl_file::WriteFile(dir_.path() + "/f", "two"));
+  std::string text;
+  EXPECT_TRUE(pnl_file::ReadFile("f", text));
+  EXPECT_EQ("two", text);
+  // No temporary file stays behind.
+  pnl_file::Dir reader(".");
+  std::string names;
+  while (reader.Read()) names += reader.Name() + " ";
+  EXPECT_EQ("f var ", names);
+}
+
+TEST_F(FileTest, WriteFileFailureKeepsNothingAndReportsFalse) {
+  EXPECT_FALSE(pnl_file::WriteFile("missing/f", "x"));
+  std::string text = "old";
+  EXPECT_FALSE(pnl_file::ReadFile("missing/f", text));
+  EXPECT_EQ("", text);
+}
+
+TEST_F(FileTest, MakeDirsCreatesParents) {
+  EXPECT_TRUE(pnl_file::MakeDirs("a/b/c"));
+  EXPECT_TRUE(pnl_file::Exists("a/b/c"));
+  EXPECT_TRUE(pnl_file::MakeDirs("a/b/c"));
+}
+
+}  // namespace

@@ -46,12 +46,8 @@ std::string FormatV(const char* format, va_list args) {
 }  // namespace
 
 void Init(const std::string& name, Level level) {
+  Close();
   LogState& state = State();
-  if (state.file != nullptr) {
-    fclose(state.file);
-    state.file = nullptr;
-    state.path.clear();
-  }
   state.level = level;
   std::string dir = pnl_file::GetCurrentDir();
   if (dir == "/") dir.clear();
@@ -61,6 +57,14 @@ void Init(const std::string& name, Level level) {
   // "e": the log is not inherited by the commands that we run.
   state.file = fopen(path.c_str(), "ae");
   if (state.file != nullptr) state.path = path;
+}
+
+void Close() {
+  LogState& state = State();
+  if (state.file != nullptr) fclose(state.file);
+  state.file = nullptr;
+  state.path.clear();
+  state.level = 5;
 }
 
 Level CurrentLevel() { return State().level; }

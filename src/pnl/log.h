@@ -21,6 +21,10 @@ using Level = int;
 // closes the previous log and opens the new one.
 void Init(const std::string& name, Level level);
 
+// Closes the log and puts the level back to 5, as before Init: records go
+// nowhere until the next Init.
+void Close();
+
 // The level in force (5 until Init says otherwise).
 Level CurrentLevel();
 // The path of the open log file ("" when none is open).

@@ -51,8 +51,12 @@ const pnl_log::Module& Log() {
 
 // Collects the errors that libxml2 reports while a parse runs; outside a
 // parse the errors are dropped. Nothing of libxml2's reaches our streams.
+// The error kept is the one that stopped the parse: the first fatal error
+// located in the document itself (not inside an entity's text), else the
+// first fatal error, else the first error.
 struct ErrorCollector {
-  bool have_error = false;
+  const std::string* origin = nullptr;
+  int rank = 0;  // 0 none, 1 error, 2 fatal, 3 fatal in the document
   int line = 0;
   std::string message;
 };
@@ -61,19 +65,20 @@ ErrorCollector* g_collector = nullptr;
 void StructuredError(void*, xmlErrorPtr error) {
   if (g_collector == nullptr || error == nullptr) return;
   if (error->level < XML_ERR_ERROR) return;
-  // The first fatal error is the one that stopped the parse; keep it in
-  // preference to earlier non-fatal ones.
-  bool fatal = error->level == XML_ERR_FATAL;
-  if (g_collector->have_error && !fatal) return;
-  if (g_collector->have_error && fatal && g_collector->line < 0) return;
-  g_collector->have_error = true;
+  int rank = 1;
+  if (error->level == XML_ERR_FATAL) {
+    rank = 2;
+    if (error->file != nullptr && *g_collector->origin == error->file)
+      rank = 3;
+  }
+  if (rank <= g_collector->rank) return;
+  g_collector->rank = rank;
+  g_collector->line = error->line;
   g_collector->message = error->message != nullptr ? error->message : "error";
   while (!g_collector->message.empty() &&
          (g_collector->message.back() == '\n' ||
           g_collector->message.back() == '\r'))
     g_collector->message.pop_back();
-  // A negative line marks a fatal error already kept.
-  g_collector->line = fatal ? -(error->line + 1) : error->line;
 }
 
 void GenericError(void*, const char*, ...) {}
@@ -134,6 +139,7 @@ void DropDtd(xmlDocPtr doc) {
 xmlDocPtr Parse(const std::string& text, const std::string& origin) {
   SetUpLibxml();
   ErrorCollector collector;
+  collector.origin = &origin;
   g_collector = &collector;
   xmlDocPtr doc = nullptr;
   if (text.size() <= static_cast<size_t>(INT32_MAX))
@@ -141,9 +147,9 @@ xmlDocPtr Parse(const std::string& text, const std::string& origin) {
                         origin.c_str(), nullptr, XML_PARSE_NONET);
   g_collector = nullptr;
   if (doc == nullptr) {
-    int line = collector.line < 0 ? -collector.line - 1 : collector.line;
-    std::string message =
-        collector.have_error ? collector.message : "not a well-formed document";
+    int line = collector.line;
+    std::string message = collector.rank > 0 ? collector.message
+                                             : "not a well-formed document";
     fprintf(stderr, "%s:%d: %s\n", origin.c_str(), line, message.c_str());
     fflush(stderr);
     if (Log().Check(3))
