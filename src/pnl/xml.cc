@@ -25,11 +25,15 @@ struct DocHolder {
   xmlDocPtr doc = nullptr;
   std::vector<xmlNodePtr> detached;
   std::vector<xmlDocPtr> retired;
+  // One XPath context reused by every evaluation over this document: the
+  // audits evaluate very many small expressions.
+  xmlXPathContextPtr xpath = nullptr;
 
   DocHolder() = default;
   DocHolder(const DocHolder&) = delete;
   DocHolder& operator=(const DocHolder&) = delete;
   ~DocHolder() {
+    if (xpath != nullptr) xmlXPathFreeContext(xpath);
     // Detached nodes first: freeing a node consults its document's
     // dictionary.
     for (xmlNodePtr node : detached) xmlFreeNode(node);
@@ -363,8 +367,16 @@ XPath::XPath() {}
 XPath::XPath(const Xml& doc, const std::string& expr) {
   if (!doc.doc_ || doc.doc_->doc == nullptr) return;
   SetUpLibxml();
-  xmlXPathContextPtr context = xmlXPathNewContext(doc.doc_->doc);
-  if (context == nullptr) return;
+  internal::DocHolder& holder = *doc.doc_;
+  if (holder.xpath == nullptr) {
+    holder.xpath = xmlXPathNewContext(holder.doc);
+    if (holder.xpath == nullptr) return;
+    xmlXPathContextSetCache(holder.xpath, 1, -1, 0);
+  }
+  xmlXPathContextPtr context = holder.xpath;
+  // The document may have been replaced by a new load since the last use.
+  context->doc = holder.doc;
+  context->node = nullptr;
   xmlXPathObjectPtr result =
       xmlXPathEvalExpression(X(expr.c_str()), context);
   if (result == nullptr) {
@@ -385,7 +397,6 @@ XPath::XPath(const Xml& doc, const std::string& expr) {
     }
     xmlXPathFreeObject(result);
   }
-  xmlXPathFreeContext(context);
 }
 
 XmlNode XPath::operator[](unsigned long i) const {
