@@ -1,0 +1,90 @@
+// A test fixture for the missing-message audit: a scratch installation
+// directory with the module's log in it, one MissedCheck for the checked
+// manager, and helpers that write the manager's description and cached
+// message files and run the audit with standard output captured.
+#ifndef TESTUTILS_MISSEDCHECK_FIXTURE_H_
+#define TESTUTILS_MISSEDCHECK_FIXTURE_H_
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "pnl/log.h"
+#include "support/scratch_dir.h"
+#include "testutils/MissedCheck.h"
+#include "testutils/msglint.h"
+
+class MissedCheckFixture : public testing::Test {
+ protected:
+  MissedCheckFixture() {
+    pnl_log::Init("msglint", 5);
+    SetManager("M");
+    audit.langs = {"en"};
+    audit.report_mode = "-f";
+  }
+
+  // Makes `name` the checked manager, as the run sequence does.
+  void SetManager(const std::string& name) {
+    PNL_NAME() = name;
+    audit.cache_dir = dir.path() + "/var/.xmlcache/" + name;
+  }
+
+  // The manager's main description: `body` inside the pnldata root.
+  void WriteMain(const std::string& body) const {
+    dir.Write("etc/xml/" + PNL_NAME() + ".xml", "<pnldata>" + body + "</pnldata>\n");
+  }
+
+  // A cached message file of the checked manager, e.g. Messages("user",
+  // "en", ...) for var/.xmlcache/M/user.msg.en.xml.
+  void Messages(const std::string& object, const std::string& lang,
+                const std::string& body) const {
+    CacheFile(object + ".msg." + lang + ".xml", object, body);
+  }
+
+  // Any file of the cache directory: a messages root named `root` around `body`.
+  void CacheFile(const std::string& file, const std::string& root,
+                 const std::string& body) const {
+    dir.Write("var/.xmlcache/" + PNL_NAME() + "/" + file,
+              "<messages name=\"" + root + "\">" + body + "</messages>\n");
+  }
+
+  // Loads the main description into the audit, as check() does.
+  void LoadMain() {
+    audit.main_xml.LoadFromFile(dir.path() + "/etc/xml/" + PNL_NAME() + ".xml");
+  }
+
+  // Runs check() with standard output captured; keeps its result, what it
+  // printed and the audit file.
+  int RunCheck() {
+    testing::internal::CaptureStdout();
+    result = audit.check();
+    out = testing::internal::GetCapturedStdout();
+    audit_file = dir.Read("var/test_msgs");
+    return result;
+  }
+
+  // The module's log records, each reduced to "LEVEL text".
+  std::string Log() const { return testing_support::LogRecords(dir.path(), "msglint"); }
+
+  // Only the records of the given level.
+  std::string LogAt(int level) const {
+    const std::string prefix = std::to_string(level) + " ";
+    std::string all = Log(), picked;
+    for (std::string::size_type pos = 0; pos < all.size();) {
+      std::string::size_type end = all.find('\n', pos);
+      if (end == std::string::npos) end = all.size();
+      const std::string line = all.substr(pos, end - pos);
+      if (line.compare(0, prefix.size(), prefix) == 0) picked += line + "\n";
+      pos = end + 1;
+    }
+    return picked;
+  }
+
+  testing_support::ScratchDir dir;
+  MissedCheck audit;
+  int result = 0;
+  std::string out;
+  std::string audit_file;
+};
+
+#endif  // TESTUTILS_MISSEDCHECK_FIXTURE_H_
