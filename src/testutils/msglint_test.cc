@@ -1,0 +1,275 @@
+#include "testutils/msglint.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "pnl/file.h"
+#include "support/scratch_dir.h"
+
+namespace {
+
+using testing_support::ScratchDir;
+
+TEST(PrintMsgTest, WritesObjectProblemThenText) {
+  std::ostringstream out;
+  print_msg("form", "Hello", "missing", out);
+  EXPECT_EQ(out.str(), "\tform - missing. \t\t msgtext: Hello\n");
+}
+
+TEST(PrintMsgTest, AppendsToWhatTheStreamHolds) {
+  std::ostringstream out;
+  out << "x";
+  print_msg("a", "", "b", out);
+  EXPECT_EQ(out.str(), "x\ta - b. \t\t msgtext: \n");
+}
+
+TEST(OrderTest, ComparesLeadingNumbersNotText) {
+  EXPECT_TRUE(order("10", "9"));
+  EXPECT_FALSE(order("9", "10"));
+  EXPECT_FALSE(order("x", "0"));
+  EXPECT_FALSE(order("0", "x"));
+  EXPECT_TRUE(order("12 - 'a'\n", "3 - 'b'\n"));
+  EXPECT_FALSE(order("3 - 'b'\n", "12 - 'a'\n"));
+  EXPECT_FALSE(order("", ""));
+  EXPECT_TRUE(order("2 - 'x'", ""));
+}
+
+TEST(OrderTest, ReadsBlanksAndSignsLikeStrtol) {
+  EXPECT_TRUE(order("  7", "6"));
+  EXPECT_TRUE(order("+5", "4"));
+  EXPECT_FALSE(order("-3", "0"));
+  EXPECT_TRUE(order("0", "-3"));
+  EXPECT_FALSE(order("5abc", "5"));
+}
+
+TEST(OrderTest, CutsTheNumberToThirtyTwoBits) {
+  // 2^32 becomes 0, 2^32 + 1 becomes 1, 2^31 becomes the most negative value.
+  EXPECT_FALSE(order("4294967296", "1"));
+  EXPECT_FALSE(order("4294967296", "0"));
+  EXPECT_TRUE(order("4294967297", "0"));
+  EXPECT_FALSE(order("2147483648", "0"));
+  EXPECT_TRUE(order("2147483647", "0"));
+}
+
+TEST(NameSplitTest, SplitsAtTheFirstUnderscore) {
+  EXPECT_EQ(get_prefix("menu_item"), "menu");
+  EXPECT_EQ(cut_prefix("menu_item"), "item");
+  EXPECT_EQ(get_prefix("a_b_c"), "a");
+  EXPECT_EQ(cut_prefix("a_b_c"), "b_c");
+}
+
+TEST(NameSplitTest, NameWithoutUnderscoreHasNoPrefix) {
+  EXPECT_EQ(get_prefix("title"), "");
+  EXPECT_EQ(cut_prefix("title"), "title");
+  EXPECT_EQ(get_prefix(""), "");
+  EXPECT_EQ(cut_prefix(""), "");
+}
+
+TEST(NameSplitTest, TrailingUnderscoreCountsAsNoPrefix) {
+  EXPECT_EQ(get_prefix("abc_"), "");
+  EXPECT_EQ(cut_prefix("abc_"), "abc");
+}
+
+TEST(NameSplitTest, LeadingUnderscoreGivesEmptyPrefix) {
+  EXPECT_EQ(get_prefix("_abc"), "");
+  EXPECT_EQ(cut_prefix("_abc"), "abc");
+}
+
+TEST(UsageTest, PrintsFourLinesWithTheProgramName) {
+  testing::internal::CaptureStdout();
+  usage("sbin/msglint");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "Usage: sbin/msglint pnl_name report_type languagelist\n"
+            " pnl_name - name of checked manager, e.g.: kern, sabpnl\n"
+            " report_type : -s print short report, -f print full report (default)\n"
+            " languagelist - comma separated list of lanugages, e.g.: en,ru,fr\n");
+}
+
+TEST(PnlNameTest, IsOneModifiableString) {
+  PNL_NAME() = "sabpnl";
+  EXPECT_EQ(PNL_NAME(), "sabpnl");
+  EXPECT_EQ(&PNL_NAME(), &PNL_NAME());
+}
+
+// ---- The language drop rule ------------------------------------------------
+
+class DropLanguagesTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    PNL_NAME() = "sab";
+    msg_dir_ = pnl_file::GetCurrentDir() + "/etc/xml/";
+  }
+  void AddMessages(const std::string& lang) {
+    dir_.Write("etc/xml/sab_msg_" + lang + ".xml", "<pnldata/>");
+  }
+  std::vector<std::string> Drop(std::vector<std::string> langs) {
+    drop_languages(langs, msg_dir_);
+    return langs;
+  }
+
+  ScratchDir dir_;
+  std::string msg_dir_;
+};
+
+TEST_F(DropLanguagesTest, KeepsLanguagesWithAMessageFile) {
+  AddMessages("en");
+  AddMessages("ru");
+  EXPECT_EQ(Drop({"en", "ru"}), (std::vector<std::string>{"en", "ru"}));
+}
+
+TEST_F(DropLanguagesTest, WalkEndsAfterTheLastLanguageWasRemoved) {
+  AddMessages("en");
+  EXPECT_EQ(Drop({"en", "xx"}), (std::vector<std::string>{"en"}));
+}
+
+TEST_F(DropLanguagesTest, LoneLanguageWithoutFileLeavesAnEmptyList) {
+  EXPECT_EQ(Drop({"xx"}), std::vector<std::string>{});
+}
+
+TEST_F(DropLanguagesTest, EmptyListStaysEmpty) {
+  EXPECT_EQ(Drop({}), std::vector<std::string>{});
+}
+
+TEST_F(DropLanguagesTest, LanguageAfterADroppedOneIsKeptUnexamined) {
+  AddMessages("en");
+  EXPECT_EQ(Drop({"xx", "yy", "en"}), (std::vector<std::string>{"yy", "en"}));
+}
+
+TEST_F(DropLanguagesTest, ModeLikeArgumentIsDroppedAndSkipsTheNext) {
+  // "-x" is not a mode: it is a language, dropped; "en" moves up and is not
+  // looked at, so it stays even without a message file.
+  EXPECT_EQ(Drop({"-x", "en"}), (std::vector<std::string>{"en"}));
+}
+
+TEST_F(DropLanguagesTest, CommaSeparatedListIsOneLanguage) {
+  AddMessages("en");
+  AddMessages("ru");
+  EXPECT_EQ(Drop({"en,ru"}), std::vector<std::string>{});
+}
+
+TEST_F(DropLanguagesTest, TwoRemovalsInARowLeaveTheSecondMissingOne) {
+  AddMessages("en");
+  EXPECT_EQ(Drop({"en", "xx", "yy", "zz"}), (std::vector<std::string>{"en", "yy"}));
+}
+
+// ---- The fatal exits of kelmain ---------------------------------------------
+//
+// Each run happens in a child process that sends its standard output to a
+// file of the scratch directory, read back once the child has exited.
+
+void RunKelmain(std::vector<std::string> args) {
+  if (std::freopen("stdout.txt", "w", stdout) == nullptr) std::_Exit(3);
+  std::vector<char*> argv;
+  for (std::string& arg : args) argv.push_back(arg.data());
+  argv.push_back(nullptr);
+  int result = kelmain(static_cast<int>(args.size()), argv.data());
+  std::fflush(stdout);
+  std::_Exit(result == 0 ? 2 : 4);  // a fatal case never gets here
+}
+
+class KelmainExitTest : public testing::Test {
+ protected:
+  void SetUp() override { GTEST_FLAG_SET(death_test_style, "fast"); }
+  // A manager "sab" with a form that has one text input without validator.
+  void AddManager() {
+    dir_.Write("bin/sab", "");
+    dir_.Write("etc/xml/sab.xml",
+               "<pnldata><metadata name=\"user\" type=\"form\"><form>"
+               "<field name=\"size\"><input type=\"text\" name=\"size\"/></field>"
+               "</form></metadata></pnldata>");
+    dir_.Write("etc/xml/sab_msg_ru.xml",
+               "<pnldata><lang name=\"ru\"><messages name=\"user\">"
+               "<msg name=\"title\">Users</msg><msg name=\"size\">Size</msg>"
+               "</messages></lang></pnldata>");
+  }
+  std::string Stdout() const { return dir_.Read("stdout.txt"); }
+
+  ScratchDir dir_;
+};
+
+const char kUsage[] =
+    "Usage: msglint pnl_name report_type languagelist\n"
+    " pnl_name - name of checked manager, e.g.: kern, sabpnl\n"
+    " report_type : -s print short report, -f print full report (default)\n"
+    " languagelist - comma separated list of lanugages, e.g.: en,ru,fr\n";
+
+const char kValidatorReport[] =
+    "\n"
+    "Checking validator for inputs\n"
+    "user -> size\t\t(Users -> Size)\n";
+
+const char kNoLanguage[] = "You should specify at least one language.\n";
+
+TEST_F(KelmainExitTest, ProgramNameAloneGetsTheUsageText) {
+  EXPECT_EXIT(RunKelmain({"msglint"}), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(Stdout(), kUsage);
+}
+
+TEST_F(KelmainExitTest, ManagerAloneGetsTheUsageText) {
+  AddManager();
+  EXPECT_EXIT(RunKelmain({"msglint", "sab"}), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(Stdout(), kUsage);
+}
+
+TEST_F(KelmainExitTest, UnknownManagerIsRejectedBeforeTheLanguages) {
+  AddManager();
+  dir_.Write("etc/xml/nosuch_msg_en.xml", "<pnldata/>");
+  EXPECT_EXIT(RunKelmain({"msglint", "nosuch", "-s", "en"}), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(Stdout(), "No manager with name \"nosuch\" found\n");
+}
+
+TEST_F(KelmainExitTest, ManagerNameThatLeavesItsDirectoryIsNoManager) {
+  AddManager();
+  EXPECT_EXIT(RunKelmain({"msglint", "../bin/sab", "-s", "en"}), testing::ExitedWithCode(1),
+              "");
+  EXPECT_EQ(Stdout(), "No manager with name \"../bin/sab\" found\n");
+}
+
+TEST_F(KelmainExitTest, ShortModeWithoutLanguageSkipsTheValidatorCheck) {
+  AddManager();
+  EXPECT_EXIT(RunKelmain({"msglint", "sab", "-s"}), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(Stdout(), kNoLanguage);
+}
+
+TEST_F(KelmainExitTest, FullModeWithoutLanguageRunsTheValidatorCheckFirst) {
+  AddManager();
+  EXPECT_EXIT(RunKelmain({"msglint", "sab", "-f"}), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(Stdout(), std::string(kValidatorReport) + kNoLanguage);
+}
+
+TEST_F(KelmainExitTest, LanguageInPlaceOfTheModeMeansFullMode) {
+  AddManager();
+  EXPECT_EXIT(RunKelmain({"msglint", "sab", "xx"}), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(Stdout(), std::string(kValidatorReport) + kNoLanguage);
+}
+
+TEST_F(KelmainExitTest, CommaSeparatedLanguagesAreOneUnknownLanguage) {
+  AddManager();
+  dir_.Write("etc/xml/sab_msg_en.xml", "<pnldata/>");
+  EXPECT_EXIT(RunKelmain({"msglint", "sab", "-s", "en,ru"}), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(Stdout(), kNoLanguage);
+}
+
+TEST_F(KelmainExitTest, LastLanguageDroppedEndsTheWalk) {
+  AddManager();
+  EXPECT_EXIT(RunKelmain({"msglint", "sab", "-s", "xx"}), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(Stdout(), kNoLanguage);
+}
+
+TEST_F(KelmainExitTest, ManagerPresentAsALibraryIsAccepted) {
+  dir_.Write("lib/sablib.so", "");
+  EXPECT_EXIT(RunKelmain({"msglint", "sablib", "-s", "xx"}), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(Stdout(), kNoLanguage);
+}
+
+TEST_F(KelmainExitTest, ManagerMissingLeavesALogRecord) {
+  EXPECT_EXIT(RunKelmain({"msglint", "nosuch", "-s", "en"}), testing::ExitedWithCode(1), "");
+  EXPECT_EQ(testing_support::LogRecords(dir_.path(), "msglint"),
+            "3 No manager with name \"nosuch\" found\n");
+}
+
+}  // namespace

@@ -1,0 +1,158 @@
+// The column hint check: ColumnList, ColumnList::HintList and the report.
+#include <map>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/scratch_dir.h"
+#include "testutils/msglint.h"
+
+namespace {
+
+using msglint_private::ColumnList;
+using testing_support::ScratchDir;
+using Table = std::map<std::string, std::vector<std::string>>;
+
+class ColumnHintsTest : public testing::Test {
+ protected:
+  void SetUp() override { PNL_NAME() = "sab"; }
+  void Description(const std::string& metadata) {
+    dir_.Write("etc/xml/sab.xml", "<pnldata>" + metadata + "</pnldata>");
+  }
+  void Messages(const std::string& langs) {
+    dir_.Write("etc/xml/sab_msg_en.xml", "<pnldata>" + langs + "</pnldata>");
+  }
+  static std::string List(const std::string& name, const std::string& cols) {
+    return "<metadata name=\"" + name + "\" type=\"list\"><coldata>" + cols +
+           "</coldata></metadata>";
+  }
+  static std::string En(const std::string& sections) {
+    return "<lang name=\"en\">" + sections + "</lang>";
+  }
+  std::string Run() {
+    testing::internal::CaptureStdout();
+    report_column_hints("sab", "en");
+    return testing::internal::GetCapturedStdout();
+  }
+  static std::string Line(const std::string& list, const std::string& column) {
+    return "В таблице '" + list + "' отстутствет хинт для столбца '" + column + "'\n";
+  }
+
+  ScratchDir dir_;
+};
+
+TEST_F(ColumnHintsTest, ColumnWithoutHintIsReported) {
+  Description(List("user", "<col name=\"name\"/><col name=\"size\"/>"));
+  Messages(En("<messages name=\"user\"><msg name=\"hint_name\">N</msg></messages>"));
+  EXPECT_EQ(Run(), Line("user", "size"));
+}
+
+TEST_F(ColumnHintsTest, HintThroughAnIncludeDoesNotCount) {
+  Description(List("user", "<col name=\"name\"/><col name=\"size\"/>"));
+  Messages(En("<messages name=\"shared\"><msg name=\"hint_size\">S</msg></messages>"
+              "<messages name=\"user\"><msg name=\"hint_name\">N</msg>"
+              "<include name=\"shared\"/></messages>"));
+  EXPECT_EQ(Run(), Line("user", "size"));
+}
+
+TEST_F(ColumnHintsTest, IncludeBeforeItsSectionDoesNotCountEither) {
+  Description(List("user", "<col name=\"size\"/>"));
+  Messages(En("<messages name=\"user\"><include name=\"shared\"/></messages>"
+              "<messages name=\"shared\"><msg name=\"hint_size\">S</msg>"
+              "<include name=\"user\"/></messages>"));
+  EXPECT_EQ(Run(), Line("user", "size"));
+}
+
+TEST_F(ColumnHintsTest, LaterListOfTheSameNameWins) {
+  Description(List("user", "<col name=\"first\"/>") + List("user", "<col name=\"second\"/>"));
+  Messages(En("<messages name=\"user\"/>"));
+  EXPECT_EQ(Run(), Line("user", "second"));
+}
+
+TEST_F(ColumnHintsTest, LaterListWithoutColdataKeepsTheEarlierColumns) {
+  Description(List("user", "<col name=\"first\"/>") +
+              "<metadata name=\"user\" type=\"list\"/>");
+  Messages(En("<messages name=\"user\"/>"));
+  EXPECT_EQ(Run(), Line("user", "first"));
+}
+
+TEST_F(ColumnHintsTest, ColdataChildWithoutNameAddsNoColumn) {
+  Description(List("user", "<col/><col name=\"\"/><prop name=\"p\"/><col name=\"size\"/>"));
+  Messages(En("<messages name=\"user\"/>"));
+  EXPECT_EQ(Run(), Line("user", "p") + Line("user", "size"));
+}
+
+TEST_F(ColumnHintsTest, HintOutsideTheLanguagesSectionsDoesNotCount) {
+  Description(List("user", "<col name=\"size\"/>"));
+  Messages("<msg name=\"hint_size\">S</msg>" + En("<msg name=\"hint_size\">S</msg>") +
+           "<lang name=\"ru\"><messages name=\"user\"><msg name=\"hint_size\">S</msg>"
+           "</messages></lang>" +
+           En("<messages name=\"user\"><group><msg name=\"hint_size\">S</msg></group>"
+              "</messages>"));
+  EXPECT_EQ(Run(), Line("user", "size"));
+}
+
+TEST_F(ColumnHintsTest, ReportFollowsListNamesThenColumnOrder) {
+  Description(List("zeta", "<col name=\"b\"/><col name=\"a\"/>") +
+              List("alpha", "<col name=\"y\"/><col name=\"x\"/>") +
+              List("Mid", "<col name=\"m\"/>"));
+  Messages(En("<messages name=\"other\"/>"));
+  EXPECT_EQ(Run(), Line("Mid", "m") + Line("alpha", "y") + Line("alpha", "x") +
+                       Line("zeta", "b") + Line("zeta", "a"));
+}
+
+TEST_F(ColumnHintsTest, ListWithoutSectionHasEveryColumnReported) {
+  Description(List("user", "<col name=\"a\"/><col name=\"b\"/>") +
+              List("group", "<col name=\"c\"/>"));
+  Messages(En("<messages name=\"group\"><msg name=\"hint_c\">C</msg></messages>"));
+  EXPECT_EQ(Run(), Line("user", "a") + Line("user", "b"));
+}
+
+TEST_F(ColumnHintsTest, HintNameIsCaseSensitive) {
+  Description(List("user", "<col name=\"size\"/>"));
+  Messages(En("<messages name=\"user\"><msg name=\"hint_Size\">S</msg>"
+              "<msg name=\"Hint_size\">S</msg></messages>"));
+  EXPECT_EQ(Run(), Line("user", "size"));
+}
+
+TEST_F(ColumnHintsTest, MissingDescriptionReportsNothing) {
+  Messages(En("<messages name=\"user\"/>"));
+  EXPECT_EQ(Run(), "");
+}
+
+TEST_F(ColumnHintsTest, MissingMessageFileReportsEveryColumn) {
+  Description(List("user", "<col name=\"a\"/><col name=\"b\"/>"));
+  EXPECT_EQ(Run(), Line("user", "a") + Line("user", "b"));
+}
+
+TEST_F(ColumnHintsTest, OnlyMetadataUnderTheRootCounts) {
+  Description(List("user", "<col name=\"a\"/>") + "<group>" + List("deep", "<col name=\"b\"/>") +
+              "</group>");
+  EXPECT_EQ(Run(), Line("user", "a"));
+}
+
+TEST_F(ColumnHintsTest, ColumnListHoldsColumnsInDescriptionOrder) {
+  Description(List("user", "<col name=\"b\"/><col name=\"a\"/>") +
+              "<metadata name=\"form\" type=\"form\"/>" + List("empty", ""));
+  ColumnList columns("sab", "en");
+  EXPECT_EQ(columns.manager, "sab");
+  EXPECT_EQ(columns.lang, "en");
+  EXPECT_EQ(columns.table, (Table{{"empty", {}}, {"user", {"b", "a"}}}));
+}
+
+TEST_F(ColumnHintsTest, HintListHoldsEachSectionsOwnHintsAscending) {
+  Messages(En("<messages name=\"user\"><msg name=\"hint_z\"/><msg name=\"hint_a\"/>"
+              "<msg name=\"title\"/><msg name=\"hint_a\"/><include name=\"other\"/></messages>"
+              "<messages name=\"other\"><msg name=\"hint_o\"/></messages>"
+              "<messages name=\"again\"><msg name=\"hint_1\"/></messages>"
+              "<messages name=\"again\"><msg name=\"hint_2\"/></messages>"));
+  ColumnList::HintList hints("sab", "en");
+  EXPECT_TRUE(hints.table.empty());
+  hints.Parse();
+  EXPECT_EQ(hints.table, (Table{{"again", {"hint_2"}},
+                                {"other", {"hint_o"}},
+                                {"user", {"hint_a", "hint_z"}}}));
+}
+
+}  // namespace
