@@ -237,4 +237,76 @@ TEST_F(MissedCheckSelfIncludedTest, EmptyPathReturnsWithoutOutput) {
   EXPECT_EQ("", testing::internal::GetCapturedStdout());
 }
 
+// ---- The panel's checked cache ----------------------------------------------
+//
+// These run the reference panel: bin/M is the panel serving M, and
+// sbin/pnlctl asks it to write var/.xmlcache/M/checked/F.msg.L.xml.
+
+class MissedCheckPanelTest : public MissedCheckFixture {
+ protected:
+  MissedCheckPanelTest() {
+    dir.InstallPanel();
+    dir.AddManagerLink("M");
+  }
+
+  // M's own messages in English: a section "user" holding `body`.
+  void PanelMessages(const std::string& body) const {
+    dir.Write("etc/xml/M_msg_en.xml",
+              "<pnldata><lang name='en'><messages name='user'>" + body +
+                  "</messages></lang></pnldata>\n");
+  }
+};
+
+TEST_F(MissedCheckPanelTest, HintOfTheCheckedCacheSuppressesHintAndLabelReports) {
+  WriteMain("<metadata name='user' type='form'><form><field name='a'><input/></field>"
+            "<field name='b'><input/></field></form></metadata>");
+  PanelMessages("<msg name='hint_a'>H</msg>");
+  Messages("user", "en", "<msg name='title'>T</msg><msg name='b'>B</msg>");
+  EXPECT_EQ(2, RunCheck());
+  EXPECT_EQ(
+      "There is no hint for field \"b\" from \"user\" on en language.\n"
+      "Must be: <msg name=\"hint_b\"></msg>\n",
+      out);
+  EXPECT_EQ("HINT user.b en\n", audit_file);
+  EXPECT_TRUE(pnl_file::Exists(dir.path() + "/var/.xmlcache/M/checked/user.msg.en.xml"));
+}
+
+TEST_F(MissedCheckPanelTest, CommandAlwaysAsksInRussianAndTheLanguageNamesTheFile) {
+  PanelMessages("<msg name='hint_a'>H</msg>");
+  EXPECT_TRUE(audit.usedFunctionToCheck("user", "a", "en"));
+  EXPECT_FALSE(audit.usedFunctionToCheck("user", "b", "en"));
+  // M has no Russian messages, so nothing is written under that name.
+  EXPECT_FALSE(audit.usedFunctionToCheck("user", "a", "ru"));
+  const std::string panel_log = testing_support::LogRecords(dir.path(), "M");
+  EXPECT_NE(std::string::npos, panel_log.find("5 request: func=user&lang=ru\n")) << panel_log;
+  EXPECT_EQ(std::string::npos, panel_log.find("lang=en")) << panel_log;
+}
+
+TEST_F(MissedCheckPanelTest, FunctionThatThePanelDoesNotKnowIsNotUsed) {
+  PanelMessages("<msg name='hint_a'>H</msg>");
+  EXPECT_FALSE(audit.usedFunctionToCheck("nosuch", "a", "en"));
+  EXPECT_FALSE(pnl_file::Exists(dir.path() + "/var/.xmlcache/M/checked/nosuch.msg.en.xml"));
+}
+
+TEST_F(MissedCheckPanelTest, ShellMetacharactersInANameRunNothingElse) {
+  PanelMessages("<msg name='hint_a'>H</msg>");
+  EXPECT_FALSE(audit.usedFunctionToCheck("x;touch pwned", "a", "en"));
+  EXPECT_FALSE(audit.usedFunctionToCheck("$(touch pwned)", "a", "en"));
+  EXPECT_FALSE(audit.usedFunctionToCheck("`touch pwned`|touch pwned", "a", "en"));
+  EXPECT_FALSE(pnl_file::Exists(dir.path() + "/pwned"));
+  EXPECT_FALSE(pnl_file::Exists(dir.path() + "/pwned)"));
+}
+
+TEST_F(MissedCheckPanelTest, FormNamedWithShellMetacharactersRunsNothingElse) {
+  WriteMain("<metadata name='x;touch pwned' type='form'><form><field name='a'><input/></field>"
+            "</form></metadata>");
+  Messages("x;touch pwned", "en", "<msg name='title'>T</msg><msg name='a'>A</msg>");
+  EXPECT_EQ(2, RunCheck());
+  EXPECT_EQ(
+      "There is no hint for field \"a\" from \"x;touch pwned\" on en language.\n"
+      "Must be: <msg name=\"hint_a\"></msg>\n",
+      out);
+  EXPECT_FALSE(pnl_file::Exists(dir.path() + "/pwned"));
+}
+
 }  // namespace
