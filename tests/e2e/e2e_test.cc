@@ -22,6 +22,7 @@
 // lib/modules/msglint.so, linked into each case's scratch directory). The
 // runs preload the test library that makes long sleeps return at once, so
 // the run's fixed pause costs nothing.
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -299,6 +300,24 @@ TEST(LauncherTest, PassesArgumentsUnchangedAndUsesOwnNameInUsage) {
       " report_type : -s print short report, -f print full report (default)\n"
       " languagelist - comma separated list of lanugages, e.g.: en,ru,fr\n",
       run.out);
+}
+
+// The installed module exports kelmain and keeps its own functions and the
+// panel library's to itself.
+TEST(LauncherTest, ModuleExportsOnlyKelmain) {
+  const std::string module = std::string(kPrefix) + "/lib/modules/msglint.so";
+  ASSERT_TRUE(fs::exists(module));
+  void* handle = dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(nullptr, handle) << dlerror();
+  EXPECT_NE(nullptr, dlsym(handle, "kelmain"));
+  for (const char* hidden : {
+           "_Z5orderRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEES6_",
+           "_Z10get_prefixNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE",
+           "_ZN10pnl_client5LocalC1ERKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEES8_",
+       }) {
+    EXPECT_EQ(nullptr, dlsym(handle, hidden)) << hidden;
+  }
+  dlclose(handle);
 }
 
 }  // namespace
