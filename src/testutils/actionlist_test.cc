@@ -111,6 +111,15 @@ TEST_F(ActionlistTest, ActionNameMustMatchExactly) {
   EXPECT_EQ(Run(), std::string(kHeader) + "\tuser - no such action\n");
 }
 
+TEST_F(ActionlistTest, BlanksAroundTheActionMakeAnotherName) {
+  dir_.Write("etc/xml/sab.xml", "<pnldata><metadata name=\" user \" type=\"form\"/></pnldata>");
+  Messages("");
+  BuildCaches();
+  Cache("user.msg.en.xml");
+  // The panel's own " user .msg.en.xml" reduces to " user ", which is known.
+  EXPECT_EQ(Run(), std::string(kHeader) + "\tuser - no such action\n");
+}
+
 TEST_F(ActionlistTest, FilesOfOtherLanguagesAreNotLookedAt) {
   Description("user");
   Messages("<messages name=\"user\"/>");
