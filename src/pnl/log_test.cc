@@ -106,6 +106,16 @@ TEST_F(LogTest, HugeTextIsWrittenWhole) {
   EXPECT_EQ("3 " + huge + "\n", LogRecords(dir.path(), "msglint"));
 }
 
+TEST_F(LogTest, FailingFormatDoesNotCrash) {
+  ScratchDir dir;
+  pnl_log::Module log("msglint", "kern");
+  pnl_log::Init("msglint", 5);
+  // A wide character that the C locale cannot convert makes vsnprintf
+  // fail: the record keeps the format as it stands.
+  log.Write(3, "bad %ls", L"\x20AC");
+  EXPECT_EQ("3 bad %ls\n", LogRecords(dir.path(), "msglint"));
+}
+
 TEST_F(LogTest, RecordsBeforeInitGoNowhere) {
   pnl_log::Close();
   ScratchDir dir;

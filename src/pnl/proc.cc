@@ -23,9 +23,6 @@ const pnl_log::Module& Log() {
   return log;
 }
 
-// How long a command may run before it is killed.
-const int kTimeLimitMs = 120 * 1000;
-
 // The words of a command line: separated by runs of blanks and tabs.
 std::vector<std::string> SplitWords(const std::string& command) {
   std::vector<std::string> words;
@@ -183,7 +180,7 @@ void Execute::Run() {
   bool reaped = false;
   bool killed = false;
   int wait_status = 0;
-  long long deadline = NowMs() + kTimeLimitMs;
+  long long deadline = NowMs() + time_limit_s_ * 1000LL;
   for (;;) {
     if (pipe_open) {
       char buffer[4096];
@@ -211,7 +208,7 @@ void Execute::Run() {
       killed = true;
       if (Log().Check(3))
         Log().Write(3, "%s: still running after %d seconds, killed",
-                    command_.c_str(), kTimeLimitMs / 1000);
+                    command_.c_str(), time_limit_s_);
       continue;
     }
     struct pollfd fds = {output[0], POLLIN, 0};

@@ -23,6 +23,10 @@ class Execute {
   Execute(const Execute&) = delete;
   Execute& operator=(const Execute&) = delete;
 
+  // Changes the time after which a running command is killed (120
+  // seconds unless set); for tests.
+  void SetTimeLimit(int seconds) { time_limit_s_ = seconds; }
+
   // Runs the command and returns when it has finished.
   void Run();
   // Runs the command if it has not run, waits for it, and returns its exit
@@ -33,6 +37,7 @@ class Execute {
   std::string command_;
   bool ran_ = false;
   int status_ = -1;
+  int time_limit_s_ = 120;
 };
 
 }  // namespace pnl_proc

@@ -149,6 +149,15 @@ TEST_F(ProcTest, BackgroundProcessHoldingTheOutputDoesNotBlock) {
   EXPECT_LT(time(nullptr) - start, 3);
 }
 
+TEST_F(ProcTest, CommandOverTheTimeLimitIsKilled) {
+  pnl_proc::Execute command("sleep 30", 0);
+  command.SetTimeLimit(1);
+  time_t start = time(nullptr);
+  EXPECT_EQ(-1, command.Result());
+  EXPECT_LT(time(nullptr) - start, 5);
+  EXPECT_EQ("3 sleep 30: still running after 1 seconds, killed\n", Records());
+}
+
 TEST_F(ProcTest, NothingIsLeftBehind) {
   {
     pnl_proc::Execute command("true", 0);

@@ -71,6 +71,16 @@ TEST_F(XmlTest, LoadReplacesThePreviousDocument) {
   EXPECT_TRUE(doc.GetNodes("//msg").empty());
 }
 
+TEST_F(XmlTest, HandlesTakenBeforeAReloadStaySafe) {
+  Xml doc = Load(kMessages);
+  Xml copy = doc;
+  XmlNode title = doc.GetNodes("//msg")[0];
+  dir_.Write("other.xml", "<other/>");
+  doc.LoadFromFile("other.xml");
+  EXPECT_EQ("Users", title.Str());
+  EXPECT_EQ("other", copy.GetRoot().Name());
+}
+
 TEST_F(XmlTest, MissingFileLeavesAnEmptyDocumentQuietly) {
   Xml doc = Load(kMessages);
   testing::internal::CaptureStderr();
