@@ -119,24 +119,27 @@ int CountRequests(const std::string& log) {
   return count;
 }
 
+// Panels that must live through a test serve "shop": "killall kern", which
+// other programs run, does not reach them.
 TEST(ServerTest, StartedPanelIsReadyWithPidFileAndPrivateSocket) {
   ScratchDir dir;
   dir.InstallPanel();
-  RunResult run = RunProgram(dir, {"bin/kern"});
+  dir.AddManagerLink("shop");
+  RunResult run = RunProgram(dir, {"bin/shop"});
   EXPECT_EQ(0, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ("", run.err);
 
-  pid_t pid = PanelPid(dir, "kern");
+  pid_t pid = PanelPid(dir, "shop");
   ASSERT_GT(pid, 1);
-  EXPECT_EQ(std::to_string(pid) + "\n", dir.Read("var/run/kern.pid"));
+  EXPECT_EQ(std::to_string(pid) + "\n", dir.Read("var/run/shop.pid"));
   EXPECT_EQ(0, kill(pid, 0));
   struct stat st;
-  ASSERT_EQ(0, stat("var/run/kern.socket", &st));
+  ASSERT_EQ(0, stat("var/run/shop.socket", &st));
   EXPECT_TRUE(S_ISSOCK(st.st_mode));
   EXPECT_EQ(0600u, st.st_mode & 0777);
   // Ready as soon as the starter has exited.
-  int fd = RawConnect("kern");
+  int fd = RawConnect("shop");
   EXPECT_GE(fd, 0);
   if (fd >= 0) close(fd);
 }
@@ -144,22 +147,24 @@ TEST(ServerTest, StartedPanelIsReadyWithPidFileAndPrivateSocket) {
 TEST(ServerTest, SecondStartWhileOneRunsSucceedsAndKeepsTheFirst) {
   ScratchDir dir;
   dir.InstallPanel();
-  ASSERT_EQ(0, RunProgram(dir, {"bin/kern"}).status);
-  pid_t first = PanelPid(dir, "kern");
-  RunResult again = RunProgram(dir, {"bin/kern", "-m", "kern"});
+  dir.AddManagerLink("shop");
+  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
+  pid_t first = PanelPid(dir, "shop");
+  RunResult again = RunProgram(dir, {"bin/kern", "-m", "shop"});
   EXPECT_EQ(0, again.status);
   EXPECT_EQ("", again.err);
-  EXPECT_EQ(first, PanelPid(dir, "kern"));
-  EXPECT_EQ(EmptyReply(), Ask("kern", "func=actionlist"));
+  EXPECT_EQ(first, PanelPid(dir, "shop"));
+  EXPECT_EQ(EmptyReply(), Ask("shop", "func=actionlist"));
 }
 
 TEST(ServerTest, SigtermRemovesSocketAndPidFile) {
   ScratchDir dir;
   dir.InstallPanel();
-  ASSERT_EQ(0, RunProgram(dir, {"bin/kern"}).status);
-  ASSERT_EQ(0, kill(PanelPid(dir, "kern"), SIGTERM));
-  EXPECT_TRUE(WaitGone("var/run/kern.pid"));
-  EXPECT_FALSE(pnl_file::Exists("var/run/kern.socket"));
+  dir.AddManagerLink("shop");
+  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
+  ASSERT_EQ(0, kill(PanelPid(dir, "shop"), SIGTERM));
+  EXPECT_TRUE(WaitGone("var/run/shop.pid"));
+  EXPECT_FALSE(pnl_file::Exists("var/run/shop.socket"));
 }
 
 TEST(ServerTest, ClientGetsTheSecondAnswerAfterSigtermBetweenQueries) {
@@ -192,11 +197,12 @@ TEST(ServerTest, ClientGetsTheSecondAnswerAfterTheFirstPanelWasKilled) {
 TEST(ServerTest, SilentClientDoesNotBlockOthersAndIsDropped) {
   ScratchDir dir;
   dir.InstallPanel();
-  ASSERT_EQ(0, RunProgram(dir, {"bin/kern"}).status);
+  dir.AddManagerLink("shop");
+  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
   auto start = Clock::now();
-  int silent = RawConnect("kern");
+  int silent = RawConnect("shop");
   ASSERT_GE(silent, 0);
-  EXPECT_EQ(EmptyReply(), Ask("kern", "func=actionlist"));
+  EXPECT_EQ(EmptyReply(), Ask("shop", "func=actionlist"));
   EXPECT_LT(Clock::now() - start, std::chrono::seconds(2));
   // The panel closes the silent connection after its read deadline.
   EXPECT_EQ("", ReadAll(silent, 6));
@@ -205,15 +211,16 @@ TEST(ServerTest, SilentClientDoesNotBlockOthersAndIsDropped) {
   EXPECT_LT(waited, std::chrono::seconds(6));
   close(silent);
   EXPECT_NE(std::string::npos,
-            LogRecords(dir.path(), "kern")
+            LogRecords(dir.path(), "shop")
                 .find("4 dropping a connection that sent no request in 3 s\n"));
 }
 
 TEST(ServerTest, OverlongRequestGetsAnErrorAndServingGoesOn) {
   ScratchDir dir;
   dir.InstallPanel();
-  ASSERT_EQ(0, RunProgram(dir, {"bin/kern"}).status);
-  int fd = RawConnect("kern");
+  dir.AddManagerLink("shop");
+  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
+  int fd = RawConnect("shop");
   ASSERT_GE(fd, 0);
   std::string request = "func=" + std::string(70000, 'a') + "\n";
   // The panel may close before it has taken everything; that is fine.
@@ -222,14 +229,15 @@ TEST(ServerTest, OverlongRequestGetsAnErrorAndServingGoesOn) {
             "</doc>\n",
             ReadAll(fd, 5));
   close(fd);
-  EXPECT_EQ(EmptyReply(), Ask("kern", "func=actionlist"));
+  EXPECT_EQ(EmptyReply(), Ask("shop", "func=actionlist"));
 }
 
 TEST(ServerTest, RequestEndsAtTheFirstNewline) {
   ScratchDir dir;
   dir.InstallPanel();
-  ASSERT_EQ(0, RunProgram(dir, {"bin/kern"}).status);
-  int fd = RawConnect("kern");
+  dir.AddManagerLink("shop");
+  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
+  int fd = RawConnect("shop");
   ASSERT_GE(fd, 0);
   std::string request = "func=nothing\nfunc=actionlist\n";
   send(fd, request.data(), request.size(), MSG_NOSIGNAL);
@@ -265,7 +273,6 @@ TEST(ServerTest, ManagerPresentOnlyAsLibraryIsServedByKern) {
                 "<messages name=\"s\"><msg name=\"m\">M</msg></messages>\n",
             dir.Read("var/.xmlcache/shop/s.msg.en.xml"));
   EXPECT_FALSE(pnl_file::Exists("bin/shop"));
-  EXPECT_TRUE(pnl_file::Exists("var/run/shop.pid"));
   EXPECT_NE(std::string::npos,
             LogRecords(dir.path(), "shop")
                 .find("\n5 request: func=session&lang=en&out=devel\n"));

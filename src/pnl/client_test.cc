@@ -33,7 +33,7 @@ TEST(ClientTest, StartsThePanelAndReturnsItsReply) {
   // Nothing of the started panel reaches the caller's output.
   EXPECT_EQ("", testing::internal::GetCapturedStdout());
   EXPECT_EQ(kEmptyDoc, reply.ToString(true));
-  EXPECT_TRUE(pnl_file::Exists("var/run/kern.pid"));
+  EXPECT_TRUE(pnl_file::Exists("var/log/kern.log"));
 }
 
 TEST(ClientTest, ManagerLinkIsStartedUnderItsOwnName) {
@@ -53,9 +53,9 @@ TEST(ClientTest, ManagerNameWithBlanksAndSemicolonStaysOneArgument) {
   const std::string manager = "a b;touch x";
   EXPECT_EQ(kEmptyDoc,
             Local(manager, "checkXml").Query("func=actionlist").ToString(true));
-  EXPECT_TRUE(pnl_file::Exists("var/run/a b;touch x.pid"));
+  EXPECT_TRUE(pnl_file::Exists("var/log/a b;touch x.log"));
   EXPECT_FALSE(pnl_file::Exists("x"));
-  EXPECT_FALSE(pnl_file::Exists("var/run/a.pid"));
+  EXPECT_FALSE(pnl_file::Exists("var/log/a.log"));
 }
 
 TEST(ClientTest, SecondQueryIsAnsweredAfterThePanelWasStopped) {
