@@ -16,6 +16,20 @@ namespace fs = std::filesystem;
 
 namespace testing_support {
 
+namespace {
+
+// True while process `pid` exists and has not exited (a zombie has).
+bool IsRunning(long pid) {
+  if (kill(static_cast<pid_t>(pid), 0) != 0) return false;
+  std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+  std::string text;
+  std::getline(stat, text);
+  std::size_t close = text.rfind(')');
+  return close == std::string::npos || close + 2 >= text.size() || text[close + 2] != 'Z';
+}
+
+}  // namespace
+
 ScratchDir::ScratchDir() {
   previous_cwd_ = fs::current_path().string();
   std::string tmpl = (fs::temp_directory_path() / "msglint-test-XXXXXX").string();
@@ -74,7 +88,9 @@ void ScratchDir::StopPanels() const {
     long pid = 0;
     if (!(in >> pid) || pid <= 1) continue;
     if (kill(static_cast<pid_t>(pid), SIGTERM) != 0) continue;
-    for (int i = 0; i < 100 && kill(static_cast<pid_t>(pid), 0) == 0; ++i)
+    // A panel removes its pid file as it stops; a process that has exited
+    // but is not reaped yet counts as stopped too.
+    for (int i = 0; i < 100 && fs::exists(entry.path(), ec) && IsRunning(pid); ++i)
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
 }
