@@ -4,6 +4,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <unordered_map>
+
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
@@ -28,6 +30,16 @@ struct DocHolder {
   // One XPath context reused by every evaluation over this document: the
   // audits evaluate very many small expressions.
   xmlXPathContextPtr xpath = nullptr;
+  // Raised by every change of the tree; what is derived from the tree below
+  // is valid only for the generation it was built in.
+  unsigned long generation = 0;
+  // Elements (in no namespace) by name: how many there are, and the first.
+  struct NamedElements {
+    std::size_t count = 0;
+    xmlNodePtr first = nullptr;
+  };
+  unsigned long names_generation = 0;
+  std::unordered_map<std::string, NamedElements> names;
 
   DocHolder() = default;
   DocHolder(const DocHolder&) = delete;
@@ -210,6 +222,7 @@ void Replace(DocHolder& holder, xmlDocPtr doc, bool shared) {
     }
   }
   holder.doc = doc;
+  ++holder.generation;
 }
 
 }  // namespace
@@ -252,6 +265,7 @@ std::string XmlNode::GetProp(const char* name) const {
 void XmlNode::SetProp(const char* name, const std::string& value) {
   if (!IsElement(node_) || name == nullptr || *name == '\0') return;
   xmlSetProp(static_cast<xmlNodePtr>(node_), X(name), X(value.c_str()));
+  ++doc_->generation;
 }
 
 XmlNode XmlNode::AppendChild(const char* name) {
@@ -264,6 +278,7 @@ XmlNode XmlNode::AppendChild(const char* name) {
     xmlFreeNode(child);
     return XmlNode();
   }
+  ++doc_->generation;
   return XmlNode(doc_, added);
 }
 
@@ -291,6 +306,7 @@ XmlNode XmlNode::AppendChild(const XmlNode& node) {
     xmlFreeNode(copy);
     return XmlNode();
   }
+  ++doc_->generation;
   return XmlNode(doc_, added);
 }
 
@@ -364,6 +380,94 @@ std::string XmlNode::Str() const {
 
 XPath::XPath() {}
 
+namespace {
+
+bool g_literal_evaluation = false;
+
+bool IsNameStart(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
+}
+
+bool IsNameChar(char c) {
+  return IsNameStart(c) || (c >= '0' && c <= '9') || c == '.' || c == '-';
+}
+
+// True when `rest` has no "|" outside literals, brackets and parentheses,
+// and its brackets and parentheses balance: then "//NAME/" + rest is one
+// path from the NAME elements, never a union with another path.
+bool IsSinglePathTail(const std::string& rest) {
+  int depth = 0;
+  char quote = '\0';
+  for (char c : rest) {
+    if (quote != '\0') {
+      if (c == quote) quote = '\0';
+      continue;
+    }
+    switch (c) {
+      case '\'':
+      case '"':
+        quote = c;
+        break;
+      case '[':
+      case '(':
+        ++depth;
+        break;
+      case ']':
+      case ')':
+        if (--depth < 0) return false;
+        break;
+      case '|':
+        if (depth == 0) return false;
+        break;
+      default:
+        break;
+    }
+  }
+  return depth == 0 && quote == '\0';
+}
+
+// Splits "//NAME/REST" into NAME and REST when NAME is a plain element
+// name and REST a single relative path.
+bool SplitAnchoredPath(const std::string& expr, std::string& name, std::string& rest) {
+  if (expr.size() < 4 || expr[0] != '/' || expr[1] != '/' || !IsNameStart(expr[2]))
+    return false;
+  std::size_t end = 3;
+  while (end < expr.size() && IsNameChar(expr[end])) ++end;
+  if (end + 1 >= expr.size() || expr[end] != '/' || expr[end + 1] == '/') return false;
+  rest = expr.substr(end + 1);
+  if (!IsSinglePathTail(rest)) return false;
+  name = expr.substr(2, end - 2);
+  return true;
+}
+
+void CountNamed(xmlNodePtr node, const xmlChar* name, DocHolder::NamedElements& found) {
+  for (; node != nullptr; node = node->next) {
+    if (node->type != XML_ELEMENT_NODE) continue;
+    if (node->ns == nullptr && xmlStrEqual(node->name, name)) {
+      if (found.count++ == 0) found.first = node;
+    }
+    CountNamed(node->children, name, found);
+  }
+}
+
+// The elements called `name` in no namespace, counted once per generation
+// of the document.
+const DocHolder::NamedElements& NamedElements(DocHolder& holder, const std::string& name) {
+  if (holder.names_generation != holder.generation) {
+    holder.names.clear();
+    holder.names_generation = holder.generation;
+  }
+  auto it = holder.names.find(name);
+  if (it != holder.names.end()) return it->second;
+  DocHolder::NamedElements& found = holder.names[name];
+  CountNamed(holder.doc->children, X(name.c_str()), found);
+  return found;
+}
+
+}  // namespace
+
+void SetLiteralEvaluation(bool literal) { g_literal_evaluation = literal; }
+
 XPath::XPath(const Xml& doc, const std::string& expr) {
   if (!doc.doc_ || doc.doc_->doc == nullptr) return;
   SetUpLibxml();
@@ -377,8 +481,24 @@ XPath::XPath(const Xml& doc, const std::string& expr) {
   // The document may have been replaced by a new load since the last use.
   context->doc = holder.doc;
   context->node = nullptr;
+  context->contextSize = 1;
+  context->proximityPosition = 1;
+
+  // "//NAME/REST" selects REST from every NAME element. When the document
+  // holds exactly one, REST evaluated from it gives the same node set
+  // without a walk through the whole document; this keeps the many queries
+  // anchored at the description's root element cheap on large documents.
+  const std::string* evaluated = &expr;
+  std::string name, rest;
+  if (!g_literal_evaluation && SplitAnchoredPath(expr, name, rest)) {
+    const DocHolder::NamedElements& anchors = NamedElements(holder, name);
+    if (anchors.count == 1) {
+      context->node = anchors.first;
+      evaluated = &rest;
+    }
+  }
   xmlXPathObjectPtr result =
-      xmlXPathEvalExpression(X(expr.c_str()), context);
+      xmlXPathEvalExpression(X(evaluated->c_str()), context);
   if (result == nullptr) {
     if (Log().Check(4))
       Log().Write(4, "Invalid XPath expression: %s", expr.c_str());
@@ -456,6 +576,7 @@ XmlNode Xml::SetRoot(const XmlNode& node, bool /*flag*/) {
   if (copy == nullptr) return XmlNode();
   xmlNodePtr old = xmlDocSetRootElement(doc_->doc, copy);
   if (old != nullptr) doc_->detached.push_back(old);
+  ++doc_->generation;
   return XmlNode(doc_, copy);
 }
 
@@ -470,6 +591,7 @@ void Xml::RemoveNodes(const std::string& expr) {
       continue;
     xmlUnlinkNode(node);
     doc_->detached.push_back(node);
+    ++doc_->generation;
   }
 }
 

@@ -1,0 +1,103 @@
+// Queries anchored at a unique element ("//NAME/REST") are evaluated from
+// that element; these tests hold the result to what the expression selects
+// when evaluated as written.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "pnl/xml.h"
+
+namespace {
+
+// Names (and text) of the nodes that `expr` selects, evaluated either way.
+std::vector<std::string> Select(const pnl_xml::Xml& doc, const std::string& expr,
+                                bool literal) {
+  pnl_xml::SetLiteralEvaluation(literal);
+  std::vector<std::string> out;
+  for (pnl_xml::XmlNode node : pnl_xml::XPath(doc, expr))
+    out.push_back(node.Name() + "=" + node.GetProp("name") + "/" + node.Str());
+  pnl_xml::SetLiteralEvaluation(false);
+  return out;
+}
+
+class XmlEvaluationTest : public testing::Test {
+ protected:
+  void ExpectSameEitherWay(const pnl_xml::Xml& doc, const std::string& expr) {
+    SCOPED_TRACE(expr);
+    EXPECT_EQ(Select(doc, expr, true), Select(doc, expr, false));
+  }
+};
+
+const char kDescription[] = R"(<?xml version="1.0"?>
+<pnldata>
+  <mainmenu><node name="a"><node name="b"/></node><node name="c"/></mainmenu>
+  <metadata name="user" type="form" if="x">
+    <form><field name="size" if="x"><input type="text"/></field>
+      <field name="quota"><textdata type="msg" name="quota"/></field></form>
+  </metadata>
+  <metadata name="user" type="list">
+    <coldata><col name="name" type="msg"><setcolor color="red"/></col></coldata>
+    <toolbar><toolbtn name="edit" func="user.edit"/></toolbar>
+  </metadata>
+  <metadata name="it's" type="form"/>
+</pnldata>
+)";
+
+// The same with a second pnldata element further down.
+const char kTwoRoots[] = R"(<?xml version="1.0"?>
+<pnldata>
+  <metadata name="user" type="form"/>
+  <metadata name="user" type="list"/>
+  <other><pnldata><metadata name="user" type="form"/></pnldata></other>
+</pnldata>
+)";
+
+TEST_F(XmlEvaluationTest, AnchoredQueriesSelectWhatTheLiteralQueriesSelect) {
+  pnl_xml::Xml doc;
+  ASSERT_TRUE(doc.LoadFromString(kDescription, "description"));
+  for (const char* expr : {
+           "//pnldata/metadata",
+           "//pnldata/metadata[@name='user']/form",
+           "//pnldata/metadata[@name='user']/form/field[(boolean(@if)=false or "
+           "@if!='windows') and not(@noname)]",
+           "//pnldata/metadata[@name='user']/coldata/col[@name='name']/setcolor",
+           "//pnldata/metadata[@name='user']/coldata//setcolor",
+           "//pnldata/metadata[@name='it's']/form",
+           "//pnldata/*[1]/*",
+           "//pnldata/*[2]/*[1]/*[last()]",
+           "//pnldata/mainmenu/node/node/@name",
+           "//mainmenu/node/@name",
+           "//mainmenu/node | //metadata",
+           "//mainmenu/node[@name='a|b']",
+           "//mainmenu/..",
+           "//form/field/*[@name='size']",
+           "//toolbar//toolbtn[@func='user.edit']",
+           "//coldata/col[@name='name'] = 'x'",
+           "//nothing/here",
+           "//metadata/form[",
+       })
+    ExpectSameEitherWay(doc, expr);
+}
+
+TEST_F(XmlEvaluationTest, AnAnchorThatIsNotUniqueIsEvaluatedAsWritten) {
+  pnl_xml::Xml doc;
+  ASSERT_TRUE(doc.LoadFromString(kTwoRoots, "description"));
+  // Two pnldata elements: the inner one's metadata counts too.
+  EXPECT_EQ(Select(doc, "//pnldata/metadata[@name='user']", false).size(), 3u);
+  ExpectSameEitherWay(doc, "//pnldata/metadata[@name='user']");
+}
+
+TEST_F(XmlEvaluationTest, ChangesToTheDocumentAreSeenByLaterQueries) {
+  pnl_xml::Xml doc;
+  ASSERT_TRUE(doc.LoadFromString("<messages><msg name='a'>A</msg></messages>", "m"));
+  EXPECT_EQ(Select(doc, "//messages/msg[@name='b']", false).size(), 0u);
+  doc.GetRoot().AppendChild("messages").AppendChild("msg").SetProp("name", "b");
+  // Now two messages elements: the anchor is no longer unique.
+  EXPECT_EQ(Select(doc, "//messages/msg[@name='b']", false).size(), 1u);
+  doc.RemoveNodes("//messages/messages");
+  EXPECT_EQ(Select(doc, "//messages/msg[@name='b']", false).size(), 0u);
+  ExpectSameEitherWay(doc, "//messages/msg");
+}
+
+}  // namespace

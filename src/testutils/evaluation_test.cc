@@ -1,0 +1,69 @@
+// Every audit gives the same report whether the platform layer evaluates
+// anchored queries from their anchor or exactly as written.
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "pnl/client.h"
+#include "pnl/log.h"
+#include "pnl/xml.h"
+#include "support/scratch_dir.h"
+#include "testutils/MissedCheck.h"
+#include "testutils/msglint.h"
+
+namespace {
+
+using testing_support::ScratchDir;
+
+class EvaluationTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::filesystem::copy(std::string(MSGLINT_SOURCE_DIR) + "/examples/install", dir_.path(),
+                          std::filesystem::copy_options::recursive);
+    dir_.InstallPanel();
+    dir_.AddManagerLink("mailpnl");
+    pnl_log::Init("msglint", 5);
+    PNL_NAME() = "mailpnl";
+    for (const char* lang : {"en", "ru"}) {
+      const std::string query = std::string("func=session&lang=") + lang + "&out=devel";
+      pnl_client::Local("mailpnl", "checkXml").Query(query);
+      pnl_client::Local("kern", "checkXml").Query(query);
+    }
+  }
+  void TearDown() override { pnl_xml::SetLiteralEvaluation(false); }
+
+  // The report of every audit of a full run, then the audit file.
+  std::string RunAudits(bool literal) {
+    pnl_xml::SetLiteralEvaluation(literal);
+    testing::internal::CaptureStdout();
+    check_validator();
+    for (const char* lang : {"en", "ru"}) {
+      check_repeats(lang);
+      check_unused(lang);
+      check_actionlist(lang);
+    }
+    for (const char* lang : {"en", "ru"}) report_column_hints("mailpnl", lang);
+    MissedCheck missed;
+    missed.langs = {"en", "ru"};
+    missed.cache_dir = dir_.path() + "/var/.xmlcache/mailpnl";
+    missed.report_mode = "-f";
+    missed.initExludeList();
+    const int result = missed.check();
+    return testing::internal::GetCapturedStdout() + "result " + std::to_string(result) +
+           "\n" + dir_.Read("var/test_msgs");
+  }
+
+  ScratchDir dir_;
+};
+
+TEST_F(EvaluationTest, ExampleInstallationGivesTheSameReportEitherWay) {
+  const std::string literal = RunAudits(true);
+  const std::string fast = RunAudits(false);
+  EXPECT_EQ(fast, literal);
+  // The example carries a defect of every kind: the report is far from empty.
+  EXPECT_GT(literal.size(), 2000u);
+  EXPECT_NE(literal.find("result 31\n"), std::string::npos);
+}
+
+}  // namespace
