@@ -204,8 +204,22 @@ bool WriteFile(const std::string& path, const std::string& text) {
 
 bool ReadFile(const std::string& path, std::string& text) {
   text.clear();
-  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  // Non-blocking open: a FIFO or device put where a file should be must not
+  // stop the program; only regular files are read.
+  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return false;
+  struct stat st;
+  if (fstat(fd, &st) != 0) {
+    int saved = errno;
+    close(fd);
+    errno = saved;
+    return false;
+  }
+  if (!S_ISREG(st.st_mode)) {
+    close(fd);
+    errno = S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
+    return false;
+  }
   char buffer[65536];
   bool ok = true;
   for (;;) {
@@ -223,6 +237,15 @@ bool ReadFile(const std::string& path, std::string& text) {
   errno = saved;
   if (!ok) text.clear();
   return ok;
+}
+
+std::string Stamp(const std::string& path) {
+  struct stat st;
+  if (stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return std::string();
+  return std::to_string(st.st_dev) + ":" + std::to_string(st.st_ino) + ":" +
+         std::to_string(st.st_size) + ":" + std::to_string(st.st_mtim.tv_sec) + "." +
+         std::to_string(st.st_mtim.tv_nsec) + ":" + std::to_string(st.st_ctim.tv_sec) + "." +
+         std::to_string(st.st_ctim.tv_nsec);
 }
 
 bool MakeDirs(const std::string& path) {

@@ -45,8 +45,13 @@ std::string GoodPath(const std::string& path);
 // Writes `text` to `path`, replacing the file (through a temporary file
 // renamed into place). Returns false on failure.
 bool WriteFile(const std::string& path, const std::string& text);
-// Reads the whole file; false when it cannot be read.
+// Reads the whole regular file; false when it cannot be read (a FIFO or a
+// device is never opened for reading).
 bool ReadFile(const std::string& path, std::string& text);
+// An identity of the regular file at `path` (device, inode, size, change
+// times): equal stamps mean the file has not changed. "" when there is no
+// regular file there.
+std::string Stamp(const std::string& path);
 // Creates the directory and its missing parents; true when it exists after.
 bool MakeDirs(const std::string& path);
 

@@ -14,47 +14,10 @@
 
 #include "pnl/file.h"
 #include "pnl/log.h"
+#include "pnl/xml_internal.h"
 
 namespace pnl_xml {
 
-namespace internal {
-
-// One libxml2 document and every node ever detached from it. Detached
-// nodes (removed by RemoveNodes, replaced roots) and documents replaced by
-// a new load are kept until the holder dies, so that handles taken before
-// never point to freed memory.
-struct DocHolder {
-  xmlDocPtr doc = nullptr;
-  std::vector<xmlNodePtr> detached;
-  std::vector<xmlDocPtr> retired;
-  // One XPath context reused by every evaluation over this document: the
-  // audits evaluate very many small expressions.
-  xmlXPathContextPtr xpath = nullptr;
-  // Raised by every change of the tree; what is derived from the tree below
-  // is valid only for the generation it was built in.
-  unsigned long generation = 0;
-  // Elements (in no namespace) by name: how many there are, and the first.
-  struct NamedElements {
-    std::size_t count = 0;
-    xmlNodePtr first = nullptr;
-  };
-  unsigned long names_generation = 0;
-  std::unordered_map<std::string, NamedElements> names;
-
-  DocHolder() = default;
-  DocHolder(const DocHolder&) = delete;
-  DocHolder& operator=(const DocHolder&) = delete;
-  ~DocHolder() {
-    if (xpath != nullptr) xmlXPathFreeContext(xpath);
-    // Detached nodes first: freeing a node consults its document's
-    // dictionary.
-    for (xmlNodePtr node : detached) xmlFreeNode(node);
-    if (doc != nullptr) xmlFreeDoc(doc);
-    for (xmlDocPtr old : retired) xmlFreeDoc(old);
-  }
-};
-
-}  // namespace internal
 
 namespace {
 
@@ -64,6 +27,7 @@ const pnl_log::Module& Log() {
   static const pnl_log::Module log("pnl", "kern");
   return log;
 }
+
 
 // Collects the errors that libxml2 reports while a parse runs; outside a
 // parse the errors are dropped. Nothing of libxml2's reaches our streams.
@@ -380,94 +344,6 @@ std::string XmlNode::Str() const {
 
 XPath::XPath() {}
 
-namespace {
-
-bool g_literal_evaluation = false;
-
-bool IsNameStart(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
-}
-
-bool IsNameChar(char c) {
-  return IsNameStart(c) || (c >= '0' && c <= '9') || c == '.' || c == '-';
-}
-
-// True when `rest` has no "|" outside literals, brackets and parentheses,
-// and its brackets and parentheses balance: then "//NAME/" + rest is one
-// path from the NAME elements, never a union with another path.
-bool IsSinglePathTail(const std::string& rest) {
-  int depth = 0;
-  char quote = '\0';
-  for (char c : rest) {
-    if (quote != '\0') {
-      if (c == quote) quote = '\0';
-      continue;
-    }
-    switch (c) {
-      case '\'':
-      case '"':
-        quote = c;
-        break;
-      case '[':
-      case '(':
-        ++depth;
-        break;
-      case ']':
-      case ')':
-        if (--depth < 0) return false;
-        break;
-      case '|':
-        if (depth == 0) return false;
-        break;
-      default:
-        break;
-    }
-  }
-  return depth == 0 && quote == '\0';
-}
-
-// Splits "//NAME/REST" into NAME and REST when NAME is a plain element
-// name and REST a single relative path.
-bool SplitAnchoredPath(const std::string& expr, std::string& name, std::string& rest) {
-  if (expr.size() < 4 || expr[0] != '/' || expr[1] != '/' || !IsNameStart(expr[2]))
-    return false;
-  std::size_t end = 3;
-  while (end < expr.size() && IsNameChar(expr[end])) ++end;
-  if (end + 1 >= expr.size() || expr[end] != '/' || expr[end + 1] == '/') return false;
-  rest = expr.substr(end + 1);
-  if (!IsSinglePathTail(rest)) return false;
-  name = expr.substr(2, end - 2);
-  return true;
-}
-
-void CountNamed(xmlNodePtr node, const xmlChar* name, DocHolder::NamedElements& found) {
-  for (; node != nullptr; node = node->next) {
-    if (node->type != XML_ELEMENT_NODE) continue;
-    if (node->ns == nullptr && xmlStrEqual(node->name, name)) {
-      if (found.count++ == 0) found.first = node;
-    }
-    CountNamed(node->children, name, found);
-  }
-}
-
-// The elements called `name` in no namespace, counted once per generation
-// of the document.
-const DocHolder::NamedElements& NamedElements(DocHolder& holder, const std::string& name) {
-  if (holder.names_generation != holder.generation) {
-    holder.names.clear();
-    holder.names_generation = holder.generation;
-  }
-  auto it = holder.names.find(name);
-  if (it != holder.names.end()) return it->second;
-  DocHolder::NamedElements& found = holder.names[name];
-  CountNamed(holder.doc->children, X(name.c_str()), found);
-  return found;
-}
-
-}  // namespace
-
-void SetLiteralEvaluation(bool literal) { g_literal_evaluation = literal; }
-
 XPath::XPath(const Xml& doc, const std::string& expr) {
   if (!doc.doc_ || doc.doc_->doc == nullptr) return;
   SetUpLibxml();
@@ -484,17 +360,27 @@ XPath::XPath(const Xml& doc, const std::string& expr) {
   context->contextSize = 1;
   context->proximityPosition = 1;
 
-  // "//NAME/REST" selects REST from every NAME element. When the document
-  // holds exactly one, REST evaluated from it gives the same node set
-  // without a walk through the whole document; this keeps the many queries
-  // anchored at the description's root element cheap on large documents.
-  const std::string* evaluated = &expr;
-  std::string name, rest;
-  if (!g_literal_evaluation && SplitAnchoredPath(expr, name, rest)) {
-    const DocHolder::NamedElements& anchors = NamedElements(holder, name);
-    if (anchors.count == 1) {
-      context->node = anchors.first;
-      evaluated = &rest;
+  // A query that the shortcuts can answer, or narrow to a part of the
+  // document, costs far less than a walk through the whole document.
+  internal::Plan plan = internal::PlanQuery(holder, expr);
+  if (plan.decided) {
+    nodes_ = std::move(plan.nodes);
+    if (!nodes_.empty()) doc_ = doc.doc_;
+    return;
+  }
+  context->node = plan.context;
+  const std::string* evaluated = plan.context != nullptr ? &plan.expr : &expr;
+  const bool memoize = holder.in_file_cache && !internal::LiteralEvaluation();
+  if (memoize) {
+    if (holder.memo_generation != holder.generation) {
+      holder.memo.clear();
+      holder.memo_generation = holder.generation;
+    }
+    auto found = holder.memo.find(expr);
+    if (found != holder.memo.end()) {
+      nodes_ = found->second;
+      if (!nodes_.empty()) doc_ = doc.doc_;
+      return;
     }
   }
   xmlXPathObjectPtr result =
@@ -517,12 +403,103 @@ XPath::XPath(const Xml& doc, const std::string& expr) {
     }
     xmlXPathFreeObject(result);
   }
+  if (memoize) {
+    constexpr std::size_t kMemoLimit = 64;
+    if (holder.memo.size() >= kMemoLimit) holder.memo.clear();
+    holder.memo.emplace(expr, nodes_);
+  }
 }
 
 XmlNode XPath::operator[](unsigned long i) const {
   if (i >= nodes_.size()) return XmlNode();
   return XmlNode(doc_, nodes_[i]);
 }
+
+// ---------------------------------------------------------------- Parsed files
+
+namespace {
+
+// The audits load the same files again and again (a manager's common
+// messages for every form and language, a list's messages for every column
+// and button). A document parsed from a file is kept and handed out again,
+// in place of a new parse, only while the file is unchanged (same stamp),
+// the document has never been changed since its parse, and nobody else
+// holds it: what a load hands out is always exactly what a parse would give.
+class ParsedFiles {
+ public:
+  // The kept document of `path` when it may be handed out.
+  std::shared_ptr<DocHolder> Take(const std::string& path, const std::string& stamp) {
+    auto it = entries_.find(path);
+    if (it == entries_.end()) return nullptr;
+    Entry& entry = it->second;
+    if (entry.holder.use_count() != 1) return nullptr;  // someone holds it
+    if (entry.stamp != stamp || entry.holder->generation != entry.generation) {
+      Drop(it);
+      return nullptr;
+    }
+    entry.last_use = ++clock_;
+    return entry.holder;
+  }
+
+  // Keeps `holder`, just parsed from `path`.
+  void Put(const std::string& path, const std::string& stamp, std::size_t size,
+           const std::shared_ptr<DocHolder>& holder) {
+    auto it = entries_.find(path);
+    if (it != entries_.end()) Drop(it);
+    if (size > kMaxBytes / 4) return;  // too large to keep beside others
+    while (!entries_.empty() && (entries_.size() >= kMaxEntries || bytes_ + size > kMaxBytes))
+      DropOldest();
+    holder->in_file_cache = true;
+    entries_.emplace(path, Entry{stamp, size, holder, holder->generation, ++clock_});
+    bytes_ += size;
+  }
+
+  // Lets go of `holder` if it is kept, so that its owner may reuse it.
+  void Forget(const DocHolder* holder) {
+    for (auto it = entries_.begin(); it != entries_.end(); ++it) {
+      if (it->second.holder.get() == holder) {
+        Drop(it);
+        return;
+      }
+    }
+  }
+
+ private:
+  static constexpr std::size_t kMaxEntries = 32;
+  static constexpr std::size_t kMaxBytes = 256u << 20;
+
+  struct Entry {
+    std::string stamp;
+    std::size_t size;
+    std::shared_ptr<DocHolder> holder;
+    unsigned long generation;
+    unsigned long last_use;
+  };
+
+  void Drop(std::unordered_map<std::string, Entry>::iterator it) {
+    bytes_ -= it->second.size;
+    it->second.holder->in_file_cache = false;
+    entries_.erase(it);
+  }
+
+  void DropOldest() {
+    auto oldest = entries_.begin();
+    for (auto it = entries_.begin(); it != entries_.end(); ++it)
+      if (it->second.last_use < oldest->second.last_use) oldest = it;
+    Drop(oldest);
+  }
+
+  std::unordered_map<std::string, Entry> entries_;
+  std::size_t bytes_ = 0;
+  unsigned long clock_ = 0;
+};
+
+ParsedFiles& Files() {
+  static ParsedFiles* files = new ParsedFiles();  // lives as long as the process
+  return *files;
+}
+
+}  // namespace
 
 // ---------------------------------------------------------------- Xml
 
@@ -539,6 +516,17 @@ Xml::Xml(const std::string& root_name) : doc_(std::make_shared<DocHolder>()) {
 }
 
 bool Xml::LoadFromFile(const std::string& path) {
+  std::string stamp;
+  if (!internal::LiteralEvaluation()) {
+    if (doc_) Files().Forget(doc_.get());
+    stamp = pnl_file::Stamp(path);
+    if (!stamp.empty() && (!doc_ || doc_.use_count() == 1)) {
+      if (std::shared_ptr<DocHolder> kept = Files().Take(path, stamp)) {
+        doc_ = std::move(kept);
+        return true;
+      }
+    }
+  }
   std::string text;
   if (!pnl_file::ReadFile(path, text)) {
     int error = errno;
@@ -550,7 +538,9 @@ bool Xml::LoadFromFile(const std::string& path) {
       Log().Write(level, "Cannot read %s: %s", path.c_str(), strerror(error));
     return false;
   }
-  return LoadFromString(text, path);
+  const bool ok = LoadFromString(text, path);
+  if (ok && !stamp.empty()) Files().Put(path, stamp, text.size(), doc_);
+  return ok;
 }
 
 bool Xml::LoadFromString(const std::string& text, const std::string& origin) {

@@ -76,6 +76,18 @@ TEST_F(XmlEvaluationTest, AnchoredQueriesSelectWhatTheLiteralQueriesSelect) {
            "//coldata/col[@name='name'] = 'x'",
            "//nothing/here",
            "//metadata/form[",
+           "//metadata[@name=\"user\"]",
+           "//metadata[@name='user']/form/field",
+           "//metadata[@type='form']",
+           "//metadata[@type='form']/form/field/@name",
+           "//metadata[@name='nobody']/form",
+           "//pnldata/metadata[@name='nobody']/form",
+           "//pnldata/metadata[@name='user'][2]/coldata",
+           "//pnldata/metadata[@name='user']/..",
+           "//pnldata/metadata[@type='list']/toolbar//toolbtn[@name='edit']",
+           "//field[@name='size']/input",
+           "//field[@if='x']",
+           "//node[@name='a']/node/@name",
        })
     ExpectSameEitherWay(doc, expr);
 }
@@ -86,6 +98,20 @@ TEST_F(XmlEvaluationTest, AnAnchorThatIsNotUniqueIsEvaluatedAsWritten) {
   // Two pnldata elements: the inner one's metadata counts too.
   EXPECT_EQ(Select(doc, "//pnldata/metadata[@name='user']", false).size(), 3u);
   ExpectSameEitherWay(doc, "//pnldata/metadata[@name='user']");
+  ExpectSameEitherWay(doc, "//pnldata/metadata[@name='user']/@type");
+  ExpectSameEitherWay(doc, "//metadata[@name='user']");
+  ExpectSameEitherWay(doc, "//metadata[@name='user']/@type");
+}
+
+TEST_F(XmlEvaluationTest, AttributesInANamespaceDoNotMatchAPlainName) {
+  pnl_xml::Xml doc;
+  ASSERT_TRUE(doc.LoadFromString(
+      "<messages xmlns:x='urn:x'><msg x:name='a'>1</msg><msg name='a'>2</msg>"
+      "<x:msg name='a'>3</x:msg></messages>",
+      "m"));
+  EXPECT_EQ(Select(doc, "//messages/msg[@name='a']", false).size(), 1u);
+  ExpectSameEitherWay(doc, "//messages/msg[@name='a']");
+  ExpectSameEitherWay(doc, "//msg[@name='a']");
 }
 
 TEST_F(XmlEvaluationTest, ChangesToTheDocumentAreSeenByLaterQueries) {

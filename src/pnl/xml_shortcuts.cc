@@ -1,0 +1,227 @@
+// Shortcuts for the queries that the audits ask most: those anchored at an
+// element found anywhere ("//pnldata/metadata[@name='user']/form",
+// "//messages/msg[@name='title']", "//metadata[@name=\"user\"]"). Evaluated
+// as written, each is a walk through the whole document, so a large
+// description asked tens of thousands of them costs minutes. Here the
+// anchor is found in an index of the document instead, and only what
+// follows it is evaluated, from the anchor. A shortcut is taken only where
+// it selects exactly the node set that the query selects as written;
+// anything else is evaluated as written.
+#include <libxml/tree.h>
+
+#include "pnl/xml.h"
+#include "pnl/xml_internal.h"
+
+namespace pnl_xml {
+
+namespace internal {
+
+namespace {
+
+bool g_literal = false;
+
+bool IsNameStart(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
+}
+
+bool IsNameChar(char c) {
+  return IsNameStart(c) || (c >= '0' && c <= '9') || c == '.' || c == '-';
+}
+
+// The end of the element or attribute name (without prefix) that starts
+// at `pos`; `pos` itself when there is none.
+std::size_t NameEnd(const std::string& text, std::size_t pos) {
+  if (pos >= text.size() || !IsNameStart(text[pos])) return pos;
+  std::size_t end = pos + 1;
+  while (end < text.size() && IsNameChar(text[end])) ++end;
+  return end;
+}
+
+// True when `path` is one relative location path: it does not start with
+// "/", has no "|" outside literals, brackets and parentheses, and its
+// brackets, parentheses and quotes balance. Evaluated from an element, such
+// a path selects what the same path selects after "//NAME/" from it.
+bool IsRelativePath(const std::string& path) {
+  if (path.empty() || path[0] == '/') return false;
+  int depth = 0;
+  char quote = '\0';
+  for (char c : path) {
+    if (quote != '\0') {
+      if (c == quote) quote = '\0';
+      continue;
+    }
+    switch (c) {
+      case '\'':
+      case '"':
+        quote = c;
+        break;
+      case '[':
+      case '(':
+        ++depth;
+        break;
+      case ']':
+      case ')':
+        if (--depth < 0) return false;
+        break;
+      case '|':
+        if (depth == 0) return false;
+        break;
+      default:
+        break;
+    }
+  }
+  return depth == 0 && quote == '\0';
+}
+
+// A step that selects elements by name and by the value of one attribute,
+// NAME[@ATTR='VALUE'] (or with double quotes), and the relative path that
+// follows it after a "/" ("" when nothing follows).
+struct KeyedStep {
+  std::string name;
+  std::string attr;
+  std::string value;
+  std::string rest;
+};
+
+bool ParseKeyedStep(const std::string& text, KeyedStep& step) {
+  std::size_t pos = NameEnd(text, 0);
+  if (pos == 0) return false;
+  step.name = text.substr(0, pos);
+  if (text.compare(pos, 2, "[@") != 0) return false;
+  std::size_t attr_end = NameEnd(text, pos + 2);
+  if (attr_end == pos + 2 || attr_end + 1 >= text.size() || text[attr_end] != '=') return false;
+  step.attr = text.substr(pos + 2, attr_end - pos - 2);
+  const char quote = text[attr_end + 1];
+  if (quote != '\'' && quote != '"') return false;
+  std::size_t close = text.find(quote, attr_end + 2);
+  if (close == std::string::npos || close + 1 >= text.size() || text[close + 1] != ']')
+    return false;
+  step.value = text.substr(attr_end + 2, close - attr_end - 2);
+  std::size_t after = close + 2;
+  if (after == text.size()) {
+    step.rest.clear();
+    return true;
+  }
+  if (text[after] != '/') return false;
+  step.rest = text.substr(after + 1);
+  return IsRelativePath(step.rest);
+}
+
+// Forgets the indexes of an older generation of the document.
+void Refresh(DocHolder& holder) {
+  if (holder.index_generation == holder.generation) return;
+  holder.elements_by_name.clear();
+  holder.elements_by_attribute.clear();
+  holder.index_generation = holder.generation;
+}
+
+void CollectNamed(xmlNodePtr node, const xmlChar* name, std::vector<xmlNodePtr>& out) {
+  for (; node != nullptr; node = node->next) {
+    if (node->type != XML_ELEMENT_NODE) continue;
+    // A name test without prefix matches elements in no namespace only.
+    if (node->ns == nullptr && xmlStrEqual(node->name, name)) out.push_back(node);
+    CollectNamed(node->children, name, out);
+  }
+}
+
+// Every element called `name` (in no namespace), in document order.
+const std::vector<xmlNodePtr>& ElementsNamed(DocHolder& holder, const std::string& name) {
+  Refresh(holder);
+  auto it = holder.elements_by_name.find(name);
+  if (it != holder.elements_by_name.end()) return it->second;
+  std::vector<xmlNodePtr>& found = holder.elements_by_name[name];
+  CollectNamed(holder.doc->children, reinterpret_cast<const xmlChar*>(name.c_str()), found);
+  return found;
+}
+
+// Every element called `name` whose attribute `attr` (in no namespace) has
+// the string value `value`, in document order. The value is taken as the
+// XPath comparison takes it.
+const std::vector<xmlNodePtr>& ElementsWith(DocHolder& holder, const std::string& name,
+                                            const std::string& attr, const std::string& value) {
+  static const std::vector<xmlNodePtr> kNone;
+  const std::vector<xmlNodePtr>& named = ElementsNamed(holder, name);
+  const std::string key = name + '\0' + attr;
+  auto index = holder.elements_by_attribute.find(key);
+  if (index == holder.elements_by_attribute.end()) {
+    index = holder.elements_by_attribute.emplace(key, decltype(index->second)()).first;
+    for (xmlNodePtr element : named) {
+      for (xmlAttrPtr a = element->properties; a != nullptr; a = a->next) {
+        if (a->ns != nullptr || !xmlStrEqual(a->name, reinterpret_cast<const xmlChar*>(attr.c_str())))
+          continue;
+        xmlChar* content = xmlNodeGetContent(reinterpret_cast<xmlNodePtr>(a));
+        std::string text = content != nullptr ? reinterpret_cast<const char*>(content) : "";
+        xmlFree(content);
+        index->second[text].push_back(element);
+        break;
+      }
+    }
+  }
+  auto found = index->second.find(value);
+  return found != index->second.end() ? found->second : kNone;
+}
+
+// The plan for "STEP/REST" once the elements that STEP selects are known:
+// those elements when nothing follows, nothing when there are none, REST
+// from the element when there is one. Several elements with a path after
+// them are left to `fallback`.
+Plan Narrow(const std::vector<xmlNodePtr>& selected, const std::string& rest,
+            const Plan& fallback) {
+  Plan plan;
+  if (rest.empty() || selected.empty()) {
+    plan.decided = true;
+    plan.nodes.assign(selected.begin(), selected.end());
+    if (!rest.empty()) plan.nodes.clear();
+    return plan;
+  }
+  if (selected.size() > 1) return fallback;
+  plan.context = selected[0];
+  plan.expr = rest;
+  return plan;
+}
+
+}  // namespace
+
+bool LiteralEvaluation() { return g_literal; }
+
+Plan PlanQuery(DocHolder& holder, const std::string& query) {
+  const Plan as_written;
+  if (g_literal || holder.doc == nullptr || query.compare(0, 2, "//") != 0) return as_written;
+  const std::string tail = query.substr(2);
+
+  // "//NAME[@ATTR='VALUE']" and "//NAME[@ATTR='VALUE']/REST".
+  KeyedStep keyed;
+  if (ParseKeyedStep(tail, keyed))
+    return Narrow(ElementsWith(holder, keyed.name, keyed.attr, keyed.value), keyed.rest,
+                  as_written);
+
+  // "//NAME/REST": REST from the one NAME element.
+  const std::size_t name_end = NameEnd(tail, 0);
+  if (name_end == 0 || name_end >= tail.size() || tail[name_end] != '/') return as_written;
+  const std::string rest = tail.substr(name_end + 1);
+  if (!IsRelativePath(rest)) return as_written;
+  const std::vector<xmlNodePtr>& anchors = ElementsNamed(holder, tail.substr(0, name_end));
+  if (anchors.empty()) {
+    Plan nothing;
+    nothing.decided = true;
+    return nothing;
+  }
+  if (anchors.size() > 1) return as_written;
+  Plan from_anchor;
+  from_anchor.context = anchors[0];
+  from_anchor.expr = rest;
+
+  // "//NAME/CHILD[@ATTR='VALUE']/REST2": the children of the anchor that
+  // the keyed step selects come from the index too.
+  if (!ParseKeyedStep(rest, keyed)) return from_anchor;
+  std::vector<xmlNodePtr> children;
+  for (xmlNodePtr element : ElementsWith(holder, keyed.name, keyed.attr, keyed.value))
+    if (element->parent == anchors[0]) children.push_back(element);
+  return Narrow(children, keyed.rest, from_anchor);
+}
+
+}  // namespace internal
+
+void SetLiteralEvaluation(bool literal) { internal::g_literal = literal; }
+
+}  // namespace pnl_xml
