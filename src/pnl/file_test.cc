@@ -251,3 +251,21 @@ TEST_F(FileTest, MakeDirsCreatesParents) {
 }
 
 }  // namespace
+
+TEST_F(FileTest, ReadFileRefusesAFifoWithoutWaitingForAWriter) {
+  ASSERT_EQ(mkfifo((dir_.path() + "/pipe.xml").c_str(), 0600), 0);
+  std::string text = "left over";
+  EXPECT_FALSE(pnl_file::ReadFile(dir_.path() + "/pipe.xml", text));
+  EXPECT_EQ(text, "");
+  EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/pipe.xml"), "");
+}
+
+TEST_F(FileTest, StampChangesWithTheFile) {
+  dir_.Write("a.xml", "one");
+  const std::string before = pnl_file::Stamp(dir_.path() + "/a.xml");
+  EXPECT_NE(before, "");
+  EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/a.xml"), before);
+  dir_.Write("a.xml", "three");
+  EXPECT_NE(pnl_file::Stamp(dir_.path() + "/a.xml"), before);
+  EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/missing.xml"), "");
+}

@@ -1,12 +1,13 @@
-// Queries anchored at a unique element ("//NAME/REST") are evaluated from
-// that element; these tests hold the result to what the expression selects
-// when evaluated as written.
+// The shortcuts of the XML layer: queries answered from an index or from
+// their anchor element select what the query selects as written, and a
+// file loaded again gives what a new parse would give.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "pnl/xml.h"
+#include "support/scratch_dir.h"
 
 namespace {
 
@@ -124,6 +125,71 @@ TEST_F(XmlEvaluationTest, ChangesToTheDocumentAreSeenByLaterQueries) {
   doc.RemoveNodes("//messages/messages");
   EXPECT_EQ(Select(doc, "//messages/msg[@name='b']", false).size(), 0u);
   ExpectSameEitherWay(doc, "//messages/msg");
+}
+
+}  // namespace
+
+namespace {
+
+class ParsedFileTest : public testing::Test {
+ protected:
+  testing_support::ScratchDir dir_;
+};
+
+std::string Texts(const pnl_xml::Xml& doc) {
+  std::string out;
+  for (pnl_xml::XmlNode node : pnl_xml::XPath(doc, "//msg")) out += node.Str() + ";";
+  return out;
+}
+
+TEST_F(ParsedFileTest, ALoadAfterAChangeOfTheDocumentParsesAgain) {
+  dir_.Write("m.xml", "<messages><msg>a</msg></messages>");
+  {
+    pnl_xml::Xml doc;
+    doc.LoadFromFile("m.xml");
+    doc.GetRoot().AppendChild("msg");
+  }
+  pnl_xml::Xml again;
+  again.LoadFromFile("m.xml");
+  EXPECT_EQ(Texts(again), "a;");
+}
+
+TEST_F(ParsedFileTest, ALoadAfterAChangeOfTheFileParsesAgain) {
+  dir_.Write("m.xml", "<messages><msg>a</msg></messages>");
+  {
+    pnl_xml::Xml doc;
+    doc.LoadFromFile("m.xml");
+    EXPECT_EQ(Texts(doc), "a;");
+  }
+  dir_.Write("m.xml", "<messages><msg>b</msg><msg>c</msg></messages>");
+  pnl_xml::Xml again;
+  again.LoadFromFile("m.xml");
+  EXPECT_EQ(Texts(again), "b;c;");
+}
+
+TEST_F(ParsedFileTest, TwoLiveLoadsOfOneFileAreIndependent) {
+  dir_.Write("m.xml", "<messages><msg>a</msg></messages>");
+  pnl_xml::Xml first, second;
+  first.LoadFromFile("m.xml");
+  second.LoadFromFile("m.xml");
+  first.GetRoot().AppendChild("msg");
+  EXPECT_EQ(Texts(first), "a;;");
+  EXPECT_EQ(Texts(second), "a;");
+}
+
+TEST_F(ParsedFileTest, NodesTakenBeforeKeepTheirDocumentFromBeingHandedOut) {
+  dir_.Write("m.xml", "<messages><msg>a</msg></messages>");
+  pnl_xml::XmlNode kept;
+  {
+    pnl_xml::Xml doc;
+    doc.LoadFromFile("m.xml");
+    kept = doc.GetRoot();
+  }
+  pnl_xml::Xml again;
+  again.LoadFromFile("m.xml");
+  again.GetRoot().AppendChild("msg");
+  EXPECT_EQ(kept.Str(), "a");
+  EXPECT_EQ(Texts(again), "a;;");
 }
 
 }  // namespace
