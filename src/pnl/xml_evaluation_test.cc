@@ -89,6 +89,9 @@ TEST_F(XmlEvaluationTest, AnchoredQueriesSelectWhatTheLiteralQueriesSelect) {
            "//field[@name='size']/input",
            "//field[@if='x']",
            "//node[@name='a']/node/@name",
+           "//mainmenu/node[@name='c']",
+           "//node/node[@name='b']",
+           "//node/node[@name='b']/..",
        })
     ExpectSameEitherWay(doc, expr);
 }
@@ -102,6 +105,21 @@ TEST_F(XmlEvaluationTest, AnAnchorThatIsNotUniqueIsEvaluatedAsWritten) {
   ExpectSameEitherWay(doc, "//pnldata/metadata[@name='user']/@type");
   ExpectSameEitherWay(doc, "//metadata[@name='user']");
   ExpectSameEitherWay(doc, "//metadata[@name='user']/@type");
+}
+
+TEST_F(XmlEvaluationTest, TextKeyedQueriesSelectWhatTheLiteralQueriesSelect) {
+  pnl_xml::Xml doc;
+  ASSERT_TRUE(doc.LoadFromString(
+      "<doc><elem><action>user</action></elem><elem><action> user</action></elem>"
+      "<elem><action>us<!-- split -->er</action></elem><elem><action>user<b/>user</action>"
+      "</elem><elem><action><![CDATA[user]]></action></elem><x><action>user</action></x>"
+      "<elem><action/></elem></doc>",
+      "reply"));
+  EXPECT_EQ(Select(doc, "//elem/action[text()='user']", false).size(), 3u);
+  for (const char* expr : {"//elem/action[text()='user']", "//elem/action[text()='us']",
+                           "//elem/action[text()='']", "//action[text()='user']",
+                           "//elem/action[text()=\"user\"]/..", "//elem/action[text()='x']"})
+    ExpectSameEitherWay(doc, expr);
 }
 
 TEST_F(XmlEvaluationTest, AttributesInANamespaceDoNotMatchAPlainName) {

@@ -9,6 +9,8 @@
 // anything else is evaluated as written.
 #include <libxml/tree.h>
 
+#include <algorithm>
+
 #include "pnl/xml.h"
 #include "pnl/xml_internal.h"
 
@@ -73,24 +75,36 @@ bool IsRelativePath(const std::string& path) {
   return depth == 0 && quote == '\0';
 }
 
-// A step that selects elements by name and by the value of one attribute,
-// NAME[@ATTR='VALUE'] (or with double quotes), and the relative path that
-// follows it after a "/" ("" when nothing follows).
+// A step that selects elements by name and by one value, the value of an
+// attribute (NAME[@ATTR='VALUE']) or of a text child (NAME[text()='VALUE']),
+// with either quote, and the relative path that follows it after a "/"
+// ("" when nothing follows).
 struct KeyedStep {
   std::string name;
-  std::string attr;
+  std::string key;  // the attribute's name, or "text()"
   std::string value;
   std::string rest;
 };
+
+const char kTextKey[] = "text()";
 
 bool ParseKeyedStep(const std::string& text, KeyedStep& step) {
   std::size_t pos = NameEnd(text, 0);
   if (pos == 0) return false;
   step.name = text.substr(0, pos);
-  if (text.compare(pos, 2, "[@") != 0) return false;
-  std::size_t attr_end = NameEnd(text, pos + 2);
-  if (attr_end == pos + 2 || attr_end + 1 >= text.size() || text[attr_end] != '=') return false;
-  step.attr = text.substr(pos + 2, attr_end - pos - 2);
+  std::size_t key_end;
+  if (text.compare(pos, 2, "[@") == 0) {
+    key_end = NameEnd(text, pos + 2);
+    if (key_end == pos + 2) return false;
+    step.key = text.substr(pos + 2, key_end - pos - 2);
+  } else if (text.compare(pos, 8, "[text()=") == 0) {
+    key_end = pos + 7;
+    step.key = kTextKey;
+  } else {
+    return false;
+  }
+  const std::size_t attr_end = key_end;
+  if (attr_end + 1 >= text.size() || text[attr_end] != '=') return false;
   const char quote = text[attr_end + 1];
   if (quote != '\'' && quote != '"') return false;
   std::size_t close = text.find(quote, attr_end + 2);
@@ -134,28 +148,48 @@ const std::vector<xmlNodePtr>& ElementsNamed(DocHolder& holder, const std::strin
   return found;
 }
 
-// Every element called `name` whose attribute `attr` (in no namespace) has
-// the string value `value`, in document order. The value is taken as the
-// XPath comparison takes it.
+// The string value of `node` as the XPath comparison takes it.
+std::string StringValue(xmlNodePtr node) {
+  xmlChar* content = xmlNodeGetContent(node);
+  std::string text = content != nullptr ? reinterpret_cast<const char*>(content) : "";
+  xmlFree(content);
+  return text;
+}
+
+// Adds `element` to `index` under each value that `key` gives it: the value
+// of its attribute `key` (in no namespace), or of each of its text children.
+void IndexElement(xmlNodePtr element, const std::string& key,
+                  std::unordered_map<std::string, std::vector<xmlNodePtr>>& index) {
+  if (key == kTextKey) {
+    std::vector<std::string> seen;
+    for (xmlNodePtr child = element->children; child != nullptr; child = child->next) {
+      if (child->type != XML_TEXT_NODE && child->type != XML_CDATA_SECTION_NODE) continue;
+      std::string text = StringValue(child);
+      if (std::find(seen.begin(), seen.end(), text) != seen.end()) continue;
+      index[text].push_back(element);
+      seen.push_back(std::move(text));
+    }
+    return;
+  }
+  const xmlChar* attr = reinterpret_cast<const xmlChar*>(key.c_str());
+  for (xmlAttrPtr a = element->properties; a != nullptr; a = a->next) {
+    if (a->ns != nullptr || !xmlStrEqual(a->name, attr)) continue;
+    index[StringValue(reinterpret_cast<xmlNodePtr>(a))].push_back(element);
+    return;
+  }
+}
+
+// Every element called `name` (in no namespace) that the keyed step's
+// predicate holds for with `value`, in document order.
 const std::vector<xmlNodePtr>& ElementsWith(DocHolder& holder, const std::string& name,
-                                            const std::string& attr, const std::string& value) {
+                                            const std::string& key, const std::string& value) {
   static const std::vector<xmlNodePtr> kNone;
   const std::vector<xmlNodePtr>& named = ElementsNamed(holder, name);
-  const std::string key = name + '\0' + attr;
-  auto index = holder.elements_by_attribute.find(key);
+  const std::string index_key = name + '\0' + key;
+  auto index = holder.elements_by_attribute.find(index_key);
   if (index == holder.elements_by_attribute.end()) {
-    index = holder.elements_by_attribute.emplace(key, decltype(index->second)()).first;
-    for (xmlNodePtr element : named) {
-      for (xmlAttrPtr a = element->properties; a != nullptr; a = a->next) {
-        if (a->ns != nullptr || !xmlStrEqual(a->name, reinterpret_cast<const xmlChar*>(attr.c_str())))
-          continue;
-        xmlChar* content = xmlNodeGetContent(reinterpret_cast<xmlNodePtr>(a));
-        std::string text = content != nullptr ? reinterpret_cast<const char*>(content) : "";
-        xmlFree(content);
-        index->second[text].push_back(element);
-        break;
-      }
-    }
+    index = holder.elements_by_attribute.emplace(index_key, decltype(index->second)()).first;
+    for (xmlNodePtr element : named) IndexElement(element, key, index->second);
   }
   auto found = index->second.find(value);
   return found != index->second.end() ? found->second : kNone;
@@ -192,7 +226,7 @@ Plan PlanQuery(DocHolder& holder, const std::string& query) {
   // "//NAME[@ATTR='VALUE']" and "//NAME[@ATTR='VALUE']/REST".
   KeyedStep keyed;
   if (ParseKeyedStep(tail, keyed))
-    return Narrow(ElementsWith(holder, keyed.name, keyed.attr, keyed.value), keyed.rest,
+    return Narrow(ElementsWith(holder, keyed.name, keyed.key, keyed.value), keyed.rest,
                   as_written);
 
   // "//NAME/REST": REST from the one NAME element.
@@ -200,23 +234,30 @@ Plan PlanQuery(DocHolder& holder, const std::string& query) {
   if (name_end == 0 || name_end >= tail.size() || tail[name_end] != '/') return as_written;
   const std::string rest = tail.substr(name_end + 1);
   if (!IsRelativePath(rest)) return as_written;
-  const std::vector<xmlNodePtr>& anchors = ElementsNamed(holder, tail.substr(0, name_end));
+  const std::string anchor_name = tail.substr(0, name_end);
+  const std::vector<xmlNodePtr>& anchors = ElementsNamed(holder, anchor_name);
   if (anchors.empty()) {
     Plan nothing;
     nothing.decided = true;
     return nothing;
   }
-  if (anchors.size() > 1) return as_written;
-  Plan from_anchor;
-  from_anchor.context = anchors[0];
-  from_anchor.expr = rest;
+  Plan from_anchor = as_written;
+  if (anchors.size() == 1) {
+    from_anchor.context = anchors[0];
+    from_anchor.expr = rest;
+  }
 
-  // "//NAME/CHILD[@ATTR='VALUE']/REST2": the children of the anchor that
-  // the keyed step selects come from the index too.
+  // "//NAME/CHILD[@ATTR='VALUE']/REST2": the children of NAME elements that
+  // the keyed step selects come from the index too, in document order.
   if (!ParseKeyedStep(rest, keyed)) return from_anchor;
+  const xmlChar* parent_name = reinterpret_cast<const xmlChar*>(anchor_name.c_str());
   std::vector<xmlNodePtr> children;
-  for (xmlNodePtr element : ElementsWith(holder, keyed.name, keyed.attr, keyed.value))
-    if (element->parent == anchors[0]) children.push_back(element);
+  for (xmlNodePtr element : ElementsWith(holder, keyed.name, keyed.key, keyed.value)) {
+    xmlNodePtr parent = element->parent;
+    if (parent != nullptr && parent->type == XML_ELEMENT_NODE && parent->ns == nullptr &&
+        xmlStrEqual(parent->name, parent_name))
+      children.push_back(element);
+  }
   return Narrow(children, keyed.rest, from_anchor);
 }
 
