@@ -421,44 +421,74 @@ namespace {
 
 // The audits load the same files again and again (a manager's common
 // messages for every form and language, a list's messages for every column
-// and button). A document parsed from a file is kept and handed out again,
-// in place of a new parse, only while the file is unchanged (same stamp),
-// the document has never been changed since its parse, and nobody else
-// holds it: what a load hands out is always exactly what a parse would give.
+// and button, the desktop messages for every menu item). A document parsed
+// from a file is kept and handed out again, in place of a new parse, only
+// while the file is unchanged (same stamp), the document has never been
+// changed since its parse, and nobody holds it. A file whose loads get
+// changed by their users (messages merged into them) is kept once more as
+// an untouched copy, and later loads get a copy of that. Either way, what
+// a load hands out is exactly what a parse would give.
 class ParsedFiles {
  public:
-  // The kept document of `path` when it may be handed out.
+  ~ParsedFiles() {
+    for (auto& [path, entry] : entries_) FreePristine(entry);
+  }
+
+  // The document of `path` for a new load, when it may be had without a
+  // parse.
   std::shared_ptr<DocHolder> Take(const std::string& path, const std::string& stamp) {
     auto it = entries_.find(path);
     if (it == entries_.end()) return nullptr;
     Entry& entry = it->second;
-    if (entry.holder.use_count() != 1) return nullptr;  // someone holds it
-    if (entry.stamp != stamp || entry.holder->generation != entry.generation) {
+    if (entry.stamp != stamp) {
       Drop(it);
       return nullptr;
     }
     entry.last_use = ++clock_;
-    return entry.holder;
+    if (entry.shared.use_count() == 1 && entry.shared->generation == entry.generation)
+      return entry.shared;
+    if (entry.pristine == nullptr) {
+      entry.wants_pristine = true;  // keep the next parse untouched
+      return nullptr;
+    }
+    xmlDocPtr copy = xmlCopyDoc(entry.pristine, 1);
+    if (copy == nullptr) return nullptr;
+    auto holder = std::make_shared<DocHolder>();
+    holder->doc = copy;
+    return holder;
   }
 
   // Keeps `holder`, just parsed from `path`.
   void Put(const std::string& path, const std::string& stamp, std::size_t size,
            const std::shared_ptr<DocHolder>& holder) {
     auto it = entries_.find(path);
+    if (it != entries_.end() && it->second.stamp == stamp && it->second.wants_pristine) {
+      if (it->second.pristine == nullptr) it->second.pristine = xmlCopyDoc(holder->doc, 1);
+      return;
+    }
     if (it != entries_.end()) Drop(it);
-    if (size > kMaxBytes / 4) return;  // too large to keep beside others
-    while (!entries_.empty() && (entries_.size() >= kMaxEntries || bytes_ + size > kMaxBytes))
+    if (size > kMaxBytes / 8) return;  // too large to keep beside others
+    while (!entries_.empty() &&
+           (entries_.size() >= kMaxEntries || bytes_ + 2 * size > kMaxBytes))
       DropOldest();
     holder->in_file_cache = true;
-    entries_.emplace(path, Entry{stamp, size, holder, holder->generation, ++clock_});
-    bytes_ += size;
+    Entry entry;
+    entry.stamp = stamp;
+    entry.size = size;
+    entry.shared = holder;
+    entry.generation = holder->generation;
+    entry.last_use = ++clock_;
+    entries_.emplace(path, std::move(entry));
+    bytes_ += 2 * size;
   }
 
   // Lets go of `holder` if it is kept, so that its owner may reuse it.
   void Forget(const DocHolder* holder) {
-    for (auto it = entries_.begin(); it != entries_.end(); ++it) {
-      if (it->second.holder.get() == holder) {
-        Drop(it);
+    for (auto& [path, entry] : entries_) {
+      if (entry.shared.get() == holder) {
+        entry.shared->in_file_cache = false;
+        entry.shared = std::make_shared<DocHolder>();  // never handed out
+        entry.generation = ~0ul;
         return;
       }
     }
@@ -466,19 +496,27 @@ class ParsedFiles {
 
  private:
   static constexpr std::size_t kMaxEntries = 32;
-  static constexpr std::size_t kMaxBytes = 256u << 20;
+  static constexpr std::size_t kMaxBytes = 256u << 20;  // counted twice the file sizes
 
   struct Entry {
     std::string stamp;
-    std::size_t size;
-    std::shared_ptr<DocHolder> holder;
-    unsigned long generation;
-    unsigned long last_use;
+    std::size_t size = 0;
+    std::shared_ptr<DocHolder> shared;
+    unsigned long generation = 0;
+    xmlDocPtr pristine = nullptr;  // never handed out: copies of it are
+    bool wants_pristine = false;
+    unsigned long last_use = 0;
   };
 
+  static void FreePristine(Entry& entry) {
+    if (entry.pristine != nullptr) xmlFreeDoc(entry.pristine);
+    entry.pristine = nullptr;
+  }
+
   void Drop(std::unordered_map<std::string, Entry>::iterator it) {
-    bytes_ -= it->second.size;
-    it->second.holder->in_file_cache = false;
+    bytes_ -= 2 * it->second.size;
+    it->second.shared->in_file_cache = false;
+    FreePristine(it->second);
     entries_.erase(it);
   }
 

@@ -172,6 +172,19 @@ TEST_F(ParsedFileTest, ALoadAfterAChangeOfTheDocumentParsesAgain) {
   EXPECT_EQ(Texts(again), "a;");
 }
 
+TEST_F(ParsedFileTest, EveryLoadOfAFileThatItsUsersChangeStartsUntouched) {
+  dir_.Write("m.xml", "<messages><msg>a</msg><!-- c --><msg>b</msg></messages>");
+  for (int i = 0; i < 5; ++i) {
+    pnl_xml::Xml doc;
+    doc.LoadFromFile("m.xml");
+    EXPECT_EQ(Texts(doc), "a;b;") << "load " << i;
+    EXPECT_EQ(doc.ToString(true),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<messages><msg>a</msg><!-- c --><msg>b</msg></messages>\n");
+    doc.GetRoot().AppendChild("msg").SetProp("name", "added");
+    doc.RemoveNodes("//msg[1]");
+  }
+}
+
 TEST_F(ParsedFileTest, ALoadAfterAChangeOfTheFileParsesAgain) {
   dir_.Write("m.xml", "<messages><msg>a</msg></messages>");
   {
