@@ -1,5 +1,6 @@
 #include "panel/cache.h"
 
+#include <map>
 #include <set>
 
 #include "pnl/file.h"
@@ -24,15 +25,31 @@ pnl_xml::Xml LoadSource(const std::string& path) {
   return doc;
 }
 
+// The sections of one language grouped by name, each group in the order
+// of the sections (source by source, in document order).
+using SectionsByName = std::map<std::string, std::vector<pnl_xml::XmlNode>>;
+
+SectionsByName GroupByName(const std::vector<pnl_xml::XmlNode>& sections) {
+  SectionsByName groups;
+  for (const pnl_xml::XmlNode& section : sections)
+    groups[section.GetProp("name")].push_back(section);
+  return groups;
+}
+
+const std::vector<pnl_xml::XmlNode>& SectionsNamed(const SectionsByName& groups,
+                                                   const std::string& name) {
+  static const std::vector<pnl_xml::XmlNode> kNone;
+  auto it = groups.find(name);
+  return it != groups.end() ? it->second : kNone;
+}
+
 // A document <messages name="name"> holding copies of the element
-// children of every section called `name`, in the order of `sections`.
-pnl_xml::Xml CollectSections(const std::string& name,
-                             const std::vector<pnl_xml::XmlNode>& sections) {
+// children of every section called `name`, in order.
+pnl_xml::Xml CollectSections(const std::string& name, const SectionsByName& groups) {
   pnl_xml::Xml doc("messages");
   pnl_xml::XmlNode root = doc.GetRoot();
   root.SetProp("name", name);
-  for (const pnl_xml::XmlNode& section : sections) {
-    if (section.GetProp("name") != name) continue;
+  for (const pnl_xml::XmlNode& section : SectionsNamed(groups, name)) {
     for (pnl_xml::XmlNode child = section.FirstChild(); child;
          child = child.Next())
       root.AppendChild(child);
@@ -43,23 +60,21 @@ pnl_xml::Xml CollectSections(const std::string& name,
 // Appends to `root` the messages that resolve for section `name`: the msg
 // children of its sections, then, depth first, those of the sections its
 // include children name. `resolved` holds the names already taken.
-void Resolve(const std::string& name,
-             const std::vector<pnl_xml::XmlNode>& sections,
+void Resolve(const std::string& name, const SectionsByName& groups,
              std::set<std::string>& resolved, pnl_xml::XmlNode& root) {
+  const std::vector<pnl_xml::XmlNode>& sections = SectionsNamed(groups, name);
   for (const pnl_xml::XmlNode& section : sections) {
-    if (section.GetProp("name") != name) continue;
     for (pnl_xml::XmlNode child = section.FirstChild(); child;
          child = child.Next())
       if (child.Name() == "msg") root.AppendChild(child);
   }
   for (const pnl_xml::XmlNode& section : sections) {
-    if (section.GetProp("name") != name) continue;
     for (pnl_xml::XmlNode child = section.FirstChild(); child;
          child = child.Next()) {
       if (child.Name() != "include") continue;
       std::string included = child.GetProp("name");
       if (included.empty() || !resolved.insert(included).second) continue;
-      Resolve(included, sections, resolved, root);
+      Resolve(included, groups, resolved, root);
     }
   }
 }
@@ -179,14 +194,14 @@ bool ManagerCache::WriteSession(const std::string& lang,
     *error = "cannot create " + dir;
     return false;
   }
-  std::vector<pnl_xml::XmlNode> sections = Sections(lang);
+  const SectionsByName groups = GroupByName(Sections(lang));
   bool ok = true;
   for (const std::string& name : KnownNames(lang)) {
-    ok = SaveTo(CollectSections(name, sections),
+    ok = SaveTo(CollectSections(name, groups),
                 dir + "/" + name + ".msg." + lang + ".xml", error) && ok;
   }
   for (const char* name : {"desktop", "common"}) {
-    ok = SaveTo(CollectSections(name, sections),
+    ok = SaveTo(CollectSections(name, groups),
                 dir + "/" + name + "." + lang + ".xml", error) && ok;
   }
   return ok;
@@ -202,14 +217,14 @@ bool ManagerCache::WriteChecked(const std::string& function,
   }
   bool ok = true;
   for (const std::string& lang : Languages()) {
-    std::vector<pnl_xml::XmlNode> sections = Sections(lang);
+    const SectionsByName groups = GroupByName(Sections(lang));
     pnl_xml::Xml doc("messages");
     pnl_xml::XmlNode root = doc.GetRoot();
     root.SetProp("name", function);
     // The function itself counts as resolved, so an include cycle back to
     // it ends there.
     std::set<std::string> resolved = {function};
-    Resolve(function, sections, resolved, root);
+    Resolve(function, groups, resolved, root);
     ok = SaveTo(doc, dir + "/" + function + ".msg." + lang + ".xml", error) &&
          ok;
   }
