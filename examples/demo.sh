@@ -12,6 +12,8 @@ set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="$root/build"
 
+bash "$root/tools/setup.sh"
+
 if [ ! -x "$build/src/launcher/msglint" ] || [ ! -f "$build/src/testutils/msglint.so" ]; then
   cmake -S "$root" -B "$build" -G Ninja
 fi
