@@ -570,10 +570,16 @@ bool Xml::LoadFromFile(const std::string& path) {
     int error = errno;
     if (!doc_) doc_ = std::make_shared<DocHolder>();
     Replace(*doc_, nullptr, doc_.use_count() > 1);
-    // A missing file is normal (optional files); other failures are not.
-    pnl_log::Level level = (error == ENOENT || error == ENOTDIR) ? 6 : 3;
+    // A missing file is normal (optional files); other failures are not,
+    // and are told on standard error as a malformed file is.
+    const bool missing = error == ENOENT || error == ENOTDIR;
+    pnl_log::Level level = missing ? 6 : 3;
     if (Log().Check(level))
       Log().Write(level, "Cannot read %s: %s", path.c_str(), strerror(error));
+    if (!missing) {
+      fprintf(stderr, "%s: cannot read: %s\n", path.c_str(), strerror(error));
+      fflush(stderr);
+    }
     return false;
   }
   const bool ok = LoadFromString(text, path);

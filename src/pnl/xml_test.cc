@@ -92,6 +92,16 @@ TEST_F(XmlTest, MissingFileLeavesAnEmptyDocumentQuietly) {
             Records());
 }
 
+TEST_F(XmlTest, UnreadableFileGivesEmptyDocumentOneStderrLineAndARecord) {
+  Xml doc = Load(kMessages);
+  dir_.MakeDir("dir.xml");
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(doc.LoadFromFile("dir.xml"));
+  EXPECT_EQ("dir.xml: cannot read: Is a directory\n", testing::internal::GetCapturedStderr());
+  EXPECT_FALSE(doc.GetRoot());
+  EXPECT_EQ("3 Cannot read dir.xml: Is a directory\n", Records());
+}
+
 TEST_F(XmlTest, MalformedFileGivesEmptyDocumentOneStderrLineAndARecord) {
   dir_.Write("bad.xml", "<pnldata>\n  <msg name=\"a\">x</msg>\n</pnl>\n");
   Xml doc;
