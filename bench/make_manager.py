@@ -20,19 +20,24 @@ COLUMNS_PER_LIST = 6
 def form_xml(i):
     name = f"form{i}"
     out = [f'  <metadata name="{name}" type="form">', '    <form>']
+    # The first half of the fields stands directly in the form, the second
+    # half inside a page: the audits treat the two places differently.
     for p in range(2):
-        out.append(f'      <page name="page{p}">')
+        indent = '      ' if p == 0 else '        '
+        if p == 1:
+            out.append('      <page name="page1">')
         for f in range(FIELDS_PER_FORM // 2):
             field = f"f{i}_{p}_{f}"
             if f == 0:
-                out.append(f'        <field name="{field}"><input type="checkbox" name="{field}"/>'
+                out.append(f'{indent}<field name="{field}"><input type="checkbox" name="{field}"/>'
                            f'<desc name="{field}_desc"/></field>')
             elif f == 1:
                 check = '' if i % 20 == 0 else ' check="int"'
-                out.append(f'        <field name="{field}"><input type="text" name="{field}"{check}/></field>')
+                out.append(f'{indent}<field name="{field}"><input type="text" name="{field}"{check}/></field>')
             else:
-                out.append(f'        <field name="{field}"><input type="text" name="{field}" check="any"/></field>')
-        out.append('      </page>')
+                out.append(f'{indent}<field name="{field}"><input type="text" name="{field}" check="any"/></field>')
+        if p == 1:
+            out.append('      </page>')
     out += ['    </form>', '  </metadata>']
     return out
 
@@ -58,10 +63,13 @@ def list_xml(i):
 
 def main_xml(forms, lists):
     out = ['<?xml version="1.0" encoding="UTF-8"?>', '<pnldata>', '  <mainmenu>']
+    # A menu of ten groups that lead to one form in ten, as real menus
+    # lead to the main forms only.
     for g in range(10):
         out.append(f'    <node name="group{g}">')
         for i in range(g, forms, 10):
-            out.append(f'      <node name="form{i}"/>')
+            if i % 100 < 20:
+                out.append(f'      <node name="form{i}"/>')
         out.append('    </node>')
     out.append('  </mainmenu>')
     for i in range(forms):
