@@ -121,6 +121,46 @@ bool ParseKeyedStep(const std::string& text, KeyedStep& step) {
   return IsRelativePath(step.rest);
 }
 
+// Follows a path made only of positional steps "*[N]" (N a decimal number)
+// and, optionally, a last step "*", from `node`: the N-th element child,
+// then the N-th element child of that, and so on; a last "*" selects all
+// element children. False when `path` is not of that form.
+bool FollowPositions(xmlNodePtr node, const std::string& path, std::vector<void*>& out) {
+  std::size_t pos = 0;
+  for (;;) {
+    if (path.compare(pos, 1, "*") != 0) return false;
+    if (pos + 1 == path.size()) {  // the last step "*"
+      for (xmlNodePtr child = node != nullptr ? node->children : nullptr; child != nullptr;
+           child = child->next)
+        if (child->type == XML_ELEMENT_NODE) out.push_back(child);
+      return true;
+    }
+    if (path[pos + 1] != '[') return false;
+    std::size_t digits = pos + 2;
+    std::size_t end = digits;
+    while (end < path.size() && path[end] >= '0' && path[end] <= '9') ++end;
+    if (end == digits || end - digits > 9 || end >= path.size() || path[end] != ']')
+      return false;
+    long wanted = std::stol(path.substr(digits, end - digits));
+    xmlNodePtr found = nullptr;
+    for (xmlNodePtr child = node != nullptr ? node->children : nullptr; child != nullptr;
+         child = child->next) {
+      if (child->type == XML_ELEMENT_NODE && --wanted == 0) {
+        found = child;
+        break;
+      }
+    }
+    node = found;
+    pos = end + 1;
+    if (pos == path.size()) {
+      if (node != nullptr) out.push_back(node);
+      return true;
+    }
+    if (path[pos] != '/') return false;
+    ++pos;
+  }
+}
+
 // Forgets the indexes of an older generation of the document.
 void Refresh(DocHolder& holder) {
   if (holder.index_generation == holder.generation) return;
@@ -245,6 +285,13 @@ Plan PlanQuery(DocHolder& holder, const std::string& query) {
   if (anchors.size() == 1) {
     from_anchor.context = anchors[0];
     from_anchor.expr = rest;
+    // "//NAME/*[i]/*[j]/*": a walk down by positions, as the check of
+    // self-included conditions asks for every element of a description.
+    Plan walked;
+    if (FollowPositions(anchors[0], rest, walked.nodes)) {
+      walked.decided = true;
+      return walked;
+    }
   }
 
   // "//NAME/CHILD[@ATTR='VALUE']/REST2": the children of NAME elements that
