@@ -124,9 +124,11 @@ std::vector<std::string> ManagerCache::Languages() const {
   return langs;
 }
 
-std::vector<pnl_xml::XmlNode> ManagerCache::Sections(
+const std::vector<pnl_xml::XmlNode>& ManagerCache::Sections(
     const std::string& lang) const {
-  std::vector<pnl_xml::XmlNode> sections;
+  auto kept = sections_.find(lang);
+  if (kept != sections_.end()) return kept->second;
+  std::vector<pnl_xml::XmlNode>& sections = sections_[lang];
   for (const std::string& source : Sources()) {
     pnl_xml::Xml doc =
         LoadSource("etc/xml/" + source + "_msg_" + lang + ".xml");
@@ -142,8 +144,10 @@ std::vector<pnl_xml::XmlNode> ManagerCache::Sections(
   return sections;
 }
 
-std::vector<std::string> ManagerCache::MetadataNames() const {
-  std::vector<std::string> names;
+const std::vector<std::string>& ManagerCache::MetadataNames() const {
+  std::vector<std::string>& names = metadata_names_;
+  if (metadata_read_) return names;
+  metadata_read_ = true;
   for (const std::string& source : Sources()) {
     pnl_xml::Xml doc = LoadSource("etc/xml/" + source + ".xml");
     for (pnl_xml::XmlNode node : doc.GetNodes("/pnldata/metadata"))
@@ -152,14 +156,16 @@ std::vector<std::string> ManagerCache::MetadataNames() const {
   return names;
 }
 
-std::vector<std::string> ManagerCache::KnownNames(
+const std::vector<std::string>& ManagerCache::KnownNames(
     const std::string& lang) const {
+  auto kept = known_names_.find(lang);
+  if (kept != known_names_.end()) return kept->second;
   std::vector<std::string> all;
   for (const pnl_xml::XmlNode& section : Sections(lang))
     all.push_back(section.GetProp("name"));
   for (const std::string& name : MetadataNames()) all.push_back(name);
 
-  std::vector<std::string> known;
+  std::vector<std::string>& known = known_names_[lang];
   std::set<std::string> seen;
   for (const std::string& name : all) {
     if (!SafeName(name)) {

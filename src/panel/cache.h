@@ -8,6 +8,7 @@
 #ifndef PANEL_CACHE_H_
 #define PANEL_CACHE_H_
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,8 @@ namespace panel {
 // directory: not empty, no "/", not "." or "..".
 bool SafeName(const std::string& name);
 
+// Made for one request: what it reads of the installation's files is read
+// once and kept for the object's life.
 class ManagerCache {
  public:
   explicit ManagerCache(const std::string& manager);
@@ -32,13 +35,13 @@ class ManagerCache {
   std::vector<std::string> Languages() const;
   // The message sections of language `lang`: the "messages" elements of
   // every "lang" element named `lang`, source by source in document order.
-  std::vector<pnl_xml::XmlNode> Sections(const std::string& lang) const;
+  const std::vector<pnl_xml::XmlNode>& Sections(const std::string& lang) const;
   // The names of the "/pnldata/metadata" elements of every source's main
   // description, source by source in document order (repeats kept).
-  std::vector<std::string> MetadataNames() const;
+  const std::vector<std::string>& MetadataNames() const;
   // The known names for `lang`, in order of first appearance: section
   // names, then metadata names. Unsafe names are left out (logged).
-  std::vector<std::string> KnownNames(const std::string& lang) const;
+  const std::vector<std::string>& KnownNames(const std::string& lang) const;
   // The actions: metadata names, each once.
   std::vector<std::string> Actions() const;
   // True when `name` is a known name for at least one language.
@@ -57,6 +60,11 @@ class ManagerCache {
 
  private:
   std::string manager_;
+  // What has been read so far, by language.
+  mutable std::map<std::string, std::vector<pnl_xml::XmlNode>> sections_;
+  mutable std::map<std::string, std::vector<std::string>> known_names_;
+  mutable std::vector<std::string> metadata_names_;
+  mutable bool metadata_read_ = false;
 };
 
 }  // namespace panel

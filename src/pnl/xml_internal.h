@@ -36,6 +36,7 @@ struct DocHolder {
   std::unordered_map<std::string, std::vector<xmlNodePtr>> elements_by_name;
   std::unordered_map<std::string, std::unordered_map<std::string, std::vector<xmlNodePtr>>>
       elements_by_attribute;
+  std::unordered_map<xmlNodePtr, std::vector<xmlNodePtr>> element_children;
   // Held by the cache of parsed files: such a document is queried again
   // and again with the same few expressions, whose node sets are kept
   // (for the generation they were taken in).

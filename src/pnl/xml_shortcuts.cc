@@ -121,36 +121,51 @@ bool ParseKeyedStep(const std::string& text, KeyedStep& step) {
   return IsRelativePath(step.rest);
 }
 
+// Forgets the indexes of an older generation of the document.
+void Refresh(DocHolder& holder) {
+  if (holder.index_generation == holder.generation) return;
+  holder.elements_by_name.clear();
+  holder.elements_by_attribute.clear();
+  holder.element_children.clear();
+  holder.index_generation = holder.generation;
+}
+
+// The element children of `node`, in order, kept for the generation.
+const std::vector<xmlNodePtr>& ElementChildren(DocHolder& holder, xmlNodePtr node) {
+  auto it = holder.element_children.find(node);
+  if (it != holder.element_children.end()) return it->second;
+  std::vector<xmlNodePtr>& children = holder.element_children[node];
+  for (xmlNodePtr child = node->children; child != nullptr; child = child->next)
+    if (child->type == XML_ELEMENT_NODE) children.push_back(child);
+  return children;
+}
+
 // Follows a path made only of positional steps "*[N]" (N a decimal number)
 // and, optionally, a last step "*", from `node`: the N-th element child,
 // then the N-th element child of that, and so on; a last "*" selects all
 // element children. False when `path` is not of that form.
-bool FollowPositions(xmlNodePtr node, const std::string& path, std::vector<void*>& out) {
+bool FollowPositions(DocHolder& holder, xmlNodePtr node, const std::string& path,
+                     std::vector<void*>& out) {
+  Refresh(holder);
   std::size_t pos = 0;
   for (;;) {
     if (path.compare(pos, 1, "*") != 0) return false;
     if (pos + 1 == path.size()) {  // the last step "*"
-      for (xmlNodePtr child = node != nullptr ? node->children : nullptr; child != nullptr;
-           child = child->next)
-        if (child->type == XML_ELEMENT_NODE) out.push_back(child);
+      if (node != nullptr)
+        for (xmlNodePtr child : ElementChildren(holder, node)) out.push_back(child);
       return true;
     }
     if (path[pos + 1] != '[') return false;
-    std::size_t digits = pos + 2;
+    const std::size_t digits = pos + 2;
     std::size_t end = digits;
     while (end < path.size() && path[end] >= '0' && path[end] <= '9') ++end;
     if (end == digits || end - digits > 9 || end >= path.size() || path[end] != ']')
       return false;
-    long wanted = std::stol(path.substr(digits, end - digits));
-    xmlNodePtr found = nullptr;
-    for (xmlNodePtr child = node != nullptr ? node->children : nullptr; child != nullptr;
-         child = child->next) {
-      if (child->type == XML_ELEMENT_NODE && --wanted == 0) {
-        found = child;
-        break;
-      }
+    const std::size_t wanted = std::stoul(path.substr(digits, end - digits));
+    if (node != nullptr) {
+      const std::vector<xmlNodePtr>& children = ElementChildren(holder, node);
+      node = wanted >= 1 && wanted <= children.size() ? children[wanted - 1] : nullptr;
     }
-    node = found;
     pos = end + 1;
     if (pos == path.size()) {
       if (node != nullptr) out.push_back(node);
@@ -159,14 +174,6 @@ bool FollowPositions(xmlNodePtr node, const std::string& path, std::vector<void*
     if (path[pos] != '/') return false;
     ++pos;
   }
-}
-
-// Forgets the indexes of an older generation of the document.
-void Refresh(DocHolder& holder) {
-  if (holder.index_generation == holder.generation) return;
-  holder.elements_by_name.clear();
-  holder.elements_by_attribute.clear();
-  holder.index_generation = holder.generation;
 }
 
 void CollectNamed(xmlNodePtr node, const xmlChar* name, std::vector<xmlNodePtr>& out) {
@@ -288,7 +295,7 @@ Plan PlanQuery(DocHolder& holder, const std::string& query) {
     // "//NAME/*[i]/*[j]/*": a walk down by positions, as the check of
     // self-included conditions asks for every element of a description.
     Plan walked;
-    if (FollowPositions(anchors[0], rest, walked.nodes)) {
+    if (FollowPositions(holder, anchors[0], rest, walked.nodes)) {
       walked.decided = true;
       return walked;
     }
