@@ -202,6 +202,34 @@ bool WriteFile(const std::string& path, const std::string& text) {
   return ok;
 }
 
+FILE* OpenForWriting(const std::string& path) {
+  int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0644);
+  if (fd < 0) {
+    int error = errno;
+    if (Log().Check(3)) Log().Write(3, "Cannot open %s: %s", path.c_str(), strerror(error));
+    errno = error;
+    return nullptr;
+  }
+  struct stat st;
+  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    close(fd);
+    if (Log().Check(3)) Log().Write(3, "Cannot open %s: not a regular file", path.c_str());
+    errno = EINVAL;
+    return nullptr;
+  }
+  // Emptied only once it is known to be a regular file of its own.
+  if (ftruncate(fd, 0) != 0 || fcntl(fd, F_SETFL, 0) != 0) {
+    int error = errno;
+    close(fd);
+    if (Log().Check(3)) Log().Write(3, "Cannot open %s: %s", path.c_str(), strerror(error));
+    errno = error;
+    return nullptr;
+  }
+  FILE* stream = fdopen(fd, "w+");
+  if (stream == nullptr) close(fd);
+  return stream;
+}
+
 bool ReadFile(const std::string& path, std::string& text) {
   text.clear();
   // Non-blocking open: a FIFO or device put where a file should be must not

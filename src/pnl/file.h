@@ -3,6 +3,7 @@
 #ifndef PNL_FILE_H_
 #define PNL_FILE_H_
 
+#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,6 +42,13 @@ std::string ConcatNPath(int n, ...);
 // well-formed path, or a command line of well-formed words, comes back as
 // it was.
 std::string GoodPath(const std::string& path);
+
+// Opens `path` for reading and writing as stdio's mode "w+" does (created
+// with mode 0644, or emptied), but only as a regular file: a symbolic link,
+// a FIFO, a device or a directory there is refused (nullptr, logged), so
+// that writing never follows a link onto another file nor waits for a
+// reader. The caller closes the stream with fclose.
+FILE* OpenForWriting(const std::string& path);
 
 // Writes `text` to `path`, replacing the file (through a temporary file
 // renamed into place). Returns false on failure.

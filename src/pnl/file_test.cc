@@ -269,3 +269,30 @@ TEST_F(FileTest, StampChangesWithTheFile) {
   EXPECT_NE(pnl_file::Stamp(dir_.path() + "/a.xml"), before);
   EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/missing.xml"), "");
 }
+
+TEST_F(FileTest, OpenForWritingCreatesOrEmptiesARegularFile) {
+  dir_.Write("audit", "old contents\n");
+  FILE* out = pnl_file::OpenForWriting(dir_.path() + "/audit");
+  ASSERT_NE(out, nullptr);
+  fputs("new\n", out);
+  fclose(out);
+  EXPECT_EQ(dir_.Read("audit"), "new\n");
+  out = pnl_file::OpenForWriting(dir_.path() + "/created");
+  ASSERT_NE(out, nullptr);
+  fclose(out);
+  EXPECT_TRUE(pnl_file::Exists(dir_.path() + "/created"));
+}
+
+TEST_F(FileTest, OpenForWritingRefusesALinkAndLeavesItsTargetAlone) {
+  dir_.Write("etc/xml/m.xml", "<pnldata/>\n");
+  dir_.Link(dir_.path() + "/etc/xml/m.xml", "audit");
+  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/audit"), nullptr);
+  EXPECT_EQ(dir_.Read("etc/xml/m.xml"), "<pnldata/>\n");
+}
+
+TEST_F(FileTest, OpenForWritingRefusesAFifoAndADirectoryWithoutWaiting) {
+  ASSERT_EQ(mkfifo((dir_.path() + "/fifo").c_str(), 0600), 0);
+  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/fifo"), nullptr);
+  dir_.MakeDir("dir");
+  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/dir"), nullptr);
+}

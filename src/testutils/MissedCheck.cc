@@ -136,7 +136,7 @@ void MissedCheck::initExludeList() {
 
 int MissedCheck::check() {
   const std::string work_dir = pnl_file::GetCurrentDir();
-  out_file = fopen((work_dir + "/var/test_msgs").c_str(), "w+");
+  out_file = pnl_file::OpenForWriting(work_dir + "/var/test_msgs");
   if (!out_file) {
     printf("Can't open out file for log.\n");
     fflush(stdout);

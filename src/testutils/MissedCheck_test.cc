@@ -58,6 +58,15 @@ TEST_F(MissedCheckTest, AuditFileThatCannotBeOpenedGivesMinusOne) {
   EXPECT_EQ(0, audit.title_errors);
 }
 
+TEST_F(MissedCheckTest, AuditFileThatIsALinkIsNotFollowed) {
+  WriteMain("<metadata name='user' type='form'><form/></metadata>");
+  dir.Link(dir.path() + "/etc/xml/" + PNL_NAME() + ".xml", "var/test_msgs");
+  const std::string description = dir.Read("etc/xml/" + PNL_NAME() + ".xml");
+  EXPECT_EQ(-1, RunCheck());
+  EXPECT_EQ("Can't open out file for log.\n", out);
+  EXPECT_EQ(description, dir.Read("etc/xml/" + PNL_NAME() + ".xml"));
+}
+
 TEST_F(MissedCheckTest, ExclusionDocumentHoldsTheWholeTableInOrder) {
   audit.initExludeList();
   const std::string expected = ExpectedExclusions();
