@@ -1,6 +1,8 @@
 #include "testutils/MissedCheck.h"
 
 #include <algorithm>
+#include <cstdarg>
+#include <cstdio>
 #include <sstream>
 
 #include "pnl/file.h"
@@ -107,10 +109,35 @@ void AssembleMessages(MissedCheck& audit, pnl_xml::Xml& doc, const std::string& 
   audit.add_kern_common_msg(doc, lang);
 }
 
-// The query that finds the message `name` in a messages document.
-std::string MsgQuery(const std::string& name) {
-  return "//messages/msg[@name='" + name + "']";
+// The text that printf would write for `format` and its arguments.
+std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
+std::string Format(const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  va_list again;
+  va_copy(again, args);
+  const int size = vsnprintf(nullptr, 0, format, args);
+  va_end(args);
+  std::string text(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
+  if (size > 0) vsnprintf(text.data(), text.size() + 1, format, again);
+  va_end(again);
+  return text;
 }
+
+// Writes one finding three ways, in this order: the log record (only when
+// the log records its level), the coded line in the audit file, the
+// sentence on standard output; each stream is flushed after it.
+void Report(FILE* out_file, pnl_log::Level level, const std::string& record,
+            const std::string& coded, const std::string& sentence) {
+  if (msglint_log.Check(level)) msglint_log.Write(level, "%s", record.c_str());
+  fputs(coded.c_str(), out_file);
+  fflush(out_file);
+  fputs(sentence.c_str(), stdout);
+  fflush(stdout);
+}
+
+// The query that finds the message `name` in a messages document.
+std::string MsgQuery(const std::string& name) { return "//messages/msg[@name='" + name + "']"; }
 
 }  // namespace
 
@@ -159,8 +186,7 @@ int MissedCheck::check() {
   for (pnl_xml::XmlNode meta : metadata) {
     meta_name = meta.GetProp("name");
     meta_type = meta.GetProp("type");
-    pnl_xml::XPath nocheck(exclude_xml,
-                           "/doc/" + PNL_NAME() + "/" + meta_name + "/@" + "nocheck");
+    pnl_xml::XPath nocheck(exclude_xml, "/doc/" + PNL_NAME() + "/" + meta_name + "/@" + "nocheck");
     if (!nocheck.empty()) continue;
 
     if (meta_type == "form") {
@@ -199,8 +225,8 @@ bool MissedCheck::isExcludedProp(std::string form, const std::string& prop) {
 bool MissedCheck::usedFunctionToCheck(const std::string& func, const std::string& field,
                                       const std::string& lang) {
   const std::string work_dir = pnl_file::GetCurrentDir();
-  const std::string cache_file = pnl_file::GoodPath(
-      work_dir + "/var/.xmlcache/" + PNL_NAME() + "/checked/" + func + ".msg." + lang + ".xml");
+  const std::string cache_file = pnl_file::GoodPath(work_dir + "/var/.xmlcache/" + PNL_NAME() +
+                                                    "/checked/" + func + ".msg." + lang + ".xml");
   // The panel writes the checked files of every language whatever the
   // request names, so the request always asks in Russian.
   const std::string command =
@@ -232,8 +258,7 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
       multi_form ? "form[@id='" + form.GetProp("id") + "']" : std::string("form");
   const std::string form_path =
       "//pnldata/metadata[@name='" + meta_name + "']/" + selector + "/field[@name='";
-  pnl_xml::XPath fields(main_xml, "//pnldata/metadata[@name='" + meta_name + "']/" +
-                                      selector +
+  pnl_xml::XPath fields(main_xml, "//pnldata/metadata[@name='" + meta_name + "']/" + selector +
                                       "/field[(boolean(@if)=false or @if!='windows') and "
                                       "not(@noname)]");
 
@@ -286,8 +311,7 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
     }
     if (only(descs)) {
       if (msglint_log.Check(4))
-        msglint_log.Write(4, "Only descriptions presented in field '%s' in '%s' skiping it", F,
-                          M);
+        msglint_log.Write(4, "Only descriptions presented in field '%s' in '%s' skiping it", F, M);
       continue;
     }
     if (only(hidden)) {
@@ -339,8 +363,7 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
 // ---- Self-included conditions ---------------------------------------------
 
 void MissedCheck::ValidateNext(pnl_xml::Xml doc, const std::string& path,
-                               std::vector<std::string> conditions,
-                               const std::string& path_name) {
+                               std::vector<std::string> conditions, const std::string& path_name) {
   if (path.empty()) return;
   pnl_xml::XPath children(doc, path + "/*");
   for (unsigned long i = 1; i <= children.size(); ++i) {
@@ -361,8 +384,7 @@ void MissedCheck::ValidateNext(pnl_xml::Xml doc, const std::string& path,
       fflush(stdout);
     }
     if (!cond.empty()) conditions.push_back(cond);
-    ValidateNext(doc, path + "/*[" + str::Str(static_cast<long>(i)) + "]", conditions,
-                 child_name);
+    ValidateNext(doc, path + "/*[" + str::Str(static_cast<long>(i)) + "]", conditions, child_name);
     if (!cond.empty()) conditions.pop_back();
   }
 }
@@ -399,11 +421,8 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
     if (title.empty() && title_new.empty()) {
       // These forms have no title of their own; their fields go unchecked too.
       if (manager == "kelpnl" && (form == "file.avcheck" || form == "web.restore.ip")) continue;
-      if (msglint_log.Check(3)) msglint_log.Write(3, "Form \"%s\" on %s have no title.", F, L);
-      fprintf(out_file, "TITLE %s %s\n", F, L);
-      fflush(out_file);
-      printf("Form \"%s\" on %s have no title.\n", F, L);
-      fflush(stdout);
+      Report(out_file, 3, Format("Form \"%s\" on %s have no title.", F, L),
+             Format("TITLE %s %s\n", F, L), Format("Form \"%s\" on %s have no title.\n", F, L));
       ++title_errors;
     }
 
@@ -422,24 +441,17 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
         if (manager == "rudpnl" && field == "net" && form == "vlan.edit") continue;
         if (manager == "kelpnl" && field == "stat" && form == "usermove.last") continue;
         if (manager == "kelpnl" && field == "comment" && form == "admin.edit") continue;
-        if (msglint_log.Check(4))
-          msglint_log.Write(4, "There is no hint for field \"%s\" from \"%s\" on %s language.", N,
-                            F, L);
-        fprintf(out_file, "HINT %s.%s %s\n", F, N, L);
-        fflush(out_file);
-        printf("There is no hint for field \"%s\" from \"%s\" on %s language.\n", N, F, L);
-        fflush(stdout);
-        printf("Must be: <msg name=\"hint_%s\"></msg>\n", N);
-        fflush(stdout);
+        Report(out_file, 4,
+               Format("There is no hint for field \"%s\" from \"%s\" on %s language.", N, F, L),
+               Format("HINT %s.%s %s\n", F, N, L),
+               Format("There is no hint for field \"%s\" from \"%s\" on %s language.\n", N, F, L) +
+                   Format("Must be: <msg name=\"hint_%s\"></msg>\n", N));
         ++hint_errors;
       } else if (hint[0].Str().empty()) {
-        if (msglint_log.Check(4))
-          msglint_log.Write(4, "Hint for field \"%s\" from \"%s\" on %s language is empty.", N, F,
-                            L);
-        fprintf(out_file, "EMPTY HINT %s.%s %s\n", F, N, L);
-        fflush(out_file);
-        printf("Hint for field \"%s\" from \"%s\" on %s language is empty.\n", N, F, L);
-        fflush(stdout);
+        Report(out_file, 4,
+               Format("Hint for field \"%s\" from \"%s\" on %s language is empty.", N, F, L),
+               Format("EMPTY HINT %s.%s %s\n", F, N, L),
+               Format("Hint for field \"%s\" from \"%s\" on %s language is empty.\n", N, F, L));
         ++hint_errors;
       }
 
@@ -447,23 +459,17 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
         if (manager == "rudpnl" && field == "confinfo" && form == "spareaddmoveconfirm") continue;
         if (manager == "kelpnl" && field == "stat" && form == "usermove.last") continue;
         if (manager == "kelpnl" && field == "comment" && form == "admin.edit") continue;
-        if (msglint_log.Check(3))
-          msglint_log.Write(3, "There is no label for field \"%s\" from \"%s\" on %s language.", N,
-                            F, L);
-        fprintf(out_file, "LABEL %s.%s %s\n", F, N, L);
-        fflush(out_file);
-        printf("There is no label for field \"%s\" from \"%s\" on %s language.\n", N, F, L);
-        fflush(stdout);
+        Report(out_file, 3,
+               Format("There is no label for field \"%s\" from \"%s\" on %s language.", N, F, L),
+               Format("LABEL %s.%s %s\n", F, N, L),
+               Format("There is no label for field \"%s\" from \"%s\" on %s language.\n", N, F, L));
         ++label_errors;
       } else if (label[0].Str().empty()) {
         // An empty label is reported with the empty-hint texts on purpose.
-        if (msglint_log.Check(3))
-          msglint_log.Write(3, "Hint for field \"%s\" from \"%s\" on %s language is empty.", N, F,
-                            L);
-        fprintf(out_file, "EMPTY HINT %s.%s %s\n", F, N, L);
-        fflush(out_file);
-        printf("Hint for field \"%s\" from \"%s\" on %s language is empty.\n", N, F, L);
-        fflush(stdout);
+        Report(out_file, 3,
+               Format("Hint for field \"%s\" from \"%s\" on %s language is empty.", N, F, L),
+               Format("EMPTY HINT %s.%s %s\n", F, N, L),
+               Format("Hint for field \"%s\" from \"%s\" on %s language is empty.\n", N, F, L));
         ++label_errors;
       }
     }
@@ -472,24 +478,20 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
       const char* const X = checkbox.c_str();
       pnl_xml::XPath desc(messages, MsgQuery(checkbox));
       if (desc.empty()) {
-        if (msglint_log.Check(3))
-          msglint_log.Write(
-              3, "There is no description about checkbox \"%s\" in \"%s\" xml file for %s.", X, F,
-              L);
-        fprintf(out_file, "CBOX %s.%s %s\n", F, X, L);
-        fflush(out_file);
-        printf("There is no description about checkbox \"%s\" in \"%s\" xml file for %s.\n", X, F,
-               L);
-        fflush(stdout);
+        Report(out_file, 3,
+               Format("There is no description about checkbox \"%s\" in \"%s\" xml file for %s.", X,
+                      F, L),
+               Format("CBOX %s.%s %s\n", F, X, L),
+               Format("There is no description about checkbox \"%s\" in \"%s\" xml file for %s.\n",
+                      X, F, L));
         ++desc_errors;
       } else if (desc[0].Str().empty()) {
-        if (msglint_log.Check(3))
-          msglint_log.Write(3, "Description about checkbox \"%s\" in \"%s\" xml file for %s is empty.",
-                            X, F, L);
-        fprintf(out_file, "EMPTY CBOX %s.%s %s\n", F, X, L);
-        fflush(out_file);
-        printf("Description about checkbox \"%s\" in \"%s\" xml file for %s is empty.\n", X, F, L);
-        fflush(stdout);
+        Report(out_file, 3,
+               Format("Description about checkbox \"%s\" in \"%s\" xml file for %s is empty.", X, F,
+                      L),
+               Format("EMPTY CBOX %s.%s %s\n", F, X, L),
+               Format("Description about checkbox \"%s\" in \"%s\" xml file for %s is empty.\n", X,
+                      F, L));
         ++desc_errors;
       }
     }
@@ -515,8 +517,7 @@ void MissedCheck::check_list() {
     return true;
   };
 
-  pnl_xml::XPath columns(main_xml,
-                         prefix + "/coldata/col[boolean(@if)=false or @if!='windows']");
+  pnl_xml::XPath columns(main_xml, prefix + "/coldata/col[boolean(@if)=false or @if!='windows']");
   for (unsigned long i = 0; i < columns.size(); ++i) {
     pnl_xml::XmlNode column = columns[i];
     const std::string column_name = column.GetProp("name");
@@ -533,66 +534,57 @@ void MissedCheck::check_list() {
       pnl_xml::Xml messages;
       if (!assemble(messages, lang)) continue;
       if (pnl_xml::XPath(messages, MsgQuery(column_name)).empty()) {
-        if (msglint_log.Check(3))
-          msglint_log.Write(
-              3, "There is no description for table column named \"%s\" in \"%s\" for language %s.",
-              N, S, L);
-        fprintf(out_file, "COLUMN %s.%s %s\n", S, N, L);
-        fflush(out_file);
-        printf("There is no description for table column named \"%s\" in \"%s\" for language %s.\n",
-               N, S, L);
-        fflush(stdout);
+        Report(
+            out_file, 3,
+            Format(
+                "There is no description for table column named \"%s\" in \"%s\" for language %s.",
+                N, S, L),
+            Format("COLUMN %s.%s %s\n", S, N, L),
+            Format("There is no description for table column named \"%s\" in \"%s\" for language "
+                   "%s.\n",
+                   N, S, L));
         ++desc_errors;
       }
     }
 
     if (column.GetProp("type") != "msg") continue;
 
-    pnl_xml::XPath background(main_xml,
-                              prefix + "/coldata//setcolor[@name='" + column_name + "']");
+    pnl_xml::XPath background(main_xml, prefix + "/coldata//setcolor[@name='" + column_name + "']");
     pnl_xml::XPath text(main_xml, prefix + "/coldata/col[@name='" + column_name + "']/setcolor");
     if (isExcludedProp(list, column_name)) continue;
 
     if (report_mode == "-f") {
       if (background.empty()) {
-        if (msglint_log.Check(3))
-          msglint_log.Write(
-              3, "There is no background setcolor for table column named \"%s\" in \"%s\" \n", N,
-              S);
-        fprintf(out_file, "COLUMN %s.%s \n", S, N);
-        fflush(out_file);
-        printf("There is no background setcolor for table column named \"%s\" in \"%s\" .\n", N,
-               S);
-        fflush(stdout);
+        Report(out_file, 3,
+               Format("There is no background setcolor for table column named \"%s\" in \"%s\" \n",
+                      N, S),
+               Format("COLUMN %s.%s \n", S, N),
+               Format("There is no background setcolor for table column named \"%s\" in \"%s\" .\n",
+                      N, S));
         ++color_errors;
       } else {
         for (pnl_xml::XmlNode setcolor : background) {
           const std::string color = setcolor.GetProp("color");
           if (color.empty()) {
-            if (msglint_log.Check(3))
-              msglint_log.Write(
-                  3, "Background setcolor is empty for table column named \"%s\" in \"%s\" \n", N,
-                  S);
-            fprintf(out_file, "COLUMN %s.%s \n", S, N);
-            fflush(out_file);
-            printf("Background setcolor is empty for table column named \"%s\" in \"%s\" .\n", N,
-                   S);
-            fflush(stdout);
+            Report(
+                out_file, 3,
+                Format("Background setcolor is empty for table column named \"%s\" in \"%s\" \n", N,
+                       S),
+                Format("COLUMN %s.%s \n", S, N),
+                Format("Background setcolor is empty for table column named \"%s\" in \"%s\" .\n",
+                       N, S));
             ++color_errors;
           } else if (!IsAllowedColor(color)) {
             const char* const K = color.c_str();
-            if (msglint_log.Check(3))
-              msglint_log.Write(3,
-                                "Background setcolor has wrong color: %s for table column named "
-                                "\"%s\" in \"%s\" \n",
-                                K, N, S);
-            fprintf(out_file, "COLUMN %s.%s \n", S, N);
-            fflush(out_file);
-            printf(
-                "Background setcolor has wrong color: %s for table column named \"%s\" in \"%s\" "
-                ".\n",
-                K, N, S);
-            fflush(stdout);
+            Report(out_file, 3,
+                   Format("Background setcolor has wrong color: %s for table column named "
+                          "\"%s\" in \"%s\" \n",
+                          K, N, S),
+                   Format("COLUMN %s.%s \n", S, N),
+                   Format("Background setcolor has wrong color: %s for table column named \"%s\" "
+                          "in \"%s\" "
+                          ".\n",
+                          K, N, S));
             ++color_errors;
           }
         }
@@ -603,46 +595,39 @@ void MissedCheck::check_list() {
       const std::string& manager = PNL_NAME();
       // These columns show plain text on purpose.
       const bool exempt =
-          manager == "kelpnl" &&
-          ((column_name == "name" && list == "resellerstat") ||
-           (column_name == "uname" && list == "resellerstat.details") ||
-           (column_name == "dname" && list == "feature") ||
-           (column_name == "type" && list == "feature"));
+          manager == "kelpnl" && ((column_name == "name" && list == "resellerstat") ||
+                                  (column_name == "uname" && list == "resellerstat.details") ||
+                                  (column_name == "dname" && list == "feature") ||
+                                  (column_name == "type" && list == "feature"));
       if (!exempt) {
-        if (msglint_log.Check(3))
-          msglint_log.Write(
-              3, "There is no text color setcolor for table column named \"%s\" in \"%s\" \n", N,
-              S);
-        fprintf(out_file, "COLUMN %s.%s \n", S, N);
-        fflush(out_file);
-        printf("There is no text setcolor for table column named \"%s\" in \"%s\" .\n", N, S);
-        fflush(stdout);
+        Report(
+            out_file, 3,
+            Format("There is no text color setcolor for table column named \"%s\" in \"%s\" \n", N,
+                   S),
+            Format("COLUMN %s.%s \n", S, N),
+            Format("There is no text setcolor for table column named \"%s\" in \"%s\" .\n", N, S));
         ++color_errors;
       }
     } else {
       for (pnl_xml::XmlNode setcolor : text) {
         const std::string color = setcolor.GetProp("color");
         if (color.empty()) {
-          if (msglint_log.Check(3))
-            msglint_log.Write(3,
-                              "Text setcolor is empty for table column named \"%s\" in \"%s\" \n",
-                              N, S);
-          fprintf(out_file, "COLUMN %s.%s \n", S, N);
-          fflush(out_file);
-          printf("Text setcolor is empty for table column named \"%s\" in \"%s\" .\n", N, S);
-          fflush(stdout);
+          Report(
+              out_file, 3,
+              Format("Text setcolor is empty for table column named \"%s\" in \"%s\" \n", N, S),
+              Format("COLUMN %s.%s \n", S, N),
+              Format("Text setcolor is empty for table column named \"%s\" in \"%s\" .\n", N, S));
           ++color_errors;
         } else if (!IsAllowedColor(color)) {
           const char* const K = color.c_str();
-          if (msglint_log.Check(3))
-            msglint_log.Write(
-                3, "Text setcolor has wrong color: %s for table column named \"%s\" in \"%s\" \n",
-                K, N, S);
-          fprintf(out_file, "COLUMN %s.%s \n", S, N);
-          fflush(out_file);
-          printf("Text setcolor has wrong color: %s for table column named \"%s\" in \"%s\" .\n",
-                 K, N, S);
-          fflush(stdout);
+          Report(
+              out_file, 3,
+              Format("Text setcolor has wrong color: %s for table column named \"%s\" in \"%s\" \n",
+                     K, N, S),
+              Format("COLUMN %s.%s \n", S, N),
+              Format(
+                  "Text setcolor has wrong color: %s for table column named \"%s\" in \"%s\" .\n",
+                  K, N, S));
           ++color_errors;
         }
       }
@@ -660,8 +645,7 @@ void MissedCheck::check_list() {
     // own ("user.edit" for the list "user"), or when it leads back.
     const std::string::size_type dot = button_func.rfind('.');
     if (dot != 0) {
-      const std::string owner =
-          dot == std::string::npos ? button_func : button_func.substr(0, dot);
+      const std::string owner = dot == std::string::npos ? button_func : button_func.substr(0, dot);
       if (owner != list && button_name != "back") continue;
     }
 
@@ -673,31 +657,25 @@ void MissedCheck::check_list() {
 
       pnl_xml::XPath short_name(messages, MsgQuery("short_" + button_name));
       if (short_name.empty() || short_name[0].Str().empty()) {
-        if (msglint_log.Check(3))
-          msglint_log.Write(
-              3, "There is no short name for button \"%s\" from list \"%s\" for language %s.", B,
-              S, L);
-        fprintf(out_file, "SHORT NAME BUTTON %s.%s %s\n", S, B, L);
-        fflush(out_file);
-        printf(
-            "There is no short name for button \"%s\" from list \"%s\" for language %s.\nMust be: "
-            "<msg name=\"short_%s\"></msg>\n",
-            B, S, L, B);
-        fflush(stdout);
+        Report(out_file, 3,
+               Format("There is no short name for button \"%s\" from list \"%s\" for language %s.",
+                      B, S, L),
+               Format("SHORT NAME BUTTON %s.%s %s\n", S, B, L),
+               Format("There is no short name for button \"%s\" from list \"%s\" for language "
+                      "%s.\nMust be: "
+                      "<msg name=\"short_%s\"></msg>\n",
+                      B, S, L, B));
         ++hint_errors;
       }
 
       pnl_xml::XPath hint(messages, MsgQuery("hint_" + button_name));
       if (hint.empty() || hint[0].Str().empty()) {
-        if (msglint_log.Check(4))
-          msglint_log.Write(4, "There is no hint for \"%s\" from \"%s\" on %s language.", B, S, L);
-        fprintf(out_file, "HINT %s.%s %s\n", S, B, L);
-        fflush(out_file);
-        printf(
-            "There is no hint for \"%s\" from \"%s\" on %s language.\nMust be: <msg "
-            "name=\"hint_%s\"></msg>\n",
-            B, S, L, B);
-        fflush(stdout);
+        Report(out_file, 4,
+               Format("There is no hint for \"%s\" from \"%s\" on %s language.", B, S, L),
+               Format("HINT %s.%s %s\n", S, B, L),
+               Format("There is no hint for \"%s\" from \"%s\" on %s language.\nMust be: <msg "
+                      "name=\"hint_%s\"></msg>\n",
+                      B, S, L, B));
         ++hint_errors;
       }
     }
@@ -739,12 +717,10 @@ void MissedCheck::check_mainmenu() {
       pnl_xml::XPath plain_msg(messages, MsgQuery(item));
       if (!menu_msg.empty() || !plain_msg.empty()) continue;
 
-      if (msglint_log.Check(3))
-        msglint_log.Write(3, "There is no description for menu item \"%s\" for language %s.", M, L);
-      fprintf(out_file, "Message %s %s\n", M, L);
-      fflush(out_file);
-      printf("There is no description for menu item \"%s\" for language %s.\n", M, L);
-      fflush(stdout);
+      Report(out_file, 3,
+             Format("There is no description for menu item \"%s\" for language %s.", M, L),
+             Format("Message %s %s\n", M, L),
+             Format("There is no description for menu item \"%s\" for language %s.\n", M, L));
       ++desc_errors;
     }
   }
