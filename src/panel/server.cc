@@ -10,7 +10,6 @@
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -20,6 +19,7 @@
 #include "pnl/client.h"
 #include "pnl/file.h"
 #include "pnl/log.h"
+#include "pnl/proc.h"
 #include "pnl/str.h"
 
 namespace panel {
@@ -43,15 +43,6 @@ void OnStopSignal(int) {
     // Nothing to do: the pipe is full, so a wake-up is already pending.
   }
   errno = saved;
-}
-
-void CloseInheritedFds() {
-#ifdef SYS_close_range
-  if (syscall(SYS_close_range, 3U, ~0U, 0U) == 0) return;
-#endif
-  long max = sysconf(_SC_OPEN_MAX);
-  if (max < 0 || max > 65536) max = 65536;
-  for (long fd = 3; fd < max; ++fd) close(static_cast<int>(fd));
 }
 
 int MillisUntil(Clock::time_point deadline, Clock::time_point now) {
@@ -320,7 +311,7 @@ void Server::Cleanup() {
 int StartDetached(const std::string& manager, const Handler& handler,
                   const ServerOptions& options) {
   signal(SIGPIPE, SIG_IGN);
-  CloseInheritedFds();
+  pnl_proc::CloseDescriptorsFrom(3);
   if (!pnl_file::MakeDirs("var/run") || !pnl_file::MakeDirs("var/log")) {
     fprintf(stderr, "kern: cannot create var/run and var/log\n");
     return 1;

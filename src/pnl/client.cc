@@ -9,7 +9,6 @@
 #include <stdio.h>
 #include <string.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <time.h>
@@ -20,6 +19,7 @@
 #include <vector>
 
 #include "pnl/log.h"
+#include "pnl/proc.h"
 
 namespace pnl_client {
 
@@ -115,17 +115,6 @@ std::string ReadReply(int fd, Clock::time_point deadline) {
   }
 }
 
-// Closes every descriptor from 3 up, so that a started panel holds none of
-// its caller's pipes open.
-void CloseInheritedFds() {
-#ifdef SYS_close_range
-  if (syscall(SYS_close_range, 3U, ~0U, 0U) == 0) return;
-#endif
-  long max = sysconf(_SC_OPEN_MAX);
-  if (max < 0 || max > 65536) max = 65536;
-  for (long fd = 3; fd < max; ++fd) close(static_cast<int>(fd));
-}
-
 // Starts the panel program of `manager` and waits until it has exited,
 // which it does once its daemon is ready to answer. Returns false when no
 // program could be run.
@@ -159,7 +148,7 @@ bool StartPanel(const std::string& manager) {
       dup2(null_fd, 1);
       dup2(null_fd, 2);
     }
-    CloseInheritedFds();
+    pnl_proc::CloseDescriptorsFrom(3);
     signal(SIGPIPE, SIG_DFL);
     execv(argv[0], argv.data());
     _exit(127);

@@ -240,4 +240,6 @@ int Execute::Result() {
   return status_;
 }
 
+void CloseDescriptorsFrom(int first, int keep) { CloseFrom(first, keep); }
+
 }  // namespace pnl_proc

@@ -40,6 +40,11 @@ class Execute {
   int time_limit_s_ = 120;
 };
 
+// Closes every file descriptor from `first` up, except `keep` (-1 keeps
+// none): for a process just forked, so that the program it becomes holds
+// none of its parent's files, pipes or sockets. Allocates nothing.
+void CloseDescriptorsFrom(int first, int keep = -1);
+
 }  // namespace pnl_proc
 
 #endif  // PNL_PROC_H_
