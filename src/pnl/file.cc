@@ -19,10 +19,7 @@ namespace pnl_file {
 
 namespace {
 
-const pnl_log::Module& Log() {
-  static const pnl_log::Module log("pnl", "kern");
-  return log;
-}
+const pnl_log::Module& Log() { return pnl_log::LibraryLog(); }
 
 // The components of `path` between its "/" separators. A leading "/" gives
 // no component of its own.

@@ -101,4 +101,9 @@ void Module::Write(Level level, const char* format, ...) const {
   fflush(state.file);
 }
 
+const Module& LibraryLog() {
+  static const Module log("pnl", "kern");
+  return log;
+}
+
 }  // namespace pnl_log

@@ -47,6 +47,10 @@ class Module {
   std::string other_;
 };
 
+// The writer of the panel library's own records (module "pnl"): files that
+// cannot be read, invalid queries, the output of commands.
+const Module& LibraryLog();
+
 }  // namespace pnl_log
 
 #endif  // PNL_LOG_H_

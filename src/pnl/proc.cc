@@ -18,10 +18,7 @@ namespace pnl_proc {
 
 namespace {
 
-const pnl_log::Module& Log() {
-  static const pnl_log::Module log("pnl", "kern");
-  return log;
-}
+const pnl_log::Module& Log() { return pnl_log::LibraryLog(); }
 
 // The words of a command line: separated by runs of blanks and tabs.
 std::vector<std::string> SplitWords(const std::string& command) {

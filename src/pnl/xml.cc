@@ -23,10 +23,7 @@ namespace {
 
 using internal::DocHolder;
 
-const pnl_log::Module& Log() {
-  static const pnl_log::Module log("pnl", "kern");
-  return log;
-}
+const pnl_log::Module& Log() { return pnl_log::LibraryLog(); }
 
 
 // Collects the errors that libxml2 reports while a parse runs; outside a
