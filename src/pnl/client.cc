@@ -3,7 +3,6 @@
 #include "pnl/client.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <stdio.h>
@@ -130,28 +129,13 @@ bool StartPanel(const std::string& manager) {
     kLog.Write(4, "no panel program for manager \"%s\"", manager.c_str());
     return false;
   }
-  std::vector<char*> argv;
-  for (std::string& a : args) argv.push_back(a.data());
-  argv.push_back(nullptr);
-
-  pid_t pid = fork();
+  // The starter writes nothing on its caller's streams.
+  std::string error;
+  pid_t pid = pnl_proc::Spawn(args, pnl_proc::SpawnOptions(), &error);
   if (pid < 0) {
-    kLog.Write(3, "cannot start the panel of \"%s\": %s", manager.c_str(),
-               strerror(errno));
+    kLog.Write(3, "cannot start the panel of \"%s\": %s: %s", manager.c_str(),
+               pnl_proc::CommandLine(args).c_str(), error.c_str());
     return false;
-  }
-  if (pid == 0) {
-    // The starter writes nothing on its caller's streams.
-    int null_fd = open("/dev/null", O_RDWR);
-    if (null_fd >= 0) {
-      dup2(null_fd, 0);
-      dup2(null_fd, 1);
-      dup2(null_fd, 2);
-    }
-    pnl_proc::CloseDescriptorsFrom(3);
-    signal(SIGPIPE, SIG_DFL);
-    execv(argv[0], argv.data());
-    _exit(127);
   }
   kLog.Write(5, "started %s for manager \"%s\" (pid %d)", args[0].c_str(),
              manager.c_str(), static_cast<int>(pid));

@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <spawn.h>
 #include <signal.h>
 #include <string.h>
 #include <sys/syscall.h>
@@ -10,9 +11,12 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <utility>
 #include <vector>
 
 #include "pnl/log.h"
+
+extern char** environ;
 
 namespace pnl_proc {
 
@@ -82,10 +86,125 @@ void LogLines(const std::string& command, std::string& pending, bool flush) {
   }
 }
 
+// Spawn's attributes: an empty signal mask and the default action for
+// every signal the caller may have set to be ignored or caught.
+bool MakeAttributes(posix_spawnattr_t* attr, bool new_session) {
+  if (posix_spawnattr_init(attr) != 0) return false;
+  sigset_t none;
+  sigemptyset(&none);
+  sigset_t defaults;
+  sigemptyset(&defaults);
+  for (int sig = 1; sig < 32; ++sig)
+    if (sig != SIGKILL && sig != SIGSTOP) sigaddset(&defaults, sig);
+  short flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+  if (new_session) flags |= POSIX_SPAWN_SETSID;
+  if (posix_spawnattr_setsigmask(attr, &none) != 0 ||
+      posix_spawnattr_setsigdefault(attr, &defaults) != 0 ||
+      posix_spawnattr_setflags(attr, flags) != 0) {
+    posix_spawnattr_destroy(attr);
+    return false;
+  }
+  return true;
+}
+
+// Spawn's file actions: the three standard descriptors, nothing else.
+bool MakeFileActions(posix_spawn_file_actions_t* actions,
+                     const SpawnOptions& options) {
+  if (posix_spawn_file_actions_init(actions) != 0) return false;
+  const int wanted[3] = {options.stdin_fd, options.stdout_fd,
+                         options.stderr_fd};
+  bool ok = true;
+  for (int fd = 0; fd < 3 && ok; ++fd) {
+    if (wanted[fd] < 0) {
+      ok = posix_spawn_file_actions_addopen(actions, fd, "/dev/null",
+                                            fd == 0 ? O_RDONLY : O_WRONLY,
+                                            0) == 0;
+    } else {
+      // A descriptor given as its own number keeps it; the action then
+      // clears its close-on-exec flag.
+      ok = posix_spawn_file_actions_adddup2(actions, wanted[fd], fd) == 0;
+    }
+  }
+  if (ok) ok = posix_spawn_file_actions_addclosefrom_np(actions, 3) == 0;
+  if (!ok) posix_spawn_file_actions_destroy(actions);
+  return ok;
+}
+
+bool PlainWord(const std::string& word) {
+  if (word.empty()) return false;
+  for (char c : word) {
+    bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+                 (c >= '0' && c <= '9') ||
+                 std::string("_-.,/=:+@%").find(c) != std::string::npos;
+    if (!plain) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
+pid_t Spawn(const std::vector<std::string>& argv, const SpawnOptions& options,
+            std::string* error) {
+  if (argv.empty() || argv[0].empty()) {
+    *error = "empty command";
+    return -1;
+  }
+  std::vector<char*> args;
+  for (const std::string& word : argv)
+    args.push_back(const_cast<char*>(word.c_str()));
+  args.push_back(nullptr);
+
+  posix_spawnattr_t attr;
+  if (!MakeAttributes(&attr, options.new_session)) {
+    *error = "cannot prepare the process attributes";
+    return -1;
+  }
+  posix_spawn_file_actions_t actions;
+  if (!MakeFileActions(&actions, options)) {
+    posix_spawnattr_destroy(&attr);
+    *error = "cannot prepare the process descriptors";
+    return -1;
+  }
+  pid_t pid = -1;
+  int r = argv[0].find('/') == std::string::npos
+              ? posix_spawnp(&pid, args[0], &actions, &attr, args.data(),
+                             environ)
+              : posix_spawn(&pid, args[0], &actions, &attr, args.data(),
+                            environ);
+  posix_spawn_file_actions_destroy(&actions);
+  posix_spawnattr_destroy(&attr);
+  if (r != 0) {
+    *error = strerror(r);
+    return -1;
+  }
+  return pid;
+}
+
+std::string CommandLine(const std::vector<std::string>& argv) {
+  std::string line;
+  for (const std::string& word : argv) {
+    if (!line.empty()) line += ' ';
+    if (PlainWord(word)) {
+      line += word;
+      continue;
+    }
+    line += '\'';
+    for (char c : word) {
+      if (c == '\'')
+        line += "'\\''";
+      else
+        line += c;
+    }
+    line += '\'';
+  }
+  return line;
+}
+
+Execute::Execute(std::vector<std::string> argv)
+    : argv_(std::move(argv)), command_(CommandLine(argv_)) {}
+
 Execute::Execute(const std::string& command, int /*flags*/)
-    : command_(command) {}
+    : argv_(SplitWords(command)), command_(command) {}
 
 Execute::~Execute() {
   // Run() always waits for its child, so nothing is left running here.
@@ -96,77 +215,32 @@ void Execute::Run() {
   ran_ = true;
   status_ = -1;
 
-  std::vector<std::string> words = SplitWords(command_);
-  if (words.empty()) {
+  if (argv_.empty()) {
+    error_ = "empty command";
     if (Log().Check(3)) Log().Write(3, "Empty command not run");
     return;
   }
-  std::vector<char*> argv;
-  for (std::string& word : words) argv.push_back(word.data());
-  argv.push_back(nullptr);
 
   int output[2];
-  int failure[2];
   if (pipe2(output, O_CLOEXEC) != 0) {
+    error_ = strerror(errno);
     if (Log().Check(3))
       Log().Write(3, "%s: cannot make a pipe: %s", command_.c_str(),
-                  strerror(errno));
+                  error_.c_str());
     return;
   }
-  if (pipe2(failure, O_CLOEXEC) != 0) {
-    if (Log().Check(3))
-      Log().Write(3, "%s: cannot make a pipe: %s", command_.c_str(),
-                  strerror(errno));
-    close(output[0]);
-    close(output[1]);
-    return;
-  }
-  int null_fd = open("/dev/null", O_RDONLY | O_CLOEXEC);
-
-  pid_t pid = fork();
-  if (pid == 0) {
-    // The child: only async-signal-safe calls from here to exec.
-    sigset_t all;
-    sigemptyset(&all);
-    sigprocmask(SIG_SETMASK, &all, nullptr);
-    signal(SIGPIPE, SIG_DFL);
-    int in = null_fd >= 0 ? null_fd : open("/dev/null", O_RDONLY);
-    if (in < 0 || dup2(in, 0) < 0 || dup2(output[1], 1) < 0 ||
-        dup2(output[1], 2) < 0) {
-      int error = errno;
-      ssize_t ignored = write(failure[1], &error, sizeof(error));
-      (void)ignored;
-      _exit(127);
-    }
-    CloseFrom(3, failure[1]);
-    execvp(argv[0], argv.data());
-    int error = errno;
-    ssize_t ignored = write(failure[1], &error, sizeof(error));
-    (void)ignored;
-    _exit(127);
-  }
-
-  if (null_fd >= 0) close(null_fd);
+  SpawnOptions options;
+  options.stdout_fd = output[1];
+  options.stderr_fd = output[1];
+  pid_t pid = Spawn(argv_, options, &error_);
   close(output[1]);
-  close(failure[1]);
   if (pid < 0) {
-    if (Log().Check(3))
-      Log().Write(3, "%s: cannot fork: %s", command_.c_str(), strerror(errno));
     close(output[0]);
-    close(failure[0]);
+    if (Log().Check(3))
+      Log().Write(3, "%s: cannot run: %s", command_.c_str(), error_.c_str());
     return;
   }
-
-  // The failure pipe closes at exec; a number on it is the exec's errno.
-  int exec_error = 0;
-  bool exec_failed = false;
-  for (;;) {
-    ssize_t n = read(failure[0], &exec_error, sizeof(exec_error));
-    if (n < 0 && errno == EINTR) continue;
-    exec_failed = n == static_cast<ssize_t>(sizeof(exec_error));
-    break;
-  }
-  close(failure[0]);
+  started_ = true;
 
   // Gather the output until the child has ended. A command may leave a
   // process of its own holding the pipe, so the end of the child, not the
@@ -190,7 +264,7 @@ void Execute::Run() {
         pending.append(buffer, static_cast<size_t>(n));
       }
       if (n == 0) pipe_open = false;
-      if (!exec_failed) LogLines(command_, pending, false);
+      LogLines(command_, pending, false);
     }
     if (reaped) break;
     pid_t r = waitpid(pid, &wait_status, WNOHANG);
@@ -217,19 +291,20 @@ void Execute::Run() {
       poll(nullptr, 0, wait_ms);
   }
   close(output[0]);
-  if (!exec_failed) LogLines(command_, pending, true);
+  LogLines(command_, pending, true);
 
-  if (exec_failed) {
-    if (Log().Check(3))
-      Log().Write(3, "%s: cannot run: %s", command_.c_str(),
-                  strerror(exec_error));
-    status_ = -1;
-    return;
-  }
-  if (reaped && WIFEXITED(wait_status) && !killed)
+  if (reaped && WIFEXITED(wait_status) && !killed) {
     status_ = WEXITSTATUS(wait_status);
-  else
+    if (status_ != 0) error_ = "exit status " + std::to_string(status_);
+  } else {
     status_ = -1;
+    if (killed)
+      error_ = "killed after " + std::to_string(time_limit_s_) + " seconds";
+    else if (reaped && WIFSIGNALED(wait_status))
+      error_ = "killed by signal " + std::to_string(WTERMSIG(wait_status));
+    else
+      error_ = "lost track of the process";
+  }
 }
 
 int Execute::Result() {

@@ -1,22 +1,59 @@
-// Running commands, without a shell.
+// Running programs, without a shell.
 //
-// The command line is split into words at blanks and executed directly
-// (found through PATH when the first word has no "/"), so no text of a
-// command line can make it run another command. The command's standard
-// input is /dev/null; what it prints on standard output and error goes to
-// the log, never to this process's own streams. A command that cannot be
-// started is a failed result (-1), never an exception. A command still
-// running after two minutes is killed (logged) so that nothing waits forever.
+// Every process that the module, the client or the panel starts is started
+// by Spawn: from a vector of arguments, each passed to the program as it
+// stands (no splitting, no shell, no expansion), so no text of a name or a
+// path can make it run another command. Spawn does not copy the caller's
+// address space (posix_spawn, vfork semantics), so starting a small program
+// costs the same from a process of a hundred megabytes as from a small one.
+//
+// Execute runs one command to its end: its standard input is /dev/null;
+// what it prints on standard output and error goes to the log, never to
+// this process's own streams. A command that cannot be started is a failed
+// result (-1, with the reason in Error()), never an exception. A command
+// still running after two minutes is killed (logged) so that nothing waits
+// forever.
 #ifndef PNL_PROC_H_
 #define PNL_PROC_H_
 
+#include <sys/types.h>
+
 #include <string>
+#include <vector>
 
 namespace pnl_proc {
 
+// What a started program gets besides its arguments.
+struct SpawnOptions {
+  // Its standard input, output and error: descriptors of the caller, or -1
+  // for /dev/null.
+  int stdin_fd = -1;
+  int stdout_fd = -1;
+  int stderr_fd = -1;
+  // Starts it in a session of its own, without a controlling terminal.
+  bool new_session = false;
+};
+
+// Starts the program argv[0] (looked up in PATH when it holds no "/") with
+// the argument vector `argv`. The program holds no descriptor of the caller
+// but its three standard ones, every signal at its default action and none
+// blocked. Returns its process id, or -1 with the reason in `error` when it
+// could not be started (no such program, not executable, no resources).
+pid_t Spawn(const std::vector<std::string>& argv, const SpawnOptions& options,
+            std::string* error);
+
+// The argument vector as one line for messages: words joined by blanks, a
+// word that is empty or holds anything but letters, digits and "_-.,/=:+@%"
+// in single quotes. For people to read; never run.
+std::string CommandLine(const std::vector<std::string>& argv);
+
 class Execute {
  public:
-  // Prepares `command`; `flags` is unused: pass 0.
+  // Prepares the program argv[0] with the arguments `argv`.
+  explicit Execute(std::vector<std::string> argv);
+  // Prepares `command`, split into words at runs of blanks and tabs (for
+  // fixed command lines only: a word can hold no blank); `flags` is
+  // unused: pass 0.
   Execute(const std::string& command, int flags);
   // Waits for a command that is still running; leaves nothing behind.
   ~Execute();
@@ -32,9 +69,19 @@ class Execute {
   // Runs the command if it has not run, waits for it, and returns its exit
   // status; -1 when it could not be started, was killed or died by a signal.
   int Result();
+  // After a run: false when the program could not be started at all.
+  bool Started() const { return started_; }
+  // After a run that did not end with status 0: why, in a few words
+  // ("No such file or directory", "exit status 1", "killed by signal 9").
+  const std::string& Error() const { return error_; }
+  // The command as CommandLine shows it.
+  std::string Line() const { return CommandLine(argv_); }
 
  private:
-  std::string command_;
+  std::vector<std::string> argv_;
+  std::string command_;  // for log records
+  std::string error_;
+  bool started_ = false;
   bool ran_ = false;
   int status_ = -1;
   int time_limit_s_ = 120;

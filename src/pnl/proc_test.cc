@@ -1,6 +1,8 @@
 #include "pnl/proc.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -167,6 +169,110 @@ TEST_F(ProcTest, NothingIsLeftBehind) {
     pnl_proc::Execute never("true", 0);  // destroyed without running
   }
   EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
+}
+
+TEST_F(ProcTest, ArgumentVectorReachesTheProgramAsItStands) {
+  pnl_proc::Execute command({"printf", "%s|", "a b", "", "\tc ; $(touch x)", "'q'"});
+  EXPECT_EQ(0, command.Result());
+  EXPECT_TRUE(command.Started());
+  EXPECT_EQ("", command.Error());
+  EXPECT_FALSE(pnl_file::Exists("x"));
+  EXPECT_EQ(
+      "5 printf '%s|' 'a b' '' '\tc ; $(touch x)' ''\\''q'\\''': a b||\tc ; "
+      "$(touch x)|'q'|\n",
+      Records());
+}
+
+TEST_F(ProcTest, ProgramPathWithBlanksIsOneArgument) {
+  dir_.Write("my dir/say", "#!/bin/sh\necho \"$#:$1\"\n");
+  ASSERT_EQ(0, chmod((dir_.path() + "/my dir/say").c_str(), 0755));
+  pnl_proc::Execute command({dir_.path() + "/my dir/say", "x y"});
+  EXPECT_EQ(0, command.Result());
+  EXPECT_NE(std::string::npos, Records().find(": 1:x y\n")) << Records();
+}
+
+TEST_F(ProcTest, FailureSaysWhy) {
+  pnl_proc::Execute failed({"sh", "-c", "exit 3"});
+  EXPECT_EQ(3, failed.Result());
+  EXPECT_TRUE(failed.Started());
+  EXPECT_EQ("exit status 3", failed.Error());
+
+  pnl_proc::Execute missing({"/nonexistent/program", "a b"});
+  EXPECT_EQ(-1, missing.Result());
+  EXPECT_FALSE(missing.Started());
+  EXPECT_EQ("No such file or directory", missing.Error());
+  EXPECT_EQ("/nonexistent/program 'a b'", missing.Line());
+
+  pnl_proc::Execute killed({"sh", "-c", "kill -9 $$"});
+  EXPECT_EQ(-1, killed.Result());
+  EXPECT_EQ("killed by signal 9", killed.Error());
+
+  pnl_proc::Execute empty(std::vector<std::string>{});
+  EXPECT_EQ(-1, empty.Result());
+  EXPECT_FALSE(empty.Started());
+}
+
+TEST_F(ProcTest, SignalsIgnoredByTheCallerAreAtTheirDefaultInTheProgram) {
+  signal(SIGTERM, SIG_IGN);
+  pnl_proc::Execute command({"sh", "-c", "kill -TERM $$; exit 0"});
+  EXPECT_EQ(-1, command.Result());
+  signal(SIGTERM, SIG_DFL);
+  EXPECT_EQ("killed by signal 15", command.Error());
+}
+
+TEST(SpawnTest, GivesThePidAndTheStandardDescriptorsAsAsked) {
+  int out[2];
+  ASSERT_EQ(0, pipe(out));
+  pnl_proc::SpawnOptions options;
+  options.stdout_fd = out[1];
+  std::string error;
+  pid_t pid = pnl_proc::Spawn({"sh", "-c", "echo $$; ls /proc/self/fd | wc -l"},
+                              options, &error);
+  close(out[1]);
+  ASSERT_GT(pid, 0) << error;
+  char buffer[256];
+  std::string text;
+  for (ssize_t n; (n = read(out[0], buffer, sizeof(buffer))) > 0;) text.append(buffer, n);
+  close(out[0]);
+  int status = 0;
+  ASSERT_EQ(pid, waitpid(pid, &status, 0));
+  EXPECT_EQ(0, status);
+  // sh's own pid, then its descriptors: 0, 1, 2 and the one ls reads.
+  EXPECT_EQ(std::to_string(pid) + "\n4\n", text);
+}
+
+TEST(SpawnTest, NewSessionDetachesTheProgram) {
+  int out[2];
+  ASSERT_EQ(0, pipe(out));
+  pnl_proc::SpawnOptions options;
+  options.stdout_fd = out[1];
+  options.new_session = true;
+  std::string error;
+  pid_t pid = pnl_proc::Spawn({"sh", "-c", "ps -o sid= -p $$"}, options, &error);
+  close(out[1]);
+  ASSERT_GT(pid, 0) << error;
+  char buffer[64];
+  ssize_t n = read(out[0], buffer, sizeof(buffer));
+  close(out[0]);
+  waitpid(pid, nullptr, 0);
+  ASSERT_GT(n, 0);
+  EXPECT_EQ(static_cast<long>(pid), std::stol(std::string(buffer, n)));
+}
+
+TEST(SpawnTest, ProgramThatCannotBeStartedIsAnErrorNotAProcess) {
+  std::string error;
+  EXPECT_EQ(-1, pnl_proc::Spawn({"no-such-program-anywhere"}, pnl_proc::SpawnOptions(), &error));
+  EXPECT_EQ("No such file or directory", error);
+  EXPECT_EQ(-1, pnl_proc::Spawn({}, pnl_proc::SpawnOptions(), &error));
+  EXPECT_EQ("empty command", error);
+  EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
+}
+
+TEST(CommandLineTest, QuotesWhatAPersonCouldMisread) {
+  EXPECT_EQ("sbin/pnlctl -m M user lang=ru",
+            pnl_proc::CommandLine({"sbin/pnlctl", "-m", "M", "user", "lang=ru"}));
+  EXPECT_EQ("'/opt/my panel/sbin/pnlctl' '' 'a;b' 'it'\\''s'",
+            pnl_proc::CommandLine({"/opt/my panel/sbin/pnlctl", "", "a;b", "it's"}));
 }
 
 }  // namespace
