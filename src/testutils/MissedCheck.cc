@@ -7,7 +7,6 @@
 
 #include "pnl/file.h"
 #include "pnl/log.h"
-#include "pnl/proc.h"
 #include "pnl/str.h"
 #include "testutils/msglint.h"
 
@@ -228,13 +227,10 @@ bool MissedCheck::usedFunctionToCheck(const std::string& func, const std::string
   const std::string cache_file = pnl_file::GoodPath(work_dir + "/var/.xmlcache/" + PNL_NAME() +
                                                     "/checked/" + func + ".msg." + lang + ".xml");
   // The panel writes the checked files of every language whatever the
-  // request names, so the request always asks in Russian.
-  const std::string command =
-      pnl_file::GoodPath(work_dir + "/sbin/pnlctl -m " + PNL_NAME() + " " + func + " lang=ru");
-  {
-    pnl_proc::Execute pnlctl(command, 0);
-    pnlctl.Run();
-  }
+  // request names, so the request always asks in Russian. Every piece is
+  // one argument, whatever blanks the directory or the names hold.
+  run_command({pnl_file::GoodPath(work_dir + "/sbin/pnlctl"), "-m", PNL_NAME(), func, "lang=ru"},
+              true);
   if (!pnl_file::Exists(cache_file)) return false;
   pnl_xml::Xml messages;
   messages.LoadFromFile(cache_file);

@@ -293,8 +293,30 @@ TEST_F(MissedCheckPanelTest, CommandAlwaysAsksInRussianAndTheLanguageNamesTheFil
 
 TEST_F(MissedCheckPanelTest, FunctionThatThePanelDoesNotKnowIsNotUsed) {
   PanelMessages("<msg name='hint_a'>H</msg>");
+  msglint_private::told_programs().clear();
+  testing::internal::CaptureStderr();
   EXPECT_FALSE(audit.usedFunctionToCheck("nosuch", "a", "en"));
+  EXPECT_FALSE(audit.usedFunctionToCheck("other", "a", "en"));
+  const std::string err = testing::internal::GetCapturedStderr();
   EXPECT_FALSE(pnl_file::Exists(dir.path() + "/var/.xmlcache/M/checked/nosuch.msg.en.xml"));
+  // Said once on standard error, each failure in the log.
+  const std::string pnlctl = "'" + dir.path() + "/sbin/pnlctl'";
+  EXPECT_EQ("msglint: command failed: " + pnlctl +
+                " -m M nosuch lang=ru: exit status 1 (later failures of this program are only "
+                "logged)\n",
+            err);
+  EXPECT_EQ("3 Command " + pnlctl + " -m M nosuch lang=ru failed: exit status 1\n" +
+                "3 Command " + pnlctl + " -m M other lang=ru failed: exit status 1\n",
+            LogAt(3));
+}
+
+TEST_F(MissedCheckPanelTest, InstallationPathWithBlanksReachesThePanel) {
+  // The scratch directory's name holds a blank.
+  ASSERT_NE(std::string::npos, dir.path().find(' '));
+  PanelMessages("<msg name='hint_a'>H</msg>");
+  testing::internal::CaptureStderr();
+  EXPECT_TRUE(audit.usedFunctionToCheck("user", "a", "en"));
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
 }
 
 TEST_F(MissedCheckPanelTest, ShellMetacharactersInANameRunNothingElse) {

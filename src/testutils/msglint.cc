@@ -58,6 +58,29 @@ std::string cut_prefix(std::string name) {
   return name.empty() ? word : name;
 }
 
+std::set<std::string>& msglint_private::told_programs() {
+  static std::set<std::string> told;
+  return told;
+}
+
+int run_command(const std::vector<std::string>& argv, bool must_succeed) {
+  pnl_proc::Execute command(argv);
+  const int status = command.Result();
+  if (status == 0 || (command.Started() && !must_succeed)) return status;
+
+  const std::string line = command.Line();
+  const char* what = command.Started() ? "failed" : "cannot be run";
+  if (msglint_log.Check(3))
+    msglint_log.Write(3, "Command %s %s: %s", line.c_str(), what, command.Error().c_str());
+  // One line per program and run is enough to show that something is wrong;
+  // the log has every failure.
+  if (msglint_private::told_programs().insert(argv.empty() ? std::string() : argv[0]).second) {
+    std::cerr << "msglint: command " << what << ": " << line << ": " << command.Error();
+    std::cerr << " (later failures of this program are only logged)" << std::endl;
+  }
+  return status;
+}
+
 // ---- XML file discovery -------------------------------------------------
 
 bool fileIsNotForLang::operator()(const std::string& path) const {
@@ -219,10 +242,9 @@ int kelmain(int argc, char** argv) {
   pnl_file::Remove(cache_dir);
   pnl_file::Remove(cache_dir + ".hash");
 
-  {
-    pnl_proc::Execute killall("killall kern", 0);
-    killall.Result();
-  }
+  // killall finds no process to stop more often than not; only a killall
+  // that cannot be run at all is worth a word.
+  run_command({"killall", "kern"}, false);
 
   // The base manager's panels need a moment to stop before the cache is
   // asked for again; the pause is fixed.

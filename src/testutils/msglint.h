@@ -51,6 +51,14 @@ std::string get_prefix(std::string name);
 // The text after the first "_" when not empty, else the text before it.
 std::string cut_prefix(std::string name);
 
+// Runs the program argv[0] with the arguments `argv` (no shell: every
+// argument reaches the program as it stands) and waits for it; returns its
+// exit status, -1 when it could not be started or did not end by itself.
+// A program that cannot be started, or that fails when `must_succeed`, is
+// written to the log, and the first such failure of each program in a run
+// also to standard error, naming the command.
+int run_command(const std::vector<std::string>& argv, bool must_succeed);
+
 // ---- XML file discovery -------------------------------------------------
 
 // True for a path that does not contain "." + lang + ".xml".
@@ -138,6 +146,10 @@ struct XmlMsg {
 void check_repeats(const std::string& lang);
 
 namespace msglint_private {
+
+// The programs whose failure run_command has already told on standard
+// error in this run.
+std::set<std::string>& told_programs();
 
 // The columns of every list of a manager's description: list name -> its
 // column names in description order. A later list of the same name wins.

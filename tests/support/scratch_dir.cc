@@ -32,7 +32,7 @@ bool IsRunning(long pid) {
 
 ScratchDir::ScratchDir() {
   previous_cwd_ = fs::current_path().string();
-  std::string tmpl = (fs::temp_directory_path() / "msglint-test-XXXXXX").string();
+  std::string tmpl = (fs::temp_directory_path() / "msglint test-XXXXXX").string();
   if (mkdtemp(tmpl.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
   path_ = fs::canonical(tmpl).string();
   fs::current_path(path_);

@@ -1,6 +1,8 @@
 // A scratch installation directory for tests: created empty under the
 // system's temporary directory, made the current directory while the object
 // lives, and removed afterwards (after stopping any panel that runs in it).
+// Its name holds a blank on purpose ("msglint test-XXXXXX"): every test
+// then also shows that no path is split at blanks on its way to a program.
 #ifndef TESTS_SUPPORT_SCRATCH_DIR_H_
 #define TESTS_SUPPORT_SCRATCH_DIR_H_
 
