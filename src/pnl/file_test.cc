@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "pnl/log.h"
 #include "support/scratch_dir.h"
 
@@ -20,6 +22,24 @@ class FileTest : public testing::Test {
   ~FileTest() override { pnl_log::Close(); }
 
   std::string Records() const { return LogRecords(dir_.path(), "test"); }
+
+  // Every entry under the directory, without following links, with its
+  // type and a file's content, one line each, the log left out.
+  std::string Tree() const {
+    std::string tree;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(dir_.path())) {
+      const std::string rel =
+          std::filesystem::relative(entry.path(), dir_.path()).string();
+      if (rel.rfind("var/log", 0) == 0) continue;
+      tree += rel;
+      if (entry.is_symlink()) tree += " -> " + std::filesystem::read_symlink(entry).string();
+      else if (entry.is_regular_file()) tree += " = " + dir_.Read(rel);
+      else if (entry.is_directory()) tree += "/";
+      tree += "\n";
+    }
+    return tree;
+  }
 
   ScratchDir dir_;
 };
@@ -59,9 +79,15 @@ TEST_F(FileTest, RemoveDirectoryWithEverythingInIt) {
 }
 
 TEST_F(FileTest, RemoveOfMissingPathIsSilent) {
+  dir_.Write("a/f", "x");
+  dir_.Write("nothing.hash", "y");
+  dir_.Link("a", "nothing-link");
+  const std::string before = Tree();
   pnl_file::Remove(dir_.path() + "/nothing");
   pnl_file::Remove("nothing/below");
-  EXPECT_TRUE(pnl_file::Exists(dir_.path()));
+  pnl_file::Remove("a/nothing");
+  EXPECT_EQ(before, Tree());
+  EXPECT_EQ("", Records());
 }
 
 TEST_F(FileTest, RemoveOfLinkToDirectoryLeavesTheTarget) {

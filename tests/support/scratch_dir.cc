@@ -28,6 +28,18 @@ bool IsRunning(long pid) {
   return close == std::string::npos || close + 2 >= text.size() || text[close + 2] != 'Z';
 }
 
+// Gives the owner full access to `path` and every directory below it,
+// without following links, so that a test that took the access away does not
+// keep its scratch directory from being removed.
+void RestoreAccess(const std::string& path) {
+  struct stat st;
+  if (lstat(path.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) return;
+  chmod(path.c_str(), st.st_mode | S_IRWXU);
+  std::error_code ec;
+  for (const auto& entry : fs::directory_iterator(path, ec))
+    RestoreAccess(entry.path().string());
+}
+
 }  // namespace
 
 ScratchDir::ScratchDir() {
@@ -42,6 +54,7 @@ ScratchDir::~ScratchDir() {
   StopPanels();
   std::error_code ec;
   fs::current_path(previous_cwd_, ec);
+  RestoreAccess(path_);
   fs::remove_all(path_, ec);
 }
 
@@ -78,8 +91,10 @@ void ScratchDir::AddManagerLink(const std::string& name) const {
   Link("kern", "bin/" + name);
 }
 
-void ScratchDir::StopPanels() const {
-  fs::path run = fs::path(path_) / "var/run";
+void ScratchDir::StopPanels() const { StopPanelsIn(path_); }
+
+void StopPanelsIn(const std::string& dir) {
+  fs::path run = fs::path(dir) / "var/run";
   std::error_code ec;
   if (!fs::is_directory(run, ec)) return;
   for (const auto& entry : fs::directory_iterator(run, ec)) {

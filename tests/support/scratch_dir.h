@@ -1,8 +1,9 @@
 // A scratch installation directory for tests: created empty under the
 // system's temporary directory, made the current directory while the object
-// lives, and removed afterwards (after stopping any panel that runs in it).
-// Its name holds a blank on purpose ("msglint test-XXXXXX"): every test
-// then also shows that no path is split at blanks on its way to a program.
+// lives, and removed afterwards (after stopping any panel that runs in it and
+// making every directory in it writable again). Its name holds a blank on
+// purpose ("msglint test-XXXXXX"): every test then also shows that no path
+// is split at blanks on its way to a program.
 #ifndef TESTS_SUPPORT_SCRATCH_DIR_H_
 #define TESTS_SUPPORT_SCRATCH_DIR_H_
 
@@ -51,6 +52,10 @@ std::string PnlctlProgram();
 std::string LauncherProgram();
 std::string ModuleLibrary();
 std::string NoSleepLibrary();
+
+// Sends SIGTERM to every panel whose pid file is under DIR/var/run and waits
+// (briefly) until each is gone.
+void StopPanelsIn(const std::string& dir);
 
 // Lines of the log file written under `dir` for `name` (var/log/NAME.log),
 // each reduced to what follows the level: for the record
