@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <string>
 
 #include "pnl/file.h"
 #include "pnl/log.h"
@@ -117,12 +120,20 @@ TEST_F(ProcTest, OnlyTheStandardDescriptorsAreInherited) {
 }
 
 TEST_F(ProcTest, CommandThatCannotBeStartedGivesMinusOne) {
+  // The reason for a name that is nowhere on the search path depends on the
+  // path: a directory that the user may not search (root's own, for another
+  // user) gives "Permission denied". Search only the system directories.
+  const char* saved = getenv("PATH");
+  const std::string path = saved != nullptr ? saved : "";
+  setenv("PATH", "/usr/bin:/bin", 1);
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   pnl_proc::Execute missing("/nonexistent/program arg", 0);
   EXPECT_EQ(-1, missing.Result());
   pnl_proc::Execute unknown("no-such-program-anywhere arg", 0);
   EXPECT_EQ(-1, unknown.Result());
+  if (saved != nullptr) setenv("PATH", path.c_str(), 1);
+  else unsetenv("PATH");
   EXPECT_EQ("", testing::internal::GetCapturedStderr());
   EXPECT_EQ("", testing::internal::GetCapturedStdout());
   EXPECT_EQ(
