@@ -5,8 +5,13 @@
 // calls the module's entry kelmain with its own argument vector unchanged
 // and exits with what kelmain returns. It never changes the current
 // directory: the module takes the current directory as the installation to
-// audit. It writes nothing on standard output of its own; a module that
-// cannot be loaded is told on standard error and gives exit status 2.
+// audit. A module that cannot be loaded is told on standard error and gives
+// exit status 2.
+//
+// Its only output of its own: "--help" or "--version" as the one and only
+// argument is answered here, before the module is loaded, with exit status
+// 0. Any other argument vector, one holding "--help" among others included,
+// goes to kelmain as it stands.
 #include <dlfcn.h>
 #include <errno.h>
 #include <limits.h>
@@ -15,6 +20,8 @@
 #include <string.h>
 
 #include <string>
+
+#include "version/version.h"
 
 namespace {
 
@@ -39,9 +46,40 @@ int Fail(const std::string& module, const char* reason) {
   return kLoadFailure;
 }
 
+void Help(const char* program) {
+  printf(
+      "Usage: %s pnl_name [-s|-f] language...\n"
+      "Audits the XML descriptions and messages of manager pnl_name in the\n"
+      "panel installation that is the current directory.\n"
+      "\n"
+      "Modes:\n"
+      "  -f  full report: every audit (the default, also when the second\n"
+      "      argument is not a mode)\n"
+      "  -s  short report: the column hints and the missing messages only\n"
+      "\n"
+      "Each language is one argument: en ru, not en,ru. A run stops every\n"
+      "process named kern that the user may stop (killall kern) and pauses\n"
+      "10 seconds.\n"
+      "\n"
+      "  --help     show this help and exit (only as the one argument)\n"
+      "  --version  show the version and exit (only as the one argument)\n"
+      "\n"
+      "Manual: man msglint, or share/man/man1/msglint.1 of the installation.\n",
+      program);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 && strcmp(argv[1], "--help") == 0) {
+    Help(argv[0]);
+    return fflush(stdout) == 0 ? 0 : 1;
+  }
+  if (argc == 2 && strcmp(argv[1], "--version") == 0) {
+    printf("msglint %s\n", MSGLINT_VERSION);
+    return fflush(stdout) == 0 ? 0 : 1;
+  }
+
   char self[PATH_MAX];
   if (realpath("/proc/self/exe", self) == nullptr)
     return Fail("msglint.so", strerror(errno));

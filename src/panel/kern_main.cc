@@ -1,7 +1,8 @@
 // bin/kern [-m M]: the reference panel. It serves manager M, given by -m or
 // else by the name it was started as (a link bin/M -> kern serves M), in
 // the installation that is the current directory. It detaches and exits 0
-// once the panel is ready to answer.
+// once the panel is ready to answer. "kern --help" and "kern --version"
+// only print.
 #include <stdio.h>
 #include <string.h>
 
@@ -10,6 +11,7 @@
 #include "panel/cache.h"
 #include "panel/panel.h"
 #include "panel/server.h"
+#include "version/version.h"
 
 namespace {
 
@@ -18,6 +20,16 @@ void Usage() { fprintf(stderr, "usage: kern [-m manager]\n"); }
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 && strcmp(argv[1], "--help") == 0) {
+    printf("usage: kern [-m manager]\n"
+           "Serves the manager (by default the name it was started as) of the\n"
+           "installation that is the current directory. Manual: man kern.\n");
+    return 0;
+  }
+  if (argc == 2 && strcmp(argv[1], "--version") == 0) {
+    printf("kern (msglint) %s\n", MSGLINT_VERSION);
+    return 0;
+  }
   std::string manager;
   if (argc == 3 && strcmp(argv[1], "-m") == 0) {
     manager = argv[2];

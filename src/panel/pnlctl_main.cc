@@ -1,7 +1,7 @@
 // sbin/pnlctl -m M FUNC [key=value ...]: calls function FUNC of manager M's
 // panel (starting the panel if needed). Exits 0 when the panel answers
 // <ok/>, 1 otherwise with the panel's error on standard error. Standard
-// output stays empty.
+// output stays empty, except for "pnlctl --help" and "pnlctl --version".
 #include <stdio.h>
 #include <string.h>
 
@@ -10,6 +10,7 @@
 #include "pnl/client.h"
 #include "pnl/str.h"
 #include "pnl/xml.h"
+#include "version/version.h"
 
 namespace {
 
@@ -21,6 +22,16 @@ int Usage() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 && strcmp(argv[1], "--help") == 0) {
+    printf("usage: pnlctl -m manager function [key=value ...]\n"
+           "Calls a function of the manager's panel in the installation that is\n"
+           "the current directory. Manual: man pnlctl.\n");
+    return 0;
+  }
+  if (argc == 2 && strcmp(argv[1], "--version") == 0) {
+    printf("pnlctl (msglint) %s\n", MSGLINT_VERSION);
+    return 0;
+  }
   if (argc < 4 || strcmp(argv[1], "-m") != 0) return Usage();
   std::string manager = argv[2];
   std::string function = argv[3];

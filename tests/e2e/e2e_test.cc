@@ -81,6 +81,7 @@
 #include <gtest/gtest.h>
 
 #include "support/scratch_dir.h"
+#include "version/version.h"
 
 extern char** environ;
 
@@ -566,6 +567,66 @@ TEST(LauncherTest, PassesArgumentsUnchangedAndUsesOwnNameInUsage) {
       " report_type : -s print short report, -f print full report (default)\n"
       " languagelist - comma separated list of lanugages, e.g.: en,ru,fr\n",
       run.out);
+}
+
+// "--help" and "--version" as the only argument are the launcher's own: it
+// answers them without the module.
+TEST(LauncherTest, HelpAndVersionAloneAreAnsweredWithoutTheModule) {
+  ASSERT_TRUE(fs::exists(fs::path(kPrefix) / "sbin/msglint"));
+  ScratchDir scratch;
+  scratch.MakeDir("sbin");
+  fs::copy_file(fs::path(kPrefix) / "sbin/msglint",
+                fs::path(scratch.path()) / "sbin/msglint");
+  RunResult version = RunProgram("sbin/msglint", {"--version"});
+  EXPECT_EQ(0, version.status);
+  EXPECT_EQ("msglint " MSGLINT_VERSION "\n", version.out);
+  EXPECT_EQ("", version.err);
+  RunResult help = RunProgram("sbin/msglint", {"--help"});
+  EXPECT_EQ(0, help.status);
+  EXPECT_EQ(0u, help.out.rfind("Usage: sbin/msglint pnl_name [-s|-f] language...\n", 0))
+      << help.out;
+  EXPECT_EQ("", help.err);
+}
+
+TEST(LauncherTest, VersionIsTheProjectVersion) {
+  ScratchDir scratch;
+  LinkInstalledPrograms(scratch);
+  RunResult run = RunProgram("sbin/msglint", {"--version"});
+  EXPECT_EQ(0, run.status);
+  EXPECT_EQ("msglint " MSGLINT_VERSION "\n", run.out);
+  // Three numbers, as project(VERSION x.y.z) gives them.
+  EXPECT_EQ(2, std::count(run.out.begin(), run.out.end(), '.')) << run.out;
+}
+
+// The panel's programs say their version and usage too, and do nothing else.
+TEST(PanelProgramsTest, VersionAndHelp) {
+  ScratchDir scratch;
+  LinkInstalledPrograms(scratch);
+  RunResult pnlctl = RunProgram("sbin/pnlctl", {"--version"});
+  EXPECT_EQ(0, pnlctl.status);
+  EXPECT_EQ("pnlctl (msglint) " MSGLINT_VERSION "\n", pnlctl.out);
+  EXPECT_EQ("", pnlctl.err);
+  RunResult kern = RunProgram("bin/kern", {"--version"});
+  EXPECT_EQ(0, kern.status);
+  EXPECT_EQ("kern (msglint) " MSGLINT_VERSION "\n", kern.out);
+  EXPECT_EQ("", kern.err);
+
+  RunResult pnlctl_help = RunProgram("sbin/pnlctl", {"--help"});
+  EXPECT_EQ(0, pnlctl_help.status);
+  EXPECT_EQ(
+      "usage: pnlctl -m manager function [key=value ...]\n"
+      "Calls a function of the manager's panel in the installation that is\n"
+      "the current directory. Manual: man pnlctl.\n",
+      pnlctl_help.out);
+  RunResult kern_help = RunProgram("bin/kern", {"--help"});
+  EXPECT_EQ(0, kern_help.status);
+  EXPECT_EQ(
+      "usage: kern [-m manager]\n"
+      "Serves the manager (by default the name it was started as) of the\n"
+      "installation that is the current directory. Manual: man kern.\n",
+      kern_help.out);
+  // Neither started a panel.
+  EXPECT_FALSE(fs::exists(fs::path(scratch.path()) / "var/run"));
 }
 
 // The names of the symbols that the shared object at `path` exports: the
