@@ -273,6 +273,11 @@ std::string Stamp(const std::string& path) {
          std::to_string(st.st_ctim.tv_nsec);
 }
 
+bool IsLink(const std::string& path) {
+  struct stat st;
+  return lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
+}
+
 bool MakeDirs(const std::string& path) {
   if (path.empty()) return false;
   std::error_code ec;

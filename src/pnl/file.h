@@ -60,6 +60,9 @@ bool ReadFile(const std::string& path, std::string& text);
 // times): equal stamps mean the file has not changed. "" when there is no
 // regular file there.
 std::string Stamp(const std::string& path);
+// True when `path` itself is a symbolic link (whether or not its target
+// exists).
+bool IsLink(const std::string& path);
 // Creates the directory and its missing parents; true when it exists after.
 bool MakeDirs(const std::string& path);
 

@@ -322,3 +322,13 @@ TEST_F(FileTest, OpenForWritingRefusesAFifoAndADirectoryWithoutWaiting) {
   dir_.MakeDir("dir");
   EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/dir"), nullptr);
 }
+
+TEST_F(FileTest, IsLinkSeesTheLinkItselfOnly) {
+  dir_.Write("file", "x");
+  dir_.Link(dir_.path() + "/file", "link");
+  dir_.Link(dir_.path() + "/nowhere", "dangling");
+  EXPECT_TRUE(pnl_file::IsLink(dir_.path() + "/link"));
+  EXPECT_TRUE(pnl_file::IsLink(dir_.path() + "/dangling"));
+  EXPECT_FALSE(pnl_file::IsLink(dir_.path() + "/file"));
+  EXPECT_FALSE(pnl_file::IsLink(dir_.path() + "/missing"));
+}

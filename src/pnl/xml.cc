@@ -111,11 +111,11 @@ void DropDtd(xmlDocPtr doc) {
   doc->extSubset = nullptr;
 }
 
-// Parses `text`; nullptr (with one line on standard error and a log
-// record) when it is not well-formed.
-xmlDocPtr Parse(const std::string& text, const std::string& origin) {
+// Parses `text` silently; nullptr, with the parser's line and message in
+// `collector`, when it is not well-formed.
+xmlDocPtr ParseQuietly(const std::string& text, const std::string& origin,
+                       ErrorCollector& collector) {
   SetUpLibxml();
-  ErrorCollector collector;
   collector.origin = &origin;
   g_collector = &collector;
   xmlDocPtr doc = nullptr;
@@ -123,10 +123,19 @@ xmlDocPtr Parse(const std::string& text, const std::string& origin) {
     doc = xmlReadMemory(text.data(), static_cast<int>(text.size()),
                         origin.c_str(), nullptr, XML_PARSE_NONET);
   g_collector = nullptr;
+  if (doc == nullptr && collector.rank == 0)
+    collector.message = "not a well-formed document";
+  return doc;
+}
+
+// Parses `text`; nullptr (with one line on standard error and a log
+// record) when it is not well-formed.
+xmlDocPtr Parse(const std::string& text, const std::string& origin) {
+  ErrorCollector collector;
+  xmlDocPtr doc = ParseQuietly(text, origin, collector);
   if (doc == nullptr) {
     int line = collector.line;
-    std::string message = collector.rank > 0 ? collector.message
-                                             : "not a well-formed document";
+    const std::string& message = collector.message;
     fprintf(stderr, "%s:%d: %s\n", origin.c_str(), line, message.c_str());
     fflush(stderr);
     if (Log().Check(3))
@@ -335,6 +344,32 @@ std::string XmlNode::Str() const {
   else
     AppendText(node, text);
   return text;
+}
+
+long XmlNode::Line() const {
+  if (node_ == nullptr) return 0;
+  xmlNodePtr node = static_cast<xmlNodePtr>(node_);
+  if (node->type == XML_ATTRIBUTE_NODE || node->type == XML_TEXT_NODE ||
+      node->type == XML_CDATA_SECTION_NODE)
+    node = node->parent;
+  if (node == nullptr || node->type != XML_ELEMENT_NODE) return 0;
+  const long line = xmlGetLineNo(node);
+  return line > 0 ? line : 0;
+}
+
+bool CheckWellFormed(const std::string& text, const std::string& origin,
+                     ParseProblem* problem) {
+  ErrorCollector collector;
+  xmlDocPtr doc = ParseQuietly(text, origin, collector);
+  if (doc != nullptr) {
+    xmlFreeDoc(doc);
+    return true;
+  }
+  if (problem != nullptr) {
+    problem->line = collector.line;
+    problem->message = collector.message;
+  }
+  return false;
 }
 
 // ---------------------------------------------------------------- XPath

@@ -63,6 +63,10 @@ class XmlNode {
   // Text content: the concatenated text and CDATA of the node's subtree
   // (the value of an attribute node). Entity references are not expanded.
   std::string Str() const;
+  // The line of the file where the element starts, as the parser counted
+  // it (for an attribute or text node, the line of its element); 0 for an
+  // invalid node or a node that was built rather than parsed.
+  long Line() const;
 
  private:
   friend class Xml;
@@ -151,6 +155,18 @@ class Xml {
   friend class XmlNode;
   std::shared_ptr<internal::DocHolder> doc_;
 };
+
+// Why a text is not a well-formed document: the parser's line and message.
+struct ParseProblem {
+  int line = 0;
+  std::string message;
+};
+
+// Parses `text` without a word on standard error or in the log; false,
+// with `problem` filled, when it is not well-formed. `origin` names the
+// text to the parser.
+bool CheckWellFormed(const std::string& text, const std::string& origin,
+                     ParseProblem* problem);
 
 // Two shortcuts keep the audits fast on large managers without changing
 // any result: queries of the form "//NAME/REST" are evaluated from the one

@@ -569,3 +569,43 @@ TEST_F(XmlTest, SetRootOnAnEmptyDocumentCreatesIt) {
 }
 
 }  // namespace
+
+// ------------------------------------------------------------------ Lines
+
+TEST_F(XmlTest, LineIsWhereTheElementStarts) {
+  Xml doc = Load("<?xml version=\"1.0\"?>\n<a>\n  <b name=\"x\">text</b>\n\n  <c/>\n</a>\n");
+  EXPECT_EQ(2, doc.GetRoot().Line());
+  EXPECT_EQ(3, doc.GetNodes("//b")[0].Line());
+  EXPECT_EQ(5, doc.GetNodes("//c")[0].Line());
+  // An attribute or a text node gives the line of its element.
+  EXPECT_EQ(3, doc.GetNodes("//b/@name")[0].Line());
+  EXPECT_EQ(3, doc.GetNodes("//b/text()")[0].Line());
+  EXPECT_EQ(0, XmlNode().Line());
+  // A built element was never in a file.
+  Xml built("root");
+  EXPECT_EQ(0, built.GetRoot().AppendChild("x").Line());
+}
+
+TEST_F(XmlTest, LineSurvivesAReloadOfTheSameFile) {
+  const std::string text = "<a>\n<b/>\n<b/>\n</a>\n";
+  { Xml first = Load(text); }
+  Xml again;
+  again.LoadFromFile("doc.xml");
+  EXPECT_EQ(3, again.GetNodes("//a/b")[1].Line());
+  pnl_xml::SetLiteralEvaluation(true);
+  Xml literal;
+  literal.LoadFromFile("doc.xml");
+  EXPECT_EQ(3, literal.GetNodes("//a/b")[1].Line());
+  pnl_xml::SetLiteralEvaluation(false);
+}
+
+TEST_F(XmlTest, CheckWellFormedSaysNothingAndGivesTheParserLine) {
+  pnl_xml::ParseProblem problem;
+  EXPECT_TRUE(pnl_xml::CheckWellFormed("<a/>", "ok.xml", &problem));
+  EXPECT_FALSE(pnl_xml::CheckWellFormed("<a>\n<b>\n</a>\n", "bad.xml", &problem));
+  EXPECT_EQ(3, problem.line);
+  EXPECT_NE("", problem.message);
+  EXPECT_FALSE(pnl_xml::CheckWellFormed("", "empty.xml", &problem));
+  EXPECT_NE("", problem.message);
+  EXPECT_EQ("", Records());
+}
