@@ -8,6 +8,7 @@
 #include "pnl/file.h"
 #include "pnl/log.h"
 #include "pnl/str.h"
+#include "testutils/findings.h"
 #include "testutils/msglint.h"
 
 namespace {
@@ -126,13 +127,55 @@ std::string Format(const char* format, ...) {
 // Writes one finding three ways, in this order: the log record (only when
 // the log records its level), the coded line in the audit file, the
 // sentence on standard output; each stream is flushed after it.
+// The coded line and the sentence of the last finding reported, for its
+// record in the findings file.
+struct LastReport {
+  std::string coded;
+  std::string sentence;
+};
+LastReport& Last() {
+  static LastReport* last = new LastReport();
+  return *last;
+}
+
 void Report(FILE* out_file, pnl_log::Level level, const std::string& record,
             const std::string& coded, const std::string& sentence) {
+  Last() = LastReport{coded, sentence};
   if (msglint_log.Check(level)) msglint_log.Write(level, "%s", record.c_str());
   fputs(coded.c_str(), out_file);
   fflush(out_file);
   fputs(sentence.c_str(), stdout);
   fflush(stdout);
+}
+
+// Records the finding just reported (or, with `sentence`, printed): its
+// element of the description at `line`, and the message `message` of
+// section `section` where one belongs.
+void Record(const char* kind, const std::string& object, const char* element_type,
+            const std::string& element, const std::string& lang, int bit,
+            const std::string& message, const std::string& section, long line,
+            const std::string& sentence = std::string()) {
+  Finding finding;
+  finding.kind = kind;
+  finding.audit = "missing-messages";
+  finding.object = object;
+  finding.element_type = element_type;
+  finding.element = element;
+  finding.language = lang;
+  finding.result_bit = bit;
+  finding.message_name = message;
+  finding.section = section;
+  finding.file = DescriptionFile(PNL_NAME());
+  finding.line = line;
+  if (sentence.empty()) {
+    finding.report = Last().sentence;
+    finding.audit_line = Last().coded;
+    if (!finding.audit_line.empty() && finding.audit_line.back() == '\n')
+      finding.audit_line.pop_back();
+  } else {
+    finding.report = sentence;
+  }
+  Findings().Add(finding);
 }
 
 // The query that finds the message `name` in a messages document.
@@ -195,6 +238,7 @@ int MissedCheck::check() {
         if (form.GetProp("id") == "windows") continue;
         std::vector<std::string> hint_fields;
         std::vector<std::string> checkbox_descs;
+        form_line = form.Line();
         check_form_fields(multi_form, form, hint_fields, checkbox_descs);
         check_form_langs(hint_fields, checkbox_descs);
       }
@@ -273,6 +317,7 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
     }
 
     const std::string path = form_path + name;
+    element_lines["field:" + name] = field.Line();
     pnl_xml::XPath msg_textdata(main_xml, path + "']/textdata[@type='msg']");
     pnl_xml::XPath hidden(main_xml, path + "']/*[@type='hidden']");
     pnl_xml::XPath children(main_xml, path + "']/*");
@@ -288,6 +333,9 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
           msglint_log.Write(3, "Textdata name = field name with value: %s in form: %s \n", F, M);
         printf("Textdata name = field name with value: %s in form: %s \n", F, M);
         fflush(stdout);
+        Record("textdata-named-like-field", meta_name, "field", name, "", 0, "", "",
+               textdata[0].Line(),
+               Format("Textdata name = field name with value: %s in form: %s \n", F, M));
       }
     }
 
@@ -328,6 +376,8 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
         printf("No attribute convert on field %s for form named \"%s\" \n", F, M);
         fflush(stdout);
         ++title_errors;
+        Record("missing-convert", meta_name, "field", name, "", 16, "", "", domains[0].Line(),
+               Format("No attribute convert on field %s for form named \"%s\" \n", F, M));
       } else if (convert != "punycode") {
         if (msglint_log.Check(3))
           msglint_log.Write(3,
@@ -338,6 +388,9 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
                convert.c_str(), F, M);
         fflush(stdout);
         ++title_errors;
+        Record("wrong-convert", meta_name, "field", name, "", 16, "", "", domains[0].Line(),
+               Format("Wrong attribute value convert %s on field %s for form named \"%s\" \n",
+                      convert.c_str(), F, M));
       }
     }
 
@@ -352,6 +405,7 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
     for (pnl_xml::XmlNode desc : descs) {
       const std::string desc_name = desc.GetProp("name");
       checkbox_descs.push_back(desc_name.empty() ? name : desc_name);
+      element_lines["checkbox:" + checkbox_descs.back()] = desc.Line();
     }
   }
 }
@@ -378,6 +432,10 @@ void MissedCheck::ValidateNext(pnl_xml::Xml doc, const std::string& path,
       printf("There are self-included conditions for xml: \"%s\" with condition (if) = \"%s\".\n",
              child_name.c_str(), cond.c_str());
       fflush(stdout);
+      Record("self-included-condition", "", "element", child_name, "", 0, "", "", child.Line(),
+             Format("There are self-included conditions for xml: \"%s\" with condition (if) = "
+                    "\"%s\".\n",
+                    child_name.c_str(), cond.c_str()));
     }
     if (!cond.empty()) conditions.push_back(cond);
     ValidateNext(doc, path + "/*[" + str::Str(static_cast<long>(i)) + "]", conditions, child_name);
@@ -420,6 +478,9 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
       Report(out_file, 3, Format("Form \"%s\" on %s have no title.", F, L),
              Format("TITLE %s %s\n", F, L), Format("Form \"%s\" on %s have no title.\n", F, L));
       ++title_errors;
+      Record("missing-title", form, "form", form, lang, 16, "title", form, form_line);
+    } else {
+      Findings().Present(lang, form);
     }
 
     for (const std::string& field : hint_fields) {
@@ -443,12 +504,18 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
                Format("There is no hint for field \"%s\" from \"%s\" on %s language.\n", N, F, L) +
                    Format("Must be: <msg name=\"hint_%s\"></msg>\n", N));
         ++hint_errors;
+        Record("missing-hint", form, "field", field, lang, 2, "hint_" + field, form,
+               element_lines["field:" + field]);
       } else if (hint[0].Str().empty()) {
         Report(out_file, 4,
                Format("Hint for field \"%s\" from \"%s\" on %s language is empty.", N, F, L),
                Format("EMPTY HINT %s.%s %s\n", F, N, L),
                Format("Hint for field \"%s\" from \"%s\" on %s language is empty.\n", N, F, L));
         ++hint_errors;
+        Record("empty-hint", form, "field", field, lang, 2, "hint_" + field, form,
+               element_lines["field:" + field]);
+      } else {
+        Findings().Present(lang, form);
       }
 
       if (label.empty()) {
@@ -460,6 +527,8 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
                Format("LABEL %s.%s %s\n", F, N, L),
                Format("There is no label for field \"%s\" from \"%s\" on %s language.\n", N, F, L));
         ++label_errors;
+        Record("missing-label", form, "field", field, lang, 4, field, form,
+               element_lines["field:" + field]);
       } else if (label[0].Str().empty()) {
         // An empty label is reported with the empty-hint texts on purpose.
         Report(out_file, 3,
@@ -467,6 +536,10 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
                Format("EMPTY HINT %s.%s %s\n", F, N, L),
                Format("Hint for field \"%s\" from \"%s\" on %s language is empty.\n", N, F, L));
         ++label_errors;
+        Record("empty-label", form, "field", field, lang, 4, field, form,
+               element_lines["field:" + field]);
+      } else {
+        Findings().Present(lang, form);
       }
     }
 
@@ -481,6 +554,8 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
                Format("There is no description about checkbox \"%s\" in \"%s\" xml file for %s.\n",
                       X, F, L));
         ++desc_errors;
+        Record("missing-checkbox-description", form, "checkbox", checkbox, lang, 8, checkbox, form,
+               element_lines["checkbox:" + checkbox]);
       } else if (desc[0].Str().empty()) {
         Report(out_file, 3,
                Format("Description about checkbox \"%s\" in \"%s\" xml file for %s is empty.", X, F,
@@ -489,6 +564,10 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
                Format("Description about checkbox \"%s\" in \"%s\" xml file for %s is empty.\n", X,
                       F, L));
         ++desc_errors;
+        Record("empty-checkbox-description", form, "checkbox", checkbox, lang, 8, checkbox, form,
+               element_lines["checkbox:" + checkbox]);
+      } else {
+        Findings().Present(lang, form);
       }
     }
   }
@@ -540,6 +619,10 @@ void MissedCheck::check_list() {
                    "%s.\n",
                    N, S, L));
         ++desc_errors;
+        Record("missing-column-description", list, "column", column_name, lang, 8, column_name,
+               list, column.Line());
+      } else {
+        Findings().Present(lang, list);
       }
     }
 
@@ -558,6 +641,8 @@ void MissedCheck::check_list() {
                Format("There is no background setcolor for table column named \"%s\" in \"%s\" .\n",
                       N, S));
         ++color_errors;
+        Record("missing-background-color", list, "column", column_name, "", 1, "", "",
+               column.Line());
       } else {
         for (pnl_xml::XmlNode setcolor : background) {
           const std::string color = setcolor.GetProp("color");
@@ -570,6 +655,8 @@ void MissedCheck::check_list() {
                 Format("Background setcolor is empty for table column named \"%s\" in \"%s\" .\n",
                        N, S));
             ++color_errors;
+            Record("empty-background-color", list, "column", column_name, "", 1, "", "",
+                   setcolor.Line());
           } else if (!IsAllowedColor(color)) {
             const char* const K = color.c_str();
             Report(out_file, 3,
@@ -582,6 +669,8 @@ void MissedCheck::check_list() {
                           ".\n",
                           K, N, S));
             ++color_errors;
+            Record("wrong-background-color", list, "column", column_name, "", 1, "", "",
+                   setcolor.Line());
           }
         }
       }
@@ -603,6 +692,7 @@ void MissedCheck::check_list() {
             Format("COLUMN %s.%s \n", S, N),
             Format("There is no text setcolor for table column named \"%s\" in \"%s\" .\n", N, S));
         ++color_errors;
+        Record("missing-text-color", list, "column", column_name, "", 1, "", "", column.Line());
       }
     } else {
       for (pnl_xml::XmlNode setcolor : text) {
@@ -614,6 +704,7 @@ void MissedCheck::check_list() {
               Format("COLUMN %s.%s \n", S, N),
               Format("Text setcolor is empty for table column named \"%s\" in \"%s\" .\n", N, S));
           ++color_errors;
+          Record("empty-text-color", list, "column", column_name, "", 1, "", "", setcolor.Line());
         } else if (!IsAllowedColor(color)) {
           const char* const K = color.c_str();
           Report(
@@ -625,6 +716,7 @@ void MissedCheck::check_list() {
                   "Text setcolor has wrong color: %s for table column named \"%s\" in \"%s\" .\n",
                   K, N, S));
           ++color_errors;
+          Record("wrong-text-color", list, "column", column_name, "", 1, "", "", setcolor.Line());
         }
       }
     }
@@ -662,6 +754,10 @@ void MissedCheck::check_list() {
                       "<msg name=\"short_%s\"></msg>\n",
                       B, S, L, B));
         ++hint_errors;
+        Record(short_name.empty() ? "missing-button-short-name" : "empty-button-short-name", list,
+               "button", button_name, lang, 2, "short_" + button_name, list, button.Line());
+      } else {
+        Findings().Present(lang, list);
       }
 
       pnl_xml::XPath hint(messages, MsgQuery("hint_" + button_name));
@@ -673,6 +769,10 @@ void MissedCheck::check_list() {
                       "name=\"hint_%s\"></msg>\n",
                       B, S, L, B));
         ++hint_errors;
+        Record(hint.empty() ? "missing-button-hint" : "empty-button-hint", list, "button",
+               button_name, lang, 2, "hint_" + button_name, list, button.Line());
+      } else {
+        Findings().Present(lang, list);
       }
     }
   }
@@ -688,10 +788,14 @@ void MissedCheck::check_mainmenu() {
   pnl_xml::XPath first_level(main_xml, "//pnldata/mainmenu/node/@name");
 
   std::vector<std::string> items;
+  std::map<std::string, long> item_lines;  // the first node of each item
   for (const pnl_xml::XPath* level : {&first_level, &second_level}) {
     for (unsigned long i = 0; i < level->size(); ++i) {
       const std::string item = (*level)[i].Str();
-      if (!Contains(items, item)) items.push_back(item);
+      if (!Contains(items, item)) {
+        items.push_back(item);
+        item_lines[item] = (*level)[i].Line();
+      }
     }
   }
 
@@ -711,13 +815,18 @@ void MissedCheck::check_mainmenu() {
 
       pnl_xml::XPath menu_msg(messages, MsgQuery("menu_" + item));
       pnl_xml::XPath plain_msg(messages, MsgQuery(item));
-      if (!menu_msg.empty() || !plain_msg.empty()) continue;
+      if (!menu_msg.empty() || !plain_msg.empty()) {
+        Findings().Present(lang, "mainmenu");
+        continue;
+      }
 
       Report(out_file, 3,
              Format("There is no description for menu item \"%s\" for language %s.", M, L),
              Format("Message %s %s\n", M, L),
              Format("There is no description for menu item \"%s\" for language %s.\n", M, L));
       ++desc_errors;
+      Record("missing-menu-item-description", "mainmenu", "menu-item", item, lang, 8,
+             "menu_" + item, "desktop", item_lines[item]);
     }
   }
 }

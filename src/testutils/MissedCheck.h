@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,11 @@ class MissedCheck {
   int32_t desc_errors = 0;
   int32_t title_errors = 0;
   pnl_xml::Xml exclude_xml{"doc"};
+  // Lines in the main description, for the findings file: of the form
+  // being checked, and of its fields ("field:" + name) and check-box
+  // descriptions ("checkbox:" + name).
+  long form_line = 0;
+  std::map<std::string, long> element_lines;
 };
 
 #endif  // TESTUTILS_MISSEDCHECK_H_

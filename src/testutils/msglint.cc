@@ -11,6 +11,7 @@
 #include "pnl/proc.h"
 #include "pnl/str.h"
 #include "testutils/MissedCheck.h"
+#include "testutils/findings.h"
 
 const pnl_log::Module msglint_log("msglint", "kern");
 
@@ -172,6 +173,16 @@ bool SafeManagerName(const std::string& name) {
          name.find('/') == std::string::npos;
 }
 
+// A query that got no answer leaves the audits without what they read.
+void RecordFailedQuery(const pnl_xml::Xml& reply, const std::string& manager,
+                       const std::string& query) {
+  if (reply.GetRoot()) return;
+  InputProblem problem;
+  problem.kind = "panel-query-failed";
+  problem.message = "no answer from the panel of " + manager + " to " + query;
+  Findings().AddProblem(problem);
+}
+
 // Ends the run at once: what was printed goes out first.
 [[noreturn]] void Fail() {
   std::cout.flush();
@@ -224,13 +235,18 @@ int kelmain(int argc, char** argv) {
   std::vector<std::string> langs;
   for (int i = first; i < argc; ++i) langs.push_back(argv[i]);
   const std::string msg_dir = work_dir + "/etc/xml/";
+  const std::vector<std::string> given_langs = langs;
   drop_languages(langs, msg_dir);
+  Findings().SetRun(PNL_NAME(), report_mode, std::vector<std::string>(argv + 2, argv + argc));
+  Findings().SetLanguages(langs);
+  RecordInputProblems(Findings(), work_dir, PNL_NAME(), given_langs, langs);
 
   if (report_mode == "-f") check_validator();
 
   if (langs.empty()) {
     if (msglint_log.Check(3)) msglint_log.Write(3, "You should specify at least one language.");
     std::cout << "You should specify at least one language." << std::endl;
+    Findings().Write(work_dir);
     Fail();
   }
 
@@ -256,8 +272,9 @@ int kelmain(int argc, char** argv) {
 
   for (const std::string& lang : langs) {
     const std::string query = "func=session&lang=" + lang + "&out=devel";
-    pnl_client::Local(PNL_NAME(), "checkXml").Query(query);
-    if (PNL_NAME() != "kern") pnl_client::Local("kern", "checkXml").Query(query);
+    RecordFailedQuery(pnl_client::Local(PNL_NAME(), "checkXml").Query(query), PNL_NAME(), query);
+    if (PNL_NAME() != "kern")
+      RecordFailedQuery(pnl_client::Local("kern", "checkXml").Query(query), "kern", query);
   }
 
   if (report_mode == "-f") {
@@ -279,6 +296,7 @@ int kelmain(int argc, char** argv) {
     missed.initExludeList();
     result = missed.check();
   }
+  Findings().Write(work_dir);
   return result;
 }
 
@@ -321,6 +339,16 @@ void check_validator() {
 
     std::cout << form << " -> " << field << "\t\t" << "(" << title << " -> " << label << ")"
               << std::endl;
+    Finding finding;
+    finding.kind = "input-without-validator";
+    finding.audit = "validator";
+    finding.object = form;
+    finding.element_type = "field";
+    finding.element = field;
+    finding.file = DescriptionFile(PNL_NAME());
+    finding.line = input.Line();
+    finding.report = form + " -> " + field + "\t\t(" + title + " -> " + label + ")\n";
+    Findings().Add(finding);
   }
 }
 
@@ -332,6 +360,8 @@ void check_actionlist(const std::string& lang) {
 
   pnl_client::Local client(PNL_NAME(), "checkXml");
   pnl_xml::Xml actions = client.Query("func=actionlist&out=xml");
+  RecordFailedQuery(actions, PNL_NAME(), "func=actionlist&out=xml");
+  SourceLines lines(pnl_file::GetCurrentDir());
 
   std::ostringstream out;
   std::vector<std::string> files;
@@ -342,7 +372,20 @@ void check_actionlist(const std::string& lang) {
     // Shared message files are no actions.
     if (name == "global" || name == "common" || name == "msgerror") continue;
     pnl_xml::XPath found(actions, "//elem/action[text()='" + name + "']");
-    if (found.size() == 0) out << "\t" << name << " - no such action" << "\n";
+    if (found.size() == 0) {
+      out << "\t" << name << " - no such action" << "\n";
+      Finding finding;
+      finding.kind = "no-such-action";
+      finding.audit = "actionlist";
+      finding.object = name;
+      finding.element_type = "section";
+      finding.element = name;
+      finding.language = lang;
+      finding.file = MessageFile(PNL_NAME(), lang);
+      finding.line = lines.Message(PNL_NAME(), lang, name, "");
+      finding.report = "\t" + name + " - no such action\n";
+      Findings().Add(finding);
+    }
   }
 
   if (out.str().empty())
@@ -357,6 +400,52 @@ namespace {
 
 bool Selects(pnl_xml::Xml& doc, const std::string& expr) {
   return pnl_xml::XPath(doc, expr).size() > 0;
+}
+
+// The finding of a message of section `section` that nothing uses;
+// `report` is its line of the report.
+Finding UnusedFinding(const std::string& section, const std::string& name,
+                      const std::string& lang, SourceLines& lines, const std::string& report) {
+  Finding finding;
+  finding.kind = "unused-message";
+  finding.audit = "unused";
+  finding.object = section;
+  finding.element_type = "message";
+  finding.element = name;
+  finding.language = lang;
+  finding.message_name = name;
+  finding.section = section;
+  finding.file = MessageFile(PNL_NAME(), lang);
+  finding.line = lines.Message(PNL_NAME(), lang, section, name);
+  finding.report = report;
+  finding.message_file = true;
+  return finding;
+}
+
+// The findings of the includes that MergeIncludes will find missing.
+void RecordMissingIncludes(const pnl_xml::XPath& includes, const std::string& section,
+                           const std::string& lang, SourceLines& lines,
+                           std::vector<Finding>& found) {
+  const std::string cache_dir = pnl_file::GetCurrentDir() + "/var/.xmlcache/" + PNL_NAME();
+  for (pnl_xml::XmlNode include : includes) {
+    const std::string name = include.GetProp("name");
+    if (pnl_file::Exists(pnl_file::ConcatPath(cache_dir, name + ".msg." + lang + ".xml")))
+      continue;
+    Finding finding;
+    finding.kind = "include-not-found";
+    finding.audit = "unused";
+    finding.object = section;
+    finding.element_type = "include";
+    finding.element = name;
+    finding.language = lang;
+    finding.section = section;
+    finding.file = MessageFile(PNL_NAME(), lang);
+    finding.line = lines.Message(PNL_NAME(), lang, section, "");
+    std::ostringstream line;
+    print_msg("include", include.Str(), "include is not found", line);
+    finding.report = line.str();
+    found.push_back(finding);
+  }
 }
 
 }  // namespace
@@ -452,15 +541,20 @@ void check_unused(const std::string& lang) {
 
   std::vector<std::string> files;
   getXmlFiles(files, lang);
+  SourceLines lines(pnl_file::GetCurrentDir());
   for (const std::string& path : files) {
     const std::string base = pnl_file::SplitPath(path).second;
     std::ostringstream out;
     pnl_xml::Xml doc;
     doc.LoadFromFile(path);
     const std::string root_name = doc.GetRoot().GetProp("name");
+    std::vector<Finding> found;  // recorded when the file's lines are printed
 
     pnl_xml::XPath includes(doc, "//include");
-    if (includes.size() != 0) MergeIncludes(doc, includes, lang, out);
+    if (includes.size() != 0) {
+      RecordMissingIncludes(includes, root_name, lang, lines, found);
+      MergeIncludes(doc, includes, lang, out);
+    }
 
     pnl_xml::XPath metadata(description, "//metadata[@name=\"" + root_name + "\"]");
     if (metadata.size() == 0) {
@@ -481,16 +575,21 @@ void check_unused(const std::string& lang) {
         continue;
       const std::string prefix = get_prefix(name);
       const std::string rest = cut_prefix(name);
+      const std::streampos before = out.tellp();
       if (type == "list")
         list_process(prefix, rest, name, meta, doc, text, out);
       else if (type == "form")
         form_process(prefix, rest, name, meta, doc, text, out);
+      if (out.tellp() != before)
+        found.push_back(UnusedFinding(root_name, name, lang, lines,
+                                      out.str().substr(static_cast<std::size_t>(before))));
     }
 
     if (!out.str().empty()) {
       std::cout << std::endl;
       std::cout << base << std::endl;
       std::cout << out.str() << std::flush;
+      for (const Finding& finding : found) Findings().Add(finding);
     }
   }
 }
@@ -515,11 +614,20 @@ void check_repeats(const std::string& lang) {
   }
 
   std::vector<std::string> blocks;
+  std::vector<Finding> repeated;
   for (const auto& [text, places] : table) {
     std::ostringstream block;
     if (places.size() > 1) {
       block << places.size() << " - '" << text << "'" << "\n";
       for (const XmlMsg& place : places) block << "\t" << place.file << " " << place.name << "\n";
+      Finding finding;
+      finding.kind = "repeated-message";
+      finding.audit = "repeats";
+      finding.element_type = "text";
+      finding.element = text;
+      finding.language = lang;
+      finding.report = block.str();
+      repeated.push_back(finding);
     }
     blocks.push_back(block.str());
   }
@@ -528,6 +636,10 @@ void check_repeats(const std::string& lang) {
   std::stable_sort(blocks.begin(), blocks.end(), order);
   for (const std::string& block : blocks) std::cout << block;
   std::cout.flush();
+  // Recorded in the order printed.
+  std::stable_sort(repeated.begin(), repeated.end(),
+                   [](const Finding& a, const Finding& b) { return order(a.report, b.report); });
+  for (const Finding& finding : repeated) Findings().Add(finding);
 }
 
 // ---- Column hint check --------------------------------------------------
@@ -604,6 +716,7 @@ void report_column_hints(const std::string& manager, const std::string& lang) {
   msglint_private::ColumnList columns(manager, lang);
   msglint_private::ColumnList::HintList hints(manager, lang);
   hints.Parse();
+  SourceLines lines(pnl_file::GetCurrentDir());
   for (const auto& [list, names] : columns.table) {
     for (const std::string& column : names) {
       bool lacks = hints.table.empty();
@@ -613,9 +726,23 @@ void report_column_hints(const std::string& manager, const std::string& lang) {
                 std::find(section->second.begin(), section->second.end(),
                           "hint_" + column) == section->second.end();
       }
-      if (lacks)
+      if (lacks) {
         std::cout << "В таблице '" << list << "' отстутствет хинт для столбца '" << column
                   << "'" << std::endl;
+        Finding finding;
+        finding.kind = "missing-column-hint";
+        finding.audit = "column-hints";
+        finding.object = list;
+        finding.element_type = "column";
+        finding.element = column;
+        finding.language = lang;
+        finding.message_name = "hint_" + column;
+        finding.section = list;
+        finding.file = DescriptionFile(manager);
+        finding.line = lines.Column(manager, list, column);
+        finding.report = "В таблице '" + list + "' отстутствет хинт для столбца '" + column + "'\n";
+        Findings().Add(finding);
+      }
     }
   }
 }

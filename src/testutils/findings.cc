@@ -1,0 +1,351 @@
+#include "testutils/findings.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <iostream>
+
+#include <nlohmann/json.hpp>
+
+#include "pnl/file.h"
+#include "pnl/xml.h"
+
+using ordered_json = nlohmann::ordered_json;
+
+namespace {
+
+// Kinds whose finding is a message that the missing-message audit looked
+// up and found missing ("missing-...") or without text ("empty-...").
+bool IsMessageLookup(const Finding& finding) {
+  return finding.audit == "missing-messages" && !finding.message_name.empty() &&
+         !finding.language.empty() &&
+         (finding.kind.starts_with("missing-") || finding.kind.starts_with("empty-"));
+}
+
+ordered_json StringOrNull(const std::string& text) {
+  return text.empty() ? ordered_json(nullptr) : ordered_json(text);
+}
+
+// Percentage of present messages, one decimal; 100 when none is required.
+double Percent(long present, long required) {
+  if (required == 0) return 100.0;
+  return std::round(1000.0 * static_cast<double>(present) / static_cast<double>(required)) / 10.0;
+}
+
+}  // namespace
+
+std::string FindingLevel(const std::string& kind) {
+  static const std::map<std::string, std::string> kLevels = {
+      {"self-included-condition", "warning"},
+      {"textdata-named-like-field", "note"},
+      {"input-without-validator", "warning"},
+      {"repeated-message", "note"},
+      {"unused-message", "note"},
+      {"include-not-found", "warning"},
+      {"no-such-action", "note"},
+      {"missing-column-hint", "warning"},
+  };
+  auto it = kLevels.find(kind);
+  return it == kLevels.end() ? "error" : it->second;
+}
+
+void FindingsRecorder::SetRun(const std::string& manager, const std::string& mode,
+                              const std::vector<std::string>& arguments) {
+  manager_ = manager;
+  mode_ = mode;
+  arguments_ = arguments;
+}
+
+void FindingsRecorder::SetLanguages(const std::vector<std::string>& languages) {
+  languages_ = languages;
+}
+
+FindingsRecorder::Counts& FindingsRecorder::CountsOf(const std::string& lang,
+                                                     const std::string& object) {
+  auto& objects = counts_[lang];
+  if (objects.find(object) == objects.end()) object_order_[lang].push_back(object);
+  return objects[object];
+}
+
+void FindingsRecorder::Add(const Finding& finding) {
+  findings_.push_back(finding);
+  if (!IsMessageLookup(finding)) return;
+  Counts& counts = CountsOf(finding.language, finding.object);
+  if (finding.kind.starts_with("empty-"))
+    ++counts.empty;
+  else
+    ++counts.missing;
+}
+
+void FindingsRecorder::AddProblem(const InputProblem& problem) { problems_.push_back(problem); }
+
+void FindingsRecorder::Present(const std::string& lang, const std::string& object) {
+  ++CountsOf(lang, object).present;
+}
+
+void FindingsRecorder::Clear() { *this = FindingsRecorder(); }
+
+std::string FindingsRecorder::ToJson() const {
+  ordered_json doc;
+  doc["schema"] = "msglint-findings";
+  doc["version"] = kFindingsSchemaVersion;
+
+  ordered_json run;
+  run["manager"] = manager_;
+  run["mode"] = mode_ == "-s" ? "short" : "full";
+  run["arguments"] = arguments_;
+  run["languages"] = languages_;
+  doc["run"] = run;
+
+  ordered_json problems = ordered_json::array();
+  for (const InputProblem& problem : problems_) {
+    ordered_json item;
+    item["kind"] = problem.kind;
+    item["file"] = StringOrNull(problem.file);
+    item["line"] = problem.line > 0 ? ordered_json(problem.line) : ordered_json(nullptr);
+    item["message"] = StringOrNull(problem.message);
+    item["language"] = StringOrNull(problem.language);
+    problems.push_back(item);
+  }
+
+  // Every audited language has its statistics, also one that needed nothing.
+  ordered_json statistics = ordered_json::array();
+  std::vector<std::string> langs = languages_;
+  for (const auto& [lang, objects] : counts_)
+    if (std::find(langs.begin(), langs.end(), lang) == langs.end()) langs.push_back(lang);
+  for (const std::string& lang : langs) {
+    ordered_json entry;
+    entry["language"] = lang;
+    Counts total;
+    ordered_json per_object = ordered_json::array();
+    auto found = counts_.find(lang);
+    if (found != counts_.end()) {
+      for (const std::string& object : object_order_.at(lang)) {
+        const Counts& c = found->second.at(object);
+        total.present += c.present;
+        total.missing += c.missing;
+        total.empty += c.empty;
+        const long required = c.present + c.missing + c.empty;
+        ordered_json item;
+        item["object"] = object;
+        item["required"] = required;
+        item["present"] = c.present;
+        item["missing"] = c.missing;
+        item["empty"] = c.empty;
+        item["percent"] = Percent(c.present, required);
+        per_object.push_back(item);
+      }
+    }
+    const long required = total.present + total.missing + total.empty;
+    entry["required"] = required;
+    entry["present"] = total.present;
+    entry["missing"] = total.missing;
+    entry["empty"] = total.empty;
+    entry["percent"] = Percent(total.present, required);
+    entry["objects"] = per_object;
+    statistics.push_back(entry);
+  }
+  doc["statistics"] = statistics;
+
+  ordered_json findings = ordered_json::array();
+  long id = 0;
+  for (const Finding& f : findings_) {
+    ordered_json item;
+    item["id"] = ++id;
+    item["kind"] = f.kind;
+    item["level"] = FindingLevel(f.kind);
+    item["audit"] = f.audit;
+    item["manager"] = manager_;
+    item["object"] = StringOrNull(f.object);
+    if (f.element_type.empty()) {
+      item["element"] = nullptr;
+    } else {
+      ordered_json element;
+      element["type"] = f.element_type;
+      element["name"] = f.element;
+      item["element"] = element;
+    }
+    item["language"] = StringOrNull(f.language);
+    item["result_bit"] = f.result_bit ? ordered_json(f.result_bit) : ordered_json(nullptr);
+    if (f.message_name.empty()) {
+      item["message"] = nullptr;
+    } else {
+      ordered_json message;
+      message["name"] = f.message_name;
+      message["section"] = StringOrNull(f.section);
+      message["file"] = f.language.empty() ? ordered_json(nullptr)
+                                           : ordered_json(MessageFile(manager_, f.language));
+      message["add"] = f.kind.starts_with("missing-") || f.kind.starts_with("empty-")
+                           ? ordered_json("<msg name=\"" + f.message_name + "\"></msg>")
+                           : ordered_json(nullptr);
+      item["message"] = message;
+    }
+    if (f.file.empty()) {
+      item["location"] = nullptr;
+    } else {
+      ordered_json location;
+      location["file"] = f.file;
+      location["line"] = f.line > 0 ? ordered_json(f.line) : ordered_json(nullptr);
+      item["location"] = location;
+    }
+    item["report"] = f.report;
+    item["audit_line"] = StringOrNull(f.audit_line);
+    bool caused = false;
+    for (const InputProblem& p : problems_)
+      if (p.language.empty() || p.language == f.language) caused = true;
+    item["input_problem"] = caused;
+    findings.push_back(item);
+  }
+  doc["findings"] = findings;
+  doc["input_problems"] = problems;
+  return doc.dump(2) + "\n";
+}
+
+bool FindingsRecorder::Write(const std::string& work_dir) const {
+  const std::string var = work_dir + "/var";
+  const std::string dir = var + "/msglint";
+  const std::string path = dir + "/findings.json";
+  std::string why;
+  if (pnl_file::IsLink(var) || pnl_file::IsLink(dir) || pnl_file::IsLink(path))
+    why = "refusing a symbolic link";
+  else if (!pnl_file::MakeDirs(dir))
+    why = "cannot create var/msglint";
+  else if (!pnl_file::WriteFile(path, ToJson()))
+    why = std::strerror(errno);
+  if (why.empty()) return true;
+  std::cerr << "msglint: cannot write var/msglint/findings.json: " << why << std::endl;
+  return false;
+}
+
+FindingsRecorder& Findings() {
+  static FindingsRecorder* recorder = new FindingsRecorder();  // lives as long as the process
+  return *recorder;
+}
+
+// ---- Source lines ---------------------------------------------------------
+
+struct SourceLines::File {
+  pnl_xml::Xml doc;
+};
+
+const SourceLines::File& SourceLines::Load(const std::string& rel) {
+  std::shared_ptr<File>& file = files_[rel];
+  if (file) return *file;
+  file = std::make_shared<File>();
+  std::string text;
+  const std::string path = work_dir_ + "/" + rel;
+  if (pnl_file::ReadFile(path, text) && pnl_xml::CheckWellFormed(text, path, nullptr))
+    file->doc.LoadFromString(text, path);
+  return *file;
+}
+
+namespace {
+
+// The first element child of `parent` called `name` whose attribute "name"
+// is `value`; with `last`, the last one.
+pnl_xml::XmlNode ChildNamed(const pnl_xml::XmlNode& parent, const std::string& name,
+                            const std::string& value, bool last) {
+  pnl_xml::XmlNode found;
+  for (pnl_xml::XmlNode child = parent.FirstChild(); child; child = child.Next()) {
+    if (child.Name() != name || child.GetProp("name") != value) continue;
+    found = child;
+    if (!last) break;
+  }
+  return found;
+}
+
+}  // namespace
+
+long SourceLines::Message(const std::string& manager, const std::string& lang,
+                          const std::string& section, const std::string& name) {
+  const File& file = Load(MessageFile(manager, lang));
+  pnl_xml::XmlNode lang_node = ChildNamed(file.doc.GetRoot(), "lang", lang, false);
+  pnl_xml::XmlNode section_node = ChildNamed(lang_node, "messages", section, false);
+  if (name.empty()) return section_node.Line();
+  return ChildNamed(section_node, "msg", name, false).Line();
+}
+
+long SourceLines::Column(const std::string& manager, const std::string& list,
+                         const std::string& column) {
+  const File& file = Load(DescriptionFile(manager));
+  pnl_xml::XmlNode metadata = ChildNamed(file.doc.GetRoot(), "metadata", list, true);
+  pnl_xml::XmlNode coldata = metadata.FindNode("coldata");
+  return ChildNamed(coldata, "col", column, false).Line();
+}
+
+std::string DescriptionFile(const std::string& manager) { return "etc/xml/" + manager + ".xml"; }
+
+std::string MessageFile(const std::string& manager, const std::string& lang) {
+  return "etc/xml/" + manager + "_msg_" + lang + ".xml";
+}
+
+// ---- Input problems -------------------------------------------------------
+
+namespace {
+
+// Records why the file `rel` cannot serve, if it cannot; true when it can.
+bool CheckFile(FindingsRecorder& recorder, const std::string& work_dir, const std::string& rel,
+               const std::string& lang) {
+  const std::string path = work_dir + "/" + rel;
+  InputProblem problem;
+  problem.file = rel;
+  problem.language = lang;
+  std::string text;
+  if (!pnl_file::ReadFile(path, text)) {
+    const int error = errno;
+    problem.kind = pnl_file::Exists(path) ? "unreadable-file" : "missing-file";
+    problem.message = std::strerror(error);
+    recorder.AddProblem(problem);
+    return false;
+  }
+  pnl_xml::ParseProblem parse;
+  if (!pnl_xml::CheckWellFormed(text, path, &parse)) {
+    problem.kind = "malformed-file";
+    problem.line = parse.line;
+    problem.message = parse.message;
+    recorder.AddProblem(problem);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void RecordInputProblems(FindingsRecorder& recorder, const std::string& work_dir,
+                         const std::string& manager, const std::vector<std::string>& given,
+                         const std::vector<std::string>& kept) {
+  CheckFile(recorder, work_dir, DescriptionFile(manager), "");
+
+  // The run's walk over the languages, again: a language whose file is
+  // missing is dropped, and the one that moves into its place is kept
+  // without its file being looked at.
+  std::vector<std::string> langs = given;
+  std::vector<std::string> unexamined;
+  for (std::vector<std::string>::size_type pos = 0; pos < langs.size(); ++pos) {
+    if (!pnl_file::Exists(work_dir + "/" + MessageFile(manager, langs[pos]))) {
+      InputProblem dropped;
+      dropped.kind = "dropped-language";
+      dropped.file = MessageFile(manager, langs[pos]);
+      dropped.language = langs[pos];
+      dropped.message = "no message file: the language is not audited";
+      recorder.AddProblem(dropped);
+      langs.erase(langs.begin() + pos);
+      if (pos < langs.size()) unexamined.push_back(langs[pos]);
+    }
+  }
+  for (const std::string& lang : kept) {
+    const bool looked_at = std::find(unexamined.begin(), unexamined.end(), lang) == unexamined.end();
+    const std::string rel = MessageFile(manager, lang);
+    if (!looked_at && !pnl_file::Exists(work_dir + "/" + rel)) {
+      InputProblem problem;
+      problem.kind = "language-not-checked";
+      problem.file = rel;
+      problem.language = lang;
+      problem.message = "kept after a dropped language without its message file being looked at";
+      recorder.AddProblem(problem);
+      continue;
+    }
+    CheckFile(recorder, work_dir, rel, lang);
+  }
+}

@@ -1,0 +1,135 @@
+// The findings record of a run: every finding that the audits report, the
+// problems met in the run's input, and per-language counts of the messages
+// that the missing-message audit looked up. The audits hand each finding to
+// the recorder beside the place where they report it; at the end of the run
+// the record becomes the JSON document var/msglint/findings.json, which
+// sbin/msglint-report reads (its manual page describes the document).
+//
+// The recorder only collects: it never prints, and nothing that the run
+// prints or returns depends on it.
+#ifndef TESTUTILS_FINDINGS_H_
+#define TESTUTILS_FINDINGS_H_
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+// Version of the findings document; raised when a field changes meaning or
+// goes away (new fields keep it).
+constexpr int kFindingsSchemaVersion = 1;
+
+// One finding. Empty strings and zero numbers are written as null.
+struct Finding {
+  std::string kind;          // "missing-hint", "wrong-text-color", ...
+  std::string audit;         // "missing-messages", "unused", ...
+  std::string object;        // form, list or message section
+  std::string element_type;  // "field", "column", "button", "menu-item", ...
+  std::string element;       // its name
+  std::string language;
+  int result_bit = 0;        // the bit of the run's status that it sets
+  std::string message_name;  // the message that is missing or at fault
+  std::string section;       // the messages section where it belongs
+  std::string file;          // description file of the element (relative)
+  long line = 0;             // libxml2's line of the element in `file`
+  std::string report;        // the lines it printed on standard output
+  std::string audit_line;    // its line in var/test_msgs
+  bool message_file = false; // the message belongs in the message file
+};
+
+// A problem of the run's input: a file missing, unreadable or malformed, a
+// language dropped or taken unexamined, a failed panel query or command.
+struct InputProblem {
+  std::string kind;      // "missing-file", "malformed-file", ...
+  std::string file;      // relative to the installation, or ""
+  long line = 0;
+  std::string message;   // the parser's or the system's message
+  std::string language;  // the language it concerns, or "" for all
+};
+
+// The severity of a kind of finding: "error", "warning" or "note".
+std::string FindingLevel(const std::string& kind);
+
+class FindingsRecorder {
+ public:
+  // The run: manager, mode ("-s" or "-f"), the arguments after the program
+  // name as given, and the languages kept for the audits.
+  void SetRun(const std::string& manager, const std::string& mode,
+              const std::vector<std::string>& arguments);
+  void SetLanguages(const std::vector<std::string>& languages);
+
+  void Add(const Finding& finding);
+  void AddProblem(const InputProblem& problem);
+  // One message that the missing-message audit required of `object` in
+  // `lang` and found present with a text.
+  void Present(const std::string& lang, const std::string& object);
+
+  const std::vector<Finding>& findings() const { return findings_; }
+  const std::vector<InputProblem>& problems() const { return problems_; }
+
+  // The whole document, indented by two spaces, ending in a newline.
+  std::string ToJson() const;
+
+  // Writes ToJson() to var/msglint/findings.json under `work_dir`, never
+  // through a symbolic link; on failure one line on standard error.
+  bool Write(const std::string& work_dir) const;
+
+  // Forgets everything (tests run several audits in one process).
+  void Clear();
+
+ private:
+  struct Counts {
+    long present = 0;
+    long missing = 0;
+    long empty = 0;
+  };
+  std::string manager_;
+  std::string mode_;
+  std::vector<std::string> arguments_;
+  std::vector<std::string> languages_;
+  std::vector<Finding> findings_;
+  std::vector<InputProblem> problems_;
+  // language -> object -> counts, and the order objects were first met.
+  std::map<std::string, std::map<std::string, Counts>> counts_;
+  std::map<std::string, std::vector<std::string>> object_order_;
+  Counts& CountsOf(const std::string& lang, const std::string& object);
+};
+
+// The process-wide recorder of the run.
+FindingsRecorder& Findings();
+
+// Lines of elements in the installation's XML files, found by walking the
+// parsed file (never by a query built from names): a messages section or
+// message of etc/xml/M_msg_L.xml, a metadata element or one of its columns
+// in etc/xml/M.xml. A file that is not well-formed is never handed to the
+// parser that reports on standard error; it gives no lines.
+class SourceLines {
+ public:
+  explicit SourceLines(std::string work_dir) : work_dir_(std::move(work_dir)) {}
+
+  // Line of msg `name` of section `section` (of section itself when `name`
+  // is empty) in language `lang`'s message file of `manager`; 0 if absent.
+  long Message(const std::string& manager, const std::string& lang,
+               const std::string& section, const std::string& name);
+  // Line of column `column` of the last list `list` in etc/xml/M.xml.
+  long Column(const std::string& manager, const std::string& list, const std::string& column);
+
+ private:
+  struct File;
+  const File& Load(const std::string& rel);
+  std::string work_dir_;
+  std::map<std::string, std::shared_ptr<File>> files_;
+};
+
+// Relative paths of the installation's files.
+std::string DescriptionFile(const std::string& manager);
+std::string MessageFile(const std::string& manager, const std::string& lang);
+
+// Looks at the run's input files and records what is wrong with them: the
+// description, each kept language's message file, the languages that the
+// command line named but the run dropped, and those kept unexamined.
+void RecordInputProblems(FindingsRecorder& recorder, const std::string& work_dir,
+                         const std::string& manager, const std::vector<std::string>& given,
+                         const std::vector<std::string>& kept);
+
+#endif  // TESTUTILS_FINDINGS_H_

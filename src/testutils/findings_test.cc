@@ -1,0 +1,156 @@
+#include "testutils/findings.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "support/scratch_dir.h"
+
+namespace {
+
+using nlohmann::json;
+using testing_support::ScratchDir;
+
+Finding MissingHint() {
+  Finding f;
+  f.kind = "missing-hint";
+  f.audit = "missing-messages";
+  f.object = "user.edit";
+  f.element_type = "field";
+  f.element = "name";
+  f.language = "en";
+  f.result_bit = 2;
+  f.message_name = "hint_name";
+  f.section = "user.edit";
+  f.file = "etc/xml/m.xml";
+  f.line = 7;
+  f.report = "There is no hint ...\n";
+  f.audit_line = "HINT user.edit.name en";
+  return f;
+}
+
+TEST(FindingsRecorderTest, WritesTheWholeDocument) {
+  FindingsRecorder recorder;
+  recorder.SetRun("m", "-s", {"-s", "en", "fr"});
+  recorder.SetLanguages({"en"});
+  recorder.Present("en", "user.edit");
+  recorder.Present("en", "user.edit");
+  recorder.Present("en", "user.edit");
+  recorder.Add(MissingHint());
+  InputProblem dropped;
+  dropped.kind = "dropped-language";
+  dropped.file = "etc/xml/m_msg_fr.xml";
+  dropped.language = "fr";
+  dropped.message = "no message file: the language is not audited";
+  recorder.AddProblem(dropped);
+
+  const json expected = json::parse(R"({
+    "schema": "msglint-findings", "version": 1,
+    "run": {"manager": "m", "mode": "short", "arguments": ["-s", "en", "fr"],
+            "languages": ["en"]},
+    "statistics": [
+      {"language": "en", "required": 4, "present": 3, "missing": 1, "empty": 0,
+       "percent": 75.0,
+       "objects": [{"object": "user.edit", "required": 4, "present": 3, "missing": 1,
+                    "empty": 0, "percent": 75.0}]}],
+    "findings": [
+      {"id": 1, "kind": "missing-hint", "level": "error", "audit": "missing-messages",
+       "manager": "m", "object": "user.edit", "element": {"type": "field", "name": "name"},
+       "language": "en", "result_bit": 2,
+       "message": {"name": "hint_name", "section": "user.edit", "file": "etc/xml/m_msg_en.xml",
+                   "add": "<msg name=\"hint_name\"></msg>"},
+       "location": {"file": "etc/xml/m.xml", "line": 7},
+       "report": "There is no hint ...\n", "audit_line": "HINT user.edit.name en",
+       "input_problem": false}],
+    "input_problems": [
+      {"kind": "dropped-language", "file": "etc/xml/m_msg_fr.xml", "line": null,
+       "message": "no message file: the language is not audited", "language": "fr"}]
+  })");
+  EXPECT_EQ(expected, json::parse(recorder.ToJson()));
+  // The keys keep the order in which the document lists them.
+  EXPECT_EQ(0u, recorder.ToJson().find("{\n  \"schema\": \"msglint-findings\",\n  \"version\": 1,"));
+}
+
+TEST(FindingsRecorderTest, AProblemOfAllLanguagesMarksEveryFinding) {
+  FindingsRecorder recorder;
+  recorder.Add(MissingHint());
+  InputProblem problem;
+  problem.kind = "malformed-file";
+  problem.file = "etc/xml/m.xml";
+  problem.line = 3;
+  recorder.AddProblem(problem);
+  EXPECT_EQ(true, json::parse(recorder.ToJson())["findings"][0]["input_problem"]);
+}
+
+TEST(FindingsRecorderTest, WritesUnderVarAndRefusesLinks) {
+  ScratchDir dir;
+  FindingsRecorder recorder;
+  EXPECT_TRUE(recorder.Write(dir.path()));
+  EXPECT_EQ(recorder.ToJson(), dir.Read("var/msglint/findings.json"));
+
+  ScratchDir other;
+  other.MakeDir("elsewhere");
+  other.MakeDir("var");
+  other.Link(other.path() + "/elsewhere", "var/msglint");
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(recorder.Write(other.path()));
+  EXPECT_EQ("msglint: cannot write var/msglint/findings.json: refusing a symbolic link\n",
+            testing::internal::GetCapturedStderr());
+  EXPECT_EQ("", other.Read("elsewhere/findings.json"));
+}
+
+TEST(SourceLinesTest, FindsMessagesAndColumnsByWalking) {
+  ScratchDir dir;
+  dir.Write("etc/xml/m_msg_en.xml",
+            "<pnldata>\n<lang name=\"en\">\n<messages name=\"user\">\n"
+            "<msg name=\"a'b\">x</msg>\n</messages>\n</lang>\n</pnldata>\n");
+  dir.Write("etc/xml/m.xml",
+            "<pnldata>\n<metadata name=\"user\" type=\"list\">\n<coldata>\n"
+            "<col name=\"id\"/>\n</coldata>\n</metadata>\n</pnldata>\n");
+  SourceLines lines(dir.path());
+  EXPECT_EQ(4, lines.Message("m", "en", "user", "a'b"));
+  EXPECT_EQ(3, lines.Message("m", "en", "user", ""));
+  EXPECT_EQ(0, lines.Message("m", "en", "none", "x"));
+  EXPECT_EQ(4, lines.Column("m", "user", "id"));
+  EXPECT_EQ(0, lines.Column("m", "user", "other"));
+}
+
+TEST(SourceLinesTest, AMalformedFileGivesNoLinesAndNoWord) {
+  ScratchDir dir;
+  dir.Write("etc/xml/m_msg_en.xml", "<pnldata>\n<lang name=\"en\">\n");
+  SourceLines lines(dir.path());
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(0, lines.Message("m", "en", "user", "x"));
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
+}
+
+TEST(InputProblemsTest, DroppedUnexaminedMalformedAndMissing) {
+  ScratchDir dir;
+  dir.Write("etc/xml/m.xml", "<pnldata>\n<metadata>\n</pnldata>\n");
+  dir.Write("etc/xml/m_msg_en.xml", "<pnldata/>\n");
+  FindingsRecorder recorder;
+  // "fr" has no file: dropped; "de", moved into its place, is kept unexamined.
+  RecordInputProblems(recorder, dir.path(), "m", {"en", "fr", "de"}, {"en", "de"});
+  const json problems = json::parse(recorder.ToJson())["input_problems"];
+  ASSERT_EQ(3u, problems.size());
+  EXPECT_EQ("malformed-file", problems[0]["kind"]);
+  EXPECT_EQ("etc/xml/m.xml", problems[0]["file"]);
+  EXPECT_EQ(3, problems[0]["line"]);
+  EXPECT_EQ("dropped-language", problems[1]["kind"]);
+  EXPECT_EQ("fr", problems[1]["language"]);
+  EXPECT_EQ("language-not-checked", problems[2]["kind"]);
+  EXPECT_EQ("de", problems[2]["language"]);
+}
+
+TEST(InputProblemsTest, MissingDescription) {
+  ScratchDir dir;
+  dir.Write("etc/xml/m_msg_en.xml", "<pnldata/>\n");
+  FindingsRecorder recorder;
+  RecordInputProblems(recorder, dir.path(), "m", {"en"}, {"en"});
+  const json problems = json::parse(recorder.ToJson())["input_problems"];
+  ASSERT_EQ(1u, problems.size());
+  EXPECT_EQ("missing-file", problems[0]["kind"]);
+  EXPECT_EQ("etc/xml/m.xml", problems[0]["file"]);
+}
+
+}  // namespace
