@@ -1,0 +1,332 @@
+#include "report/report.h"
+
+#include <cstdio>
+#include <map>
+#include <vector>
+
+namespace report {
+
+namespace {
+
+// What each kind of finding means, for the SARIF rules and the page.
+struct KindHelp {
+  const char* kind;
+  const char* text;
+};
+
+const KindHelp kKinds[] = {
+    {"missing-title", "A form has no title message (title or title_new) in its section."},
+    {"missing-convert", "A domain input has no convert attribute; it should say convert=\"punycode\"."},
+    {"wrong-convert", "A domain input's convert attribute is not \"punycode\"."},
+    {"missing-hint", "A form field has no hint_FIELD message in the form's section."},
+    {"empty-hint", "A form field's hint_FIELD message has no text."},
+    {"missing-label", "A form field has no label: no message named like the field in the form's section."},
+    {"empty-label", "A form field's label message has no text (the report calls it an empty hint)."},
+    {"missing-checkbox-description", "A check box has no description message in the form's section."},
+    {"empty-checkbox-description", "A check box's description message has no text."},
+    {"missing-column-description", "A list column has no message named like the column in the list's section."},
+    {"missing-menu-item-description", "A main menu item has no menu_ITEM message in the desktop section."},
+    {"missing-button-short-name", "A toolbar button has no short_BUTTON message in the list's section."},
+    {"empty-button-short-name", "A toolbar button's short_BUTTON message has no text."},
+    {"missing-button-hint", "A toolbar button has no hint_BUTTON message in the list's section."},
+    {"empty-button-hint", "A toolbar button's hint_BUTTON message has no text."},
+    {"missing-background-color", "A msg column has no background setcolor rule in its coldata."},
+    {"empty-background-color", "A background setcolor rule of a column names no colour."},
+    {"wrong-background-color", "A background setcolor rule names a colour other than red, green, blue, yellow or cyan."},
+    {"missing-text-color", "A msg column has no text setcolor rule."},
+    {"empty-text-color", "A text setcolor rule of a column names no colour."},
+    {"wrong-text-color", "A text setcolor rule names a colour other than red, green, blue, yellow or cyan."},
+    {"self-included-condition", "An element repeats a condition (if) of an element that encloses it."},
+    {"textdata-named-like-field", "A field's textdata has the field's own name."},
+    {"input-without-validator", "A text input has no check attribute (validator)."},
+    {"repeated-message", "The same text is given by several messages."},
+    {"unused-message", "A message that nothing in its form or list uses."},
+    {"include-not-found", "An include names a section that does not exist in this language."},
+    {"no-such-action", "A message section is named after no action of the manager."},
+    {"missing-column-hint", "A list column has no hint_COLUMN message in the list's section."},
+};
+
+std::string HelpOf(const std::string& kind) {
+  for (const KindHelp& k : kKinds)
+    if (kind == k.kind) return k.text;
+  return "A finding of msglint.";
+}
+
+// The member `key` of `object`; null when there is none.
+const Json& At(const Json& object, const char* key) {
+  static const Json kNull;
+  if (!object.is_object()) return kNull;
+  auto it = object.find(key);
+  return it == object.end() ? kNull : *it;
+}
+
+std::string Str(const Json& value) { return value.is_string() ? value.get<std::string>() : ""; }
+
+long Num(const Json& value) { return value.is_number() ? value.get<long>() : 0; }
+
+std::string Percent(const Json& value) {
+  char text[32];
+  snprintf(text, sizeof text, "%.1f", value.is_number() ? value.get<double>() : 0.0);
+  return text;
+}
+
+// The finding's text without its trailing newline.
+std::string ReportText(const Json& finding) {
+  std::string text = Str(At(finding, "report"));
+  while (!text.empty() && text.back() == '\n') text.pop_back();
+  return text.empty() ? Str(At(finding, "kind")) : text;
+}
+
+// What identifies a finding whatever the line numbers.
+std::string Fingerprint(const Json& doc, const Json& f) {
+  std::string element;
+  if (At(f, "element").is_object()) element = Str(At(At(f, "element"), "type")) + ":" + Str(At(At(f, "element"), "name"));
+  std::string message;
+  if (At(f, "message").is_object()) message = Str(At(At(f, "message"), "name"));
+  return Str(At(f, "kind")) + "|" + Str(At(At(doc, "run"), "manager")) + "|" + Str(At(f, "object")) + "|" +
+         element + "|" + message + "|" + Str(At(f, "language"));
+}
+
+Json PhysicalLocation(const std::string& file, long line) {
+  Json physical;
+  physical["artifactLocation"]["uri"] = file;
+  if (line > 0) physical["region"]["startLine"] = line;
+  Json location;
+  location["physicalLocation"] = physical;
+  return location;
+}
+
+std::string Escape(const std::string& text) {
+  std::string out;
+  for (char c : text) {
+    switch (c) {
+      case '&': out += "&amp;"; break;
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      case '"': out += "&quot;"; break;
+      default: out += c;
+    }
+  }
+  return out;
+}
+
+std::string Where(const Json& location) {
+  if (!location.is_object()) return "";
+  std::string text = Str(At(location, "file"));
+  if (Num(At(location, "line")) > 0) text += ":" + std::to_string(Num(At(location, "line")));
+  return text;
+}
+
+}  // namespace
+
+bool IsFindingsDocument(const Json& doc, std::string& why) {
+  if (!doc.is_object() || Str(At(doc, "schema")) != "msglint-findings") {
+    why = "not a findings document of msglint";
+    return false;
+  }
+  if (!At(doc, "version").is_number() || At(doc, "version").get<int>() != 1) {
+    why = "findings document of an unknown version";
+    return false;
+  }
+  if (!At(doc, "findings").is_array() || !At(doc, "statistics").is_array() ||
+      !At(doc, "input_problems").is_array() || !At(doc, "run").is_object()) {
+    why = "findings document without its findings, statistics, input problems or run";
+    return false;
+  }
+  return true;
+}
+
+int LevelRank(const std::string& level) {
+  if (level == "note") return 1;
+  if (level == "warning") return 2;
+  if (level == "error") return 3;
+  return 0;
+}
+
+Json ToSarif(const Json& doc) {
+  Json rules = Json::array();
+  std::map<std::string, int> rule_index;
+  for (const Json& f : At(doc, "findings")) {
+    const std::string kind = Str(At(f, "kind"));
+    if (rule_index.count(kind)) continue;
+    rule_index[kind] = static_cast<int>(rules.size());
+    Json rule;
+    rule["id"] = kind;
+    rule["shortDescription"]["text"] = HelpOf(kind);
+    rule["help"]["text"] = HelpOf(kind);
+    rule["defaultConfiguration"]["level"] = Str(At(f, "level"));
+    rules.push_back(rule);
+  }
+
+  Json results = Json::array();
+  for (const Json& f : At(doc, "findings")) {
+    Json result;
+    const std::string kind = Str(At(f, "kind"));
+    result["ruleId"] = kind;
+    result["ruleIndex"] = rule_index[kind];
+    result["level"] = Str(At(f, "level"));
+    std::string text = ReportText(f);
+    if (At(f, "message").is_object() && At(At(f, "message"), "add").is_string())
+      text += "\nAdd " + Str(At(At(f, "message"), "add")) + " to section " +
+              Str(At(At(f, "message"), "section")) + " of " + Str(At(At(f, "message"), "file")) + ".";
+    result["message"]["text"] = text;
+    Json locations = Json::array();
+    if (At(f, "location").is_object())
+      locations.push_back(PhysicalLocation(Str(At(At(f, "location"), "file")), Num(At(At(f, "location"), "line"))));
+    if (!locations.empty()) result["locations"] = locations;
+    if (At(f, "message").is_object() && At(At(f, "message"), "file").is_string() &&
+        (!At(f, "location").is_object() || Str(At(At(f, "location"), "file")) != Str(At(At(f, "message"), "file")))) {
+      Json related = PhysicalLocation(Str(At(At(f, "message"), "file")), 0);
+      related["id"] = 1;
+      related["message"]["text"] = "The message " + Str(At(At(f, "message"), "name")) +
+                                   " belongs in section " + Str(At(At(f, "message"), "section")) + ".";
+      result["relatedLocations"] = Json::array({related});
+    }
+    result["partialFingerprints"]["msglintFinding/v1"] = Fingerprint(doc, f);
+    Json properties;
+    properties["manager"] = At(At(doc, "run"), "manager");
+    properties["object"] = At(f, "object");
+    properties["element"] = At(f, "element");
+    properties["language"] = At(f, "language");
+    properties["resultBit"] = At(f, "result_bit");
+    properties["inputProblem"] = At(f, "input_problem");
+    result["properties"] = properties;
+    results.push_back(result);
+  }
+
+  Json notifications = Json::array();
+  for (const Json& p : At(doc, "input_problems")) {
+    Json n;
+    n["level"] = "error";
+    std::string text = Str(At(p, "kind"));
+    if (At(p, "language").is_string()) text += " (" + Str(At(p, "language")) + ")";
+    if (At(p, "message").is_string()) text += ": " + Str(At(p, "message"));
+    n["message"]["text"] = text;
+    if (At(p, "file").is_string()) n["locations"] = Json::array({PhysicalLocation(Str(At(p, "file")), Num(At(p, "line")))});
+    notifications.push_back(n);
+  }
+
+  Json run;
+  run["tool"]["driver"]["name"] = "msglint";
+  run["tool"]["driver"]["rules"] = rules;
+  Json invocation;
+  invocation["executionSuccessful"] = At(doc, "input_problems").empty();
+  Json arguments = Json::array({Str(At(At(doc, "run"), "manager"))});
+  for (const Json& a : At(At(doc, "run"), "arguments")) arguments.push_back(a);
+  invocation["arguments"] = arguments;
+  invocation["toolExecutionNotifications"] = notifications;
+  run["invocations"] = Json::array({invocation});
+  run["results"] = results;
+
+  Json sarif;
+  sarif["$schema"] = "https://json.schemastore.org/sarif-2.1.0.json";
+  sarif["version"] = "2.1.0";
+  sarif["runs"] = Json::array({run});
+  return sarif;
+}
+
+bool Check(const Json& doc, const std::string& fail_on, std::string& out) {
+  for (const Json& s : At(doc, "statistics")) {
+    out += Str(At(s, "language")) + ": " + std::to_string(Num(At(s, "required"))) + " required, " +
+           std::to_string(Num(At(s, "present"))) + " present, " + std::to_string(Num(At(s, "missing"))) +
+           " missing, " + std::to_string(Num(At(s, "empty"))) + " empty (" + Percent(At(s, "percent")) +
+           "%)\n";
+  }
+  for (const Json& p : At(doc, "input_problems")) {
+    out += "input problem: " + Str(At(p, "kind"));
+    if (At(p, "file").is_string()) {
+      out += " " + Str(At(p, "file"));
+      if (Num(At(p, "line")) > 0) out += ":" + std::to_string(Num(At(p, "line")));
+    }
+    if (At(p, "language").is_string()) out += " [" + Str(At(p, "language")) + "]";
+    if (At(p, "message").is_string()) out += ": " + Str(At(p, "message"));
+    out += "\n";
+  }
+  const int threshold = LevelRank(fail_on);
+  long failing = 0;
+  for (const Json& f : At(doc, "findings"))
+    if (LevelRank(Str(At(f, "level"))) >= threshold) ++failing;
+  out += std::to_string(failing) + " findings at or above " + fail_on + "\n";
+  return failing == 0 && At(doc, "input_problems").empty();
+}
+
+std::string ToHtml(const Json& doc) {
+  const std::string manager = Str(At(At(doc, "run"), "manager"));
+  std::string h;
+  h += "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n";
+  h += "<title>msglint findings: " + Escape(manager) + "</title>\n";
+  h += "<style>\n"
+       "body{font-family:sans-serif;margin:2em;color:#222}\n"
+       "table{border-collapse:collapse;margin-bottom:1.5em}\n"
+       "td,th{border:1px solid #ccc;padding:.25em .5em;text-align:left;vertical-align:top}\n"
+       ".bar{width:20em;height:1em;background:#e33;display:inline-block}\n"
+       ".bar span{display:block;height:100%;background:#3a3}\n"
+       ".error{color:#b00}.warning{color:#a60}.note{color:#666}\n"
+       "code{background:#f3f3f3}\n"
+       "</style>\n</head>\n<body>\n";
+  h += "<h1>msglint findings: " + Escape(manager) + "</h1>\n";
+  std::string args;
+  for (const Json& a : At(At(doc, "run"), "arguments")) args += " " + Str(a);
+  h += "<p>Run: <code>sbin/msglint " + Escape(manager + args) + "</code></p>\n";
+
+  h += "<h2>Coverage</h2>\n<table id=\"coverage\">\n<tr><th>language</th><th>coverage</th>"
+       "<th>percent</th><th>required</th><th>present</th><th>missing</th><th>empty</th></tr>\n";
+  for (const Json& s : At(doc, "statistics")) {
+    const std::string percent = Percent(At(s, "percent"));
+    h += "<tr><td>" + Escape(Str(At(s, "language"))) + "</td><td><div class=\"bar\"><span style=\"width:" +
+         percent + "%\"></span></div></td><td>" + percent + "%</td><td>" +
+         std::to_string(Num(At(s, "required"))) + "</td><td>" + std::to_string(Num(At(s, "present"))) +
+         "</td><td>" + std::to_string(Num(At(s, "missing"))) + "</td><td>" +
+         std::to_string(Num(At(s, "empty"))) + "</td></tr>\n";
+  }
+  h += "</table>\n";
+
+  if (!At(doc, "input_problems").empty()) {
+    h += "<h2>Input problems</h2>\n<ul id=\"problems\">\n";
+    for (const Json& p : At(doc, "input_problems")) {
+      std::string line = Str(At(p, "kind"));
+      if (At(p, "file").is_string())
+        line += " " + Str(At(p, "file")) + (Num(At(p, "line")) > 0 ? ":" + std::to_string(Num(At(p, "line"))) : "");
+      if (At(p, "language").is_string()) line += " [" + Str(At(p, "language")) + "]";
+      if (At(p, "message").is_string()) line += ": " + Str(At(p, "message"));
+      h += "<li class=\"error\">" + Escape(line) + "</li>\n";
+    }
+    h += "</ul>\n";
+  }
+
+  // Objects in the order of their first finding.
+  std::vector<std::string> objects;
+  std::map<std::string, std::vector<const Json*>> by_object;
+  for (const Json& f : At(doc, "findings")) {
+    const std::string object = At(f, "object").is_string() ? Str(At(f, "object")) : "(whole manager)";
+    if (!by_object.count(object)) objects.push_back(object);
+    by_object[object].push_back(&f);
+  }
+  h += "<h2>Findings</h2>\n";
+  if (objects.empty()) h += "<p>No findings.</p>\n";
+  for (const std::string& object : objects) {
+    h += "<h3>" + Escape(object) + "</h3>\n<table class=\"findings\">\n"
+         "<tr><th>level</th><th>kind</th><th>element</th><th>language</th><th>location</th>"
+         "<th>what to add</th><th>report</th></tr>\n";
+    for (const Json* fp : by_object[object]) {
+      const Json& f = *fp;
+      const std::string level = Str(At(f, "level"));
+      std::string element;
+      if (At(f, "element").is_object()) element = Str(At(At(f, "element"), "type")) + " " + Str(At(At(f, "element"), "name"));
+      std::string add;
+      if (At(f, "message").is_object() && At(At(f, "message"), "add").is_string())
+        add = "<code>" + Escape(Str(At(At(f, "message"), "add"))) + "</code> in section <code>" +
+              Escape(Str(At(At(f, "message"), "section"))) + "</code> of <code>" +
+              Escape(Str(At(At(f, "message"), "file"))) + "</code>";
+      h += "<tr><td class=\"" + Escape(level) + "\">" + Escape(level) + "</td><td>" +
+           Escape(Str(At(f, "kind"))) + "</td><td>" + Escape(element) + "</td><td>" +
+           Escape(Str(At(f, "language"))) + "</td><td>" + Escape(Where(At(f, "location"))) + "</td><td>" +
+           add + "</td><td>" + Escape(ReportText(f)) + "</td></tr>\n";
+    }
+    h += "</table>\n";
+  }
+  h += "</body>\n</html>\n";
+  return h;
+}
+
+}  // namespace report

@@ -1,0 +1,35 @@
+// The outputs of sbin/msglint-report, made from a findings document (the
+// var/msglint/findings.json that a run of msglint writes): a SARIF 2.1.0
+// log, one self-contained HTML page, and the check that CI runs.
+#ifndef REPORT_REPORT_H_
+#define REPORT_REPORT_H_
+
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace report {
+
+using Json = nlohmann::ordered_json;
+
+// True when `doc` looks like a findings document this program knows
+// (schema "msglint-findings", version 1); else `why` says what is wrong.
+bool IsFindingsDocument(const Json& doc, std::string& why);
+
+// The SARIF 2.1.0 log of the findings.
+Json ToSarif(const Json& doc);
+
+// The HTML page of the findings.
+std::string ToHtml(const Json& doc);
+
+// The rank of a level: note 1, warning 2, error 3; 0 for anything else.
+int LevelRank(const std::string& level);
+
+// The check's lines (one per language, one per input problem, a count of
+// the findings at or above `fail_on`) in `out`; true when it passes: no
+// input problem and no such finding.
+bool Check(const Json& doc, const std::string& fail_on, std::string& out);
+
+}  // namespace report
+
+#endif  // REPORT_REPORT_H_
