@@ -36,7 +36,12 @@
 //                        output is empty show with it that the run got as
 //                        far as the audit);
 //   expected_unchanged   optional: path patterns, one per line, that must
-//                        not change although a run may change them.
+//                        not change although a run may change them;
+//   expected_findings    optional: the findings file var/msglint/findings.json,
+//                        compared whole as JSON;
+//   expected_check       optional: the standard output of
+//                        "sbin/msglint-report --check" run after the audit,
+//                        whose status is in expected_check_status.
 //
 // Before and after the run every entry under the installation, under OUTSIDE
 // (listed as "OUTSIDE/...") and beside them in the scratch directory (listed
@@ -79,6 +84,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "support/scratch_dir.h"
 #include "version/version.h"
@@ -240,7 +246,7 @@ RunResult RunProgram(const std::string& program, const std::vector<std::string>&
 void LinkInstalledProgramsInto(const std::string& dir) {
   const fs::path prefix(kPrefix);
   for (const char* program : {"bin/kern", "sbin/pnlctl", "sbin/msglint",
-                              "lib/modules/msglint.so"}) {
+                              "sbin/msglint-report", "lib/modules/msglint.so"}) {
     fs::create_directories((fs::path(dir) / program).parent_path());
     fs::create_symlink(prefix / program, fs::path(dir) / program);
   }
@@ -509,6 +515,18 @@ TEST_P(E2eCase, GivesExpectedOutput) {
     for (const std::string& line : Lines(ReadFile(dir / "expected_log_contains")))
       EXPECT_NE(std::string::npos, log.find(line))
           << "the log has no \"" << line << "\"; it is:\n" << log;
+  }
+  if (fs::exists(dir / "expected_findings")) {
+    const std::string written = ReadFile(fs::path(install) / "var/msglint/findings.json");
+    ASSERT_TRUE(nlohmann::json::accept(written)) << written;
+    EXPECT_EQ(nlohmann::json::parse(ReadFile(dir / "expected_findings")),
+              nlohmann::json::parse(written));
+  }
+  if (fs::exists(dir / "expected_check")) {
+    RunResult check = RunProgram("sbin/msglint-report", {"--check"});
+    EXPECT_EQ(ReadFile(dir / "expected_check"), check.out) << check.err;
+    EXPECT_EQ("", check.err);
+    EXPECT_EQ(std::stoi(ReadFile(dir / "expected_check_status")), check.status);
   }
   const std::vector<std::string> forbidden = ForbiddenChanges(
       before, after, AllowedPatterns(args.empty() ? "" : args[0], !args.empty()),
