@@ -6,7 +6,9 @@
 # copies the example's XML files in, adds the manager link bin/mailpnl -> kern
 # and runs "sbin/msglint mailpnl -f en ru" there. The run pauses 10 seconds
 # while the panel restarts. Prints the report, then the audit file
-# var/test_msgs, then the exit status.
+# var/test_msgs, then the exit status; then the check of the findings file
+# (sbin/msglint-report --check) and writes its HTML page to
+# build/mailpnl-findings.html.
 set -euo pipefail
 
 root="$(cd "$(dirname "$0")/.." && pwd)"
@@ -43,3 +45,9 @@ echo "== var/test_msgs"
 cat var/test_msgs 2>/dev/null || echo "(no audit file)"
 echo
 echo "== exit status: $status"
+echo
+echo "== sbin/msglint-report --check"
+sbin/msglint-report --check || true
+sbin/msglint-report --format html > "$build/mailpnl-findings.html"
+echo
+echo "== the findings page: $build/mailpnl-findings.html"

@@ -78,6 +78,10 @@ int run_command(const std::vector<std::string>& argv, bool must_succeed) {
   if (msglint_private::told_programs().insert(argv.empty() ? std::string() : argv[0]).second) {
     std::cerr << "msglint: command " << what << ": " << line << ": " << command.Error();
     std::cerr << " (later failures of this program are only logged)" << std::endl;
+    InputProblem problem;
+    problem.kind = "command-failed";
+    problem.message = std::string("command ") + what + ": " + line + ": " + command.Error();
+    Findings().AddProblem(problem);
   }
   return status;
 }
