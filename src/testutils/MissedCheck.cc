@@ -209,6 +209,11 @@ int MissedCheck::check() {
   if (!out_file) {
     printf("Can't open out file for log.\n");
     fflush(stdout);
+    InputProblem problem;
+    problem.kind = "audit-file-not-opened";
+    problem.file = "var/test_msgs";
+    problem.message = "the missing-message audit did not run";
+    Findings().AddProblem(problem);
     return -1;
   }
 
