@@ -6,12 +6,13 @@
 # managers' etc/ and var/), so the package keeps that tree whole under
 # /usr/lib/msglint and puts only what the system looks for elsewhere on the
 # system's paths: the manual pages under /usr/share/man and a link
-# /usr/bin/msglint to the launcher. An installation to audit is laid over it
+# /usr/bin/msglint to the launcher (and /usr/bin/msglint-report to the report
+# tool). An installation to audit is laid over it
 # by linking the tree into a directory of its own (README, msglint(1)).
 #
 # The install rules name their component: "tree" (the default, everything
 # of the installation), "manual" (the manual pages) and "links" (the
-# package's own /usr/bin link, never installed by a plain cmake --install).
+# package's own /usr/bin links, never installed by a plain cmake --install).
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME msglint)
 set(CPACK_PACKAGE_CONTACT
@@ -41,6 +42,10 @@ file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/package)
 file(CREATE_LINK ../lib/msglint/sbin/msglint
   ${CMAKE_BINARY_DIR}/package/msglint SYMBOLIC)
 install(FILES ${CMAKE_BINARY_DIR}/package/msglint DESTINATION bin
+  COMPONENT links EXCLUDE_FROM_ALL)
+file(CREATE_LINK ../lib/msglint/sbin/msglint-report
+  ${CMAKE_BINARY_DIR}/package/msglint-report SYMBOLIC)
+install(FILES ${CMAKE_BINARY_DIR}/package/msglint-report DESTINATION bin
   COMPONENT links EXCLUDE_FROM_ALL)
 
 include(CPack)

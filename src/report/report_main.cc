@@ -5,6 +5,7 @@
 
 #include "pnl/file.h"
 #include "report/report.h"
+#include "version/version.h"
 
 namespace {
 
@@ -18,6 +19,17 @@ int Usage() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 && std::string(argv[1]) == "--help") {
+    std::cout << "usage: msglint-report [--format json|sarif|html] [findings.json]\n"
+                 "       msglint-report --check [--fail-on error|warning|note] [findings.json]\n"
+                 "Reads the findings file of an msglint run (var/msglint/findings.json of the\n"
+                 "installation that is the current directory). Manual: man msglint-report.\n";
+    return 0;
+  }
+  if (argc == 2 && std::string(argv[1]) == "--version") {
+    std::cout << "msglint-report (msglint) " << MSGLINT_VERSION << "\n";
+    return 0;
+  }
   std::string format = "json";
   std::string fail_on = "error";
   bool check = false;
