@@ -295,31 +295,47 @@ bool WriteAll(int fd, const std::string& text) {
   return true;
 }
 
-}  // namespace
-
-bool ReplaceFile(const std::string& path, const std::string& text,
+// What stands at `path`, and whether a file may be put there; false with
+// `error` set when not.
+bool Replaceable(const std::string& path, struct stat* st, bool* exists,
                  std::string* error) {
   error->clear();
-  struct stat st;
-  bool exists = lstat(path.c_str(), &st) == 0;
-  if (!exists && errno != ENOENT) {
+  *exists = lstat(path.c_str(), st) == 0;
+  if (!*exists && errno != ENOENT) {
     *error = strerror(errno);
     return false;
   }
-  if (exists && S_ISLNK(st.st_mode)) {
+  if (*exists && S_ISLNK(st->st_mode)) {
     *error = "is a symbolic link";
     return false;
   }
-  if (exists && !S_ISREG(st.st_mode)) {
+  if (*exists && !S_ISREG(st->st_mode)) {
     *error = "is not a regular file";
     return false;
   }
   // Renaming over a read-only file would succeed; its mode says it must
   // not change (also for root, whom access() lets through).
-  if (exists && ((st.st_mode & 0222) == 0 || access(path.c_str(), W_OK) != 0)) {
+  if (*exists &&
+      ((st->st_mode & 0222) == 0 || access(path.c_str(), W_OK) != 0)) {
     *error = "is read-only";
     return false;
   }
+  return true;
+}
+
+}  // namespace
+
+bool CanReplace(const std::string& path, std::string* error) {
+  struct stat st;
+  bool exists;
+  return Replaceable(path, &st, &exists, error);
+}
+
+bool ReplaceFile(const std::string& path, const std::string& text,
+                 std::string* error) {
+  struct stat st;
+  bool exists;
+  if (!Replaceable(path, &st, &exists, error)) return false;
   mode_t mode;
   if (exists) {
     mode = st.st_mode & 07777;

@@ -74,6 +74,9 @@ bool MakeDirs(const std::string& path);
 // ...); the temporary file is removed then.
 bool ReplaceFile(const std::string& path, const std::string& text,
                  std::string* error);
+// The checks that ReplaceFile makes before it writes anything: true when a
+// file could be replaced at `path` now, else false with `error` set.
+bool CanReplace(const std::string& path, std::string* error);
 
 // A new private directory under the system's temporary directory ($TMPDIR
 // or /tmp), removed with everything in it when the object dies. path() is

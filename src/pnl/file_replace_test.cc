@@ -74,6 +74,21 @@ TEST(ReplaceFileTest, RefusesAReadOnlyFileAndADirectory) {
   EXPECT_EQ("d f.xml", Entries(dir.path()));
 }
 
+TEST(ReplaceFileTest, CanReplaceTellsBeforehand) {
+  ScratchDir dir;
+  dir.Write("f.xml", "x");
+  dir.Write("ro.xml", "x");
+  ASSERT_EQ(0, chmod("ro.xml", 0444));
+  dir.Link("f.xml", "link.xml");
+  std::string error;
+  EXPECT_TRUE(pnl_file::CanReplace("f.xml", &error));
+  EXPECT_TRUE(pnl_file::CanReplace("new.xml", &error));
+  EXPECT_FALSE(pnl_file::CanReplace("ro.xml", &error));
+  EXPECT_EQ("is read-only", error);
+  EXPECT_FALSE(pnl_file::CanReplace("link.xml", &error));
+  EXPECT_EQ("is a symbolic link", error);
+}
+
 TEST(ReplaceFileTest, AFailedWriteLeavesTheFileAndNoTemporaryFile) {
   ScratchDir dir;
   dir.Write("f.xml", "kept");
