@@ -19,6 +19,17 @@ const char kFixUsage[] =
 namespace {
 
 const char kFindingsPath[] = "var/msglint/findings.json";
+// Every new message says that the fixer added it. The unused- and
+// repeated-message audits pass over messages with an "added" attribute:
+// without it they would report each new form hint as "field is not found"
+// (they look for a field named like the whole message) and list the new
+// empty texts as repeats, so that a new run would show new findings where
+// it should only lose the fixed ones. The missing-message audits and the
+// column-hint check look at names and texts only, and see the message.
+const char kAddedAttribute[] = "added";
+const char kAddedValue[] = "msglint-fix";
+// A text the user did not write is marked for the translator; no audit
+// reads this attribute.
 const char kTodoAttribute[] = "todo";
 const char kTodoValue[] = "translate";
 
@@ -240,6 +251,7 @@ int RunFix(const FixOptions& options, std::ostream& out, std::ostream& err) {
     for (const MissingMessage* m : wanted) {
       NewMessage message;
       message.name = m->name;
+      message.attributes.emplace_back(kAddedAttribute, kAddedValue);
       if (options.use_text) {
         message.text = options.text;
       } else {

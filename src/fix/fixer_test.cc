@@ -77,15 +77,15 @@ const char kEnFixed[] =
     "  <lang name=\"en\">\n"
     "    <messages name=\"desktop\">\n"
     "      <msg name=\"menu_order\">Orders</msg>\n"
-    "      <msg name=\"menu_stock\" todo=\"translate\"></msg>\n"
+    "      <msg name=\"menu_stock\" added=\"msglint-fix\" todo=\"translate\"></msg>\n"
     "    </messages>\n"
     "    <messages name=\"order\">\n"
     "      <msg name=\"title\">Order</msg>\n"
     "      <msg name=\"sum\">Sum</msg>\n"
-    "      <msg name=\"hint_sum\" todo=\"translate\"></msg>\n"
+    "      <msg name=\"hint_sum\" added=\"msglint-fix\" todo=\"translate\"></msg>\n"
     "    </messages>\n"
     "    <messages name=\"stock\">\n"
-    "      <msg name=\"title\" todo=\"translate\"></msg>\n"
+    "      <msg name=\"title\" added=\"msglint-fix\" todo=\"translate\"></msg>\n"
     "    </messages>\n"
     "  </lang>\n"
     "</pnldata>\n";
@@ -125,15 +125,15 @@ TEST_F(FixerTest, DryRunPrintsAUnifiedDiffAndChangesNothing) {
       "   <lang name=\"en\">\n"
       "     <messages name=\"desktop\">\n"
       "       <msg name=\"menu_order\">Orders</msg>\n"
-      "+      <msg name=\"menu_stock\" todo=\"translate\"></msg>\n"
+      "+      <msg name=\"menu_stock\" added=\"msglint-fix\" todo=\"translate\"></msg>\n"
       "     </messages>\n"
       "     <messages name=\"order\">\n"
       "       <msg name=\"title\">Order</msg>\n"
       "       <msg name=\"sum\">Sum</msg>\n"
-      "+      <msg name=\"hint_sum\" todo=\"translate\"></msg>\n"
+      "+      <msg name=\"hint_sum\" added=\"msglint-fix\" todo=\"translate\"></msg>\n"
       "+    </messages>\n"
       "+    <messages name=\"stock\">\n"
-      "+      <msg name=\"title\" todo=\"translate\"></msg>\n"
+      "+      <msg name=\"title\" added=\"msglint-fix\" todo=\"translate\"></msg>\n"
       "     </messages>\n"
       "   </lang>\n"
       " </pnldata>\n",
@@ -154,7 +154,7 @@ TEST_F(FixerTest, AddsEachMissingMessageToItsSectionAndKeepsTheOldFile) {
       "    <messages name=\"order\">\n"
       "      <msg name=\"title\">\xd0\x97\xd0\xb0\xd0\xba\xd0\xb0\xd0\xb7</msg>\n"
       "      <msg name=\"hint_sum\">\xd0\xa1\xd1\x83\xd0\xbc\xd0\xbc\xd0\xb0 &amp; \xd0\x9d\xd0\x94\xd0\xa1</msg>\n"
-      "      <msg name=\"sum\" todo=\"translate\"></msg>\n"
+      "      <msg name=\"sum\" added=\"msglint-fix\" todo=\"translate\"></msg>\n"
       "    </messages>\n"
       "  </lang>\n"
       "</pnldata>\n",
@@ -181,7 +181,7 @@ TEST_F(FixerTest, TextGivenOnTheCommandLineIsNotMarked) {
   EXPECT_EQ(0, Fix({"shop", "--text", "To do & <check>", "--no-backup", "ru"}));
   EXPECT_NE(std::string::npos,
             dir_.Read("etc/xml/shop_msg_ru.xml")
-                .find("      <msg name=\"sum\">To do &amp; &lt;check&gt;</msg>\n"));
+                .find("      <msg name=\"sum\" added=\"msglint-fix\">To do &amp; &lt;check&gt;</msg>\n"));
   EXPECT_FALSE(pnl_file::Exists("etc/xml/shop_msg_ru.xml.orig"));
   EXPECT_EQ("etc/xml/shop_msg_ru.xml: 1 message added\n", out_);
 }
@@ -190,14 +190,14 @@ TEST_F(FixerTest, FromCopiesTheTextOfAnotherLanguageMarked) {
   EXPECT_EQ(0, Fix({"shop", "en", "--from=ru"}));
   std::string fixed = dir_.Read("etc/xml/shop_msg_en.xml");
   EXPECT_NE(std::string::npos,
-            fixed.find("      <msg name=\"hint_sum\" todo=\"translate\">"
+            fixed.find("      <msg name=\"hint_sum\" added=\"msglint-fix\" todo=\"translate\">"
                        "\xd0\xa1\xd1\x83\xd0\xbc\xd0\xbc\xd0\xb0 &amp; \xd0\x9d\xd0\x94\xd0\xa1</msg>\n"));
   // ru has no section stock and no menu_stock: the new messages are empty.
   EXPECT_NE(std::string::npos,
             fixed.find("<messages name=\"stock\">\n"
-                       "      <msg name=\"title\" todo=\"translate\"></msg>\n"));
+                       "      <msg name=\"title\" added=\"msglint-fix\" todo=\"translate\"></msg>\n"));
   EXPECT_NE(std::string::npos,
-            fixed.find("<msg name=\"menu_stock\" todo=\"translate\"></msg>"));
+            fixed.find("<msg name=\"menu_stock\" added=\"msglint-fix\" todo=\"translate\"></msg>"));
   EXPECT_EQ(
       "etc/xml/shop_msg_en.xml: 3 messages added; the file as it was is "
       "etc/xml/shop_msg_en.xml.orig\n",
