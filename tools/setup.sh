@@ -2,7 +2,8 @@
 # Installs the Debian packages that building, testing, packaging and running
 # msglint need, when some are missing: a C++20 compiler, CMake, Ninja,
 # pkg-config, libxml2, GoogleTest, killall (psmisc) and dpkg-shlibdeps
-# (dpkg-dev, for the package). Does nothing when all are there.
+# (dpkg-dev, for the package), and nlohmann-json for the fixer. Does nothing
+# when all are there.
 #
 # Installing needs root: run as root, it uses apt-get itself; run by another
 # user, it uses sudo when sudo can be used, and otherwise says what to
@@ -10,7 +11,8 @@
 # archive.
 set -euo pipefail
 
-packages=(g++ cmake ninja-build pkg-config libxml2-dev libgtest-dev libgmock-dev psmisc dpkg-dev)
+packages=(g++ cmake ninja-build pkg-config libxml2-dev libgtest-dev libgmock-dev psmisc dpkg-dev
+  nlohmann-json3-dev)
 
 say() { echo "tools/setup.sh: $*" >&2; }
 

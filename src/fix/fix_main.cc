@@ -5,9 +5,14 @@
 #include <vector>
 
 #include "fix/fixer.h"
+#include "version/version.h"
 
 int main(int argc, char** argv) {
   std::vector<std::string> args(argv + 1, argv + argc);
+  if (args.size() == 1 && args[0] == "--version") {
+    std::cout << "msglint-fix (msglint) " << MSGLINT_VERSION << std::endl;
+    return 0;
+  }
   fix::FixOptions options;
   bool help = false;
   std::string error;
