@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing, packaging and running
 # msglint need, when some are missing: a C++20 compiler, CMake, Ninja,
-# pkg-config, libxml2, GoogleTest, killall (psmisc), nlohmann-json,
-# dpkg-shlibdeps (dpkg-dev, for the package), and for the tests of the
-# findings reports python3-jsonschema and chromium. Does nothing when all
-# are there.
+# pkg-config, libxml2, GoogleTest, killall (psmisc), nlohmann-json (the
+# findings file and the fixer), dpkg-shlibdeps (dpkg-dev, for the package),
+# and for the tests of the findings reports python3-jsonschema and chromium.
+# Does nothing when all are there.
 #
 # Installing needs root: run as root, it uses apt-get itself; run by another
 # user, it uses sudo when sudo can be used, and otherwise says what to

@@ -278,6 +278,131 @@ bool IsLink(const std::string& path) {
   return lstat(path.c_str(), &st) == 0 && S_ISLNK(st.st_mode);
 }
 
+namespace {
+
+// Writes all of `text` to `fd`; false with errno set on failure.
+bool WriteAll(int fd, const std::string& text) {
+  const char* data = text.data();
+  size_t left = text.size();
+  while (left > 0) {
+    ssize_t n = write(fd, data, left);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    if (n == 0) {
+      errno = EIO;
+      return false;
+    }
+    data += n;
+    left -= static_cast<size_t>(n);
+  }
+  return true;
+}
+
+// What stands at `path`, and whether a file may be put there; false with
+// `error` set when not.
+bool Replaceable(const std::string& path, struct stat* st, bool* exists,
+                 std::string* error) {
+  error->clear();
+  *exists = lstat(path.c_str(), st) == 0;
+  if (!*exists && errno != ENOENT) {
+    *error = strerror(errno);
+    return false;
+  }
+  if (*exists && S_ISLNK(st->st_mode)) {
+    *error = "is a symbolic link";
+    return false;
+  }
+  if (*exists && !S_ISREG(st->st_mode)) {
+    *error = "is not a regular file";
+    return false;
+  }
+  // Renaming over a read-only file would succeed; its mode says it must
+  // not change (also for root, whom access() lets through).
+  if (*exists &&
+      ((st->st_mode & 0222) == 0 || access(path.c_str(), W_OK) != 0)) {
+    *error = "is read-only";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool CanReplace(const std::string& path, std::string* error) {
+  struct stat st;
+  bool exists;
+  return Replaceable(path, &st, &exists, error);
+}
+
+bool ReplaceFile(const std::string& path, const std::string& text,
+                 std::string* error) {
+  struct stat st;
+  bool exists;
+  if (!Replaceable(path, &st, &exists, error)) return false;
+  mode_t mode;
+  if (exists) {
+    mode = st.st_mode & 07777;
+  } else {
+    mode_t mask = umask(0);
+    umask(mask);
+    mode = 0666 & ~mask;
+  }
+
+  std::pair<std::string, std::string> parts = SplitPath(path);
+  std::string dir = parts.first;
+  if (dir.empty() && !path.empty() && path[0] == '/') dir = "/";
+  std::string tmpl = (dir.empty() ? std::string() : ConcatPath(dir, "")) +
+                     "." + parts.second + ".XXXXXX";
+  int fd = mkostemp(tmpl.data(), O_CLOEXEC);
+  if (fd < 0) {
+    *error = strerror(errno);
+    return false;
+  }
+  bool ok = fchmod(fd, mode) == 0;
+  if (ok && exists && fchown(fd, st.st_uid, st.st_gid) != 0) {
+    // Another owner cannot be given by an ordinary user; the file is then
+    // the writer's, as any new file would be.
+  }
+  if (ok) ok = WriteAll(fd, text);
+  if (ok) ok = fsync(fd) == 0;
+  int saved = errno;
+  if (close(fd) != 0 && ok) {
+    ok = false;
+    saved = errno;
+  }
+  if (ok && rename(tmpl.c_str(), path.c_str()) != 0) {
+    ok = false;
+    saved = errno;
+  }
+  if (!ok) {
+    unlink(tmpl.c_str());
+    *error = strerror(saved);
+    if (Log().Check(3))
+      Log().Write(3, "Cannot write %s: %s", path.c_str(), error->c_str());
+    return false;
+  }
+  // The rename itself is made durable with the directory.
+  int dir_fd = open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dir_fd >= 0) {
+    fsync(dir_fd);
+    close(dir_fd);
+  }
+  return true;
+}
+
+TempDir::TempDir() {
+  const char* base = getenv("TMPDIR");
+  std::string tmpl = std::string(base != nullptr && *base == '/' ? base : "/tmp") +
+                     "/msglint-XXXXXX";
+  if (mkdtemp(tmpl.data()) != nullptr) path_ = tmpl;
+}
+
+TempDir::~TempDir() {
+  if (!path_.empty()) Remove(path_);
+}
+
 bool MakeDirs(const std::string& path) {
   if (path.empty()) return false;
   std::error_code ec;

@@ -66,6 +66,36 @@ bool IsLink(const std::string& path);
 // Creates the directory and its missing parents; true when it exists after.
 bool MakeDirs(const std::string& path);
 
+// Replaces the file at `path` by `text` so that the path always holds
+// either the old bytes or the new ones whole: the text goes to a temporary
+// file in the same directory, is synced, gets the old file's mode (and
+// owner, where allowed), and is renamed over `path`; the directory is
+// synced after. A missing file is created. Refused, with nothing written:
+// a symbolic link at `path` (never written through), anything there but a
+// regular file, and a read-only file. False with `error` set to what went
+// wrong ("is a symbolic link", "is read-only", "No space left on device",
+// ...); the temporary file is removed then.
+bool ReplaceFile(const std::string& path, const std::string& text,
+                 std::string* error);
+// The checks that ReplaceFile makes before it writes anything: true when a
+// file could be replaced at `path` now, else false with `error` set.
+bool CanReplace(const std::string& path, std::string* error);
+
+// A new private directory under the system's temporary directory ($TMPDIR
+// or /tmp), removed with everything in it when the object dies. path() is
+// "" when it could not be created.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
 // True when the file descriptor `fd` (2: standard error) is a terminal.
 bool IsTerminal(int fd);
 

@@ -264,7 +264,12 @@ void Execute::Run() {
         pending.append(buffer, static_cast<size_t>(n));
       }
       if (n == 0) pipe_open = false;
-      LogLines(command_, pending, false);
+      if (capture_) {
+        output_ += pending;
+        pending.clear();
+      } else {
+        LogLines(command_, pending, false);
+      }
     }
     if (reaped) break;
     pid_t r = waitpid(pid, &wait_status, WNOHANG);
@@ -291,7 +296,10 @@ void Execute::Run() {
       poll(nullptr, 0, wait_ms);
   }
   close(output[0]);
-  LogLines(command_, pending, true);
+  if (capture_)
+    output_ += pending;
+  else
+    LogLines(command_, pending, true);
 
   if (reaped && WIFEXITED(wait_status) && !killed) {
     status_ = WEXITSTATUS(wait_status);

@@ -64,6 +64,12 @@ class Execute {
   // seconds unless set); for tests.
   void SetTimeLimit(int seconds) { time_limit_s_ = seconds; }
 
+  // Makes the run keep what the command prints (standard output and error
+  // together) for Output() instead of sending it to the log.
+  void CaptureOutput() { capture_ = true; }
+  // After a run with CaptureOutput: everything the command printed.
+  const std::string& Output() const { return output_; }
+
   // Runs the command and returns when it has finished.
   void Run();
   // Runs the command if it has not run, waits for it, and returns its exit
@@ -81,6 +87,8 @@ class Execute {
   std::vector<std::string> argv_;
   std::string command_;  // for log records
   std::string error_;
+  std::string output_;
+  bool capture_ = false;
   bool started_ = false;
   bool ran_ = false;
   int status_ = -1;

@@ -101,6 +101,16 @@ TEST_F(ProcTest, OutputAndErrorGoToTheLogOnly) {
       Records());
 }
 
+TEST_F(ProcTest, CapturedOutputIsKeptWholeAndNotLogged) {
+  std::string big(100000, 'x');
+  pnl_proc::Execute printf_(std::vector<std::string>{
+      "sh", "-c", "printf 'a\\nb' ; printf '%s' \"$0\"; echo err >&2", big});
+  printf_.CaptureOutput();
+  EXPECT_EQ(0, printf_.Result());
+  EXPECT_EQ("a\nb" + big + "err\n", printf_.Output());
+  EXPECT_EQ(std::string::npos, Records().find("err"));
+}
+
 TEST_F(ProcTest, StandardInputIsDevNull) {
   pnl_proc::Execute command("cat", 0);
   EXPECT_EQ(0, command.Result());

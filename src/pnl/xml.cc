@@ -6,7 +6,9 @@
 
 #include <unordered_map>
 
+#include <libxml/SAX2.h>
 #include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
 #include <libxml/xmlsave.h>
@@ -686,6 +688,195 @@ bool Xml::Save(const std::string& path, bool raw) const {
   if (Log().Check(3))
     Log().Write(3, "Cannot write %s: %s", path.c_str(), strerror(error));
   return false;
+}
+
+namespace {
+
+// The state of one ScanElements parse, reached from the SAX callbacks.
+struct Scan {
+  const std::string* text = nullptr;
+  std::vector<ElementSpan>* spans = nullptr;
+  std::vector<long> open;  // indices of the elements not yet closed
+  bool converted = false;  // the parser decodes another encoding
+};
+
+Scan* ScanOf(void* ctx) {
+  return static_cast<Scan*>(static_cast<xmlParserCtxtPtr>(ctx)->_private);
+}
+
+// True (and the parse stopped) when the bytes are being converted from
+// another encoding: the parser's offsets would not be those of the text.
+bool Converted(xmlParserCtxtPtr ctxt, Scan* scan) {
+  if (ctxt->input != nullptr && ctxt->input->buf != nullptr &&
+      ctxt->input->buf->encoder != nullptr) {
+    scan->converted = true;
+    xmlStopParser(ctxt);
+  }
+  return scan->converted;
+}
+
+// Called with the parser just past the name and attributes of a start
+// tag: at its ">" or at the "/" of "/>".
+void ScanStart(void* ctx, const xmlChar* localname, const xmlChar* prefix,
+               const xmlChar*, int, const xmlChar**, int nb_attributes, int,
+               const xmlChar** attributes) {
+  xmlParserCtxtPtr ctxt = static_cast<xmlParserCtxtPtr>(ctx);
+  Scan* scan = ScanOf(ctx);
+  if (Converted(ctxt, scan)) return;
+  const std::string& text = *scan->text;
+  long at = xmlByteConsumed(ctxt);
+  size_t pos = at < 0 ? 0 : static_cast<size_t>(at);
+  ElementSpan span;
+  if (prefix != nullptr)
+    span.name = std::string(reinterpret_cast<const char*>(prefix)) + ":";
+  span.name += reinterpret_cast<const char*>(localname);
+  // attributes: (localname, prefix, URI, value, end) per attribute.
+  for (int i = 0; i < nb_attributes; ++i) {
+    const xmlChar** a = attributes + 5 * i;
+    if (a[1] == nullptr && xmlStrEqual(a[0], BAD_CAST "name")) {
+      span.name_attr.assign(reinterpret_cast<const char*>(a[3]),
+                            static_cast<size_t>(a[4] - a[3]));
+      break;
+    }
+  }
+  span.parent = scan->open.empty() ? -1 : scan->open.back();
+  // "<" cannot occur inside a tag, nor ">" after its attributes.
+  size_t lt = pos < text.size() ? text.rfind('<', pos) : std::string::npos;
+  size_t gt = text.find('>', pos);
+  span.begin = lt == std::string::npos ? 0 : lt;
+  if (gt != std::string::npos && gt > 0 && text[gt - 1] == '/') {
+    span.empty_tag = true;
+    span.content_begin = span.content_end = gt - 1;
+  } else {
+    span.content_begin = gt == std::string::npos ? text.size() : gt + 1;
+  }
+  scan->open.push_back(static_cast<long>(scan->spans->size()));
+  scan->spans->push_back(span);
+}
+
+// Called with the parser just past the ">" that ends the element.
+void ScanEnd(void* ctx, const xmlChar*, const xmlChar*, const xmlChar*) {
+  xmlParserCtxtPtr ctxt = static_cast<xmlParserCtxtPtr>(ctx);
+  Scan* scan = ScanOf(ctx);
+  if (Converted(ctxt, scan) || scan->open.empty()) return;
+  const std::string& text = *scan->text;
+  ElementSpan& span = (*scan->spans)[static_cast<size_t>(scan->open.back())];
+  scan->open.pop_back();
+  long at = xmlByteConsumed(ctxt);
+  span.end = at < 0 ? 0 : static_cast<size_t>(at);
+  if (!span.empty_tag && span.end > 0) {
+    size_t lt = text.rfind('<', span.end - 1);
+    span.content_end = lt == std::string::npos ? 0 : lt;
+  }
+}
+
+void IgnoreCharacters(void*, const xmlChar*, int) {}
+void IgnoreText(void*, const xmlChar*) {}
+void IgnorePi(void*, const xmlChar*, const xmlChar*) {}
+
+// Every span must stand where its tags are; anything else means the
+// offsets cannot be trusted, and the text is refused rather than edited.
+bool SpansAgree(const std::string& text, const std::vector<ElementSpan>& spans) {
+  for (const ElementSpan& s : spans) {
+    if (s.begin >= text.size() || text[s.begin] != '<' ||
+        text.compare(s.begin + 1, s.name.size(), s.name) != 0)
+      return false;
+    if (s.end == 0 || s.end > text.size() || text[s.end - 1] != '>')
+      return false;
+    if (s.content_begin > s.content_end || s.content_end > s.end) return false;
+    if (s.empty_tag) {
+      if (text.compare(s.content_begin, 2, "/>") != 0 ||
+          s.content_begin + 2 != s.end)
+        return false;
+    } else {
+      if (text[s.content_begin - 1] != '>' ||
+          text.compare(s.content_end, 2 + s.name.size(), "</" + s.name) != 0)
+        return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+bool ScanElements(const std::string& text, const std::string& origin,
+                  std::vector<ElementSpan>* spans, std::string* error) {
+  SetUpLibxml();
+  spans->clear();
+  error->clear();
+  // A byte-order mark of UTF-16 or UTF-32 announces converted offsets.
+  if (text.size() >= 2 &&
+      ((text[0] == '\xff' && text[1] == '\xfe') ||
+       (text[0] == '\xfe' && text[1] == '\xff') ||
+       (text.size() >= 4 && text.compare(0, 4, std::string("\0\0\xfe\xff", 4)) == 0))) {
+    *error = origin + ": not in UTF-8; only UTF-8 files are handled";
+    return false;
+  }
+  if (text.size() > static_cast<size_t>(INT32_MAX)) {
+    *error = origin + ": too large";
+    return false;
+  }
+  xmlSAXHandler handler;
+  memset(&handler, 0, sizeof(handler));
+  // The default handlers keep the internal subset's entity declarations,
+  // so that a declared entity is not taken for an undeclared one; the
+  // content itself goes nowhere.
+  xmlSAXVersion(&handler, 2);
+  handler.startElementNs = ScanStart;
+  handler.endElementNs = ScanEnd;
+  handler.characters = IgnoreCharacters;
+  handler.ignorableWhitespace = IgnoreCharacters;
+  handler.cdataBlock = IgnoreCharacters;
+  handler.comment = IgnoreText;
+  handler.reference = IgnoreText;
+  handler.processingInstruction = IgnorePi;
+  handler.serror = nullptr;  // errors go to the collector
+
+  xmlParserCtxtPtr ctxt =
+      xmlCreateMemoryParserCtxt(text.data(), static_cast<int>(text.size()));
+  if (ctxt == nullptr) {
+    *error = origin + ": cannot be parsed (out of memory)";
+    return false;
+  }
+  memcpy(ctxt->sax, &handler, sizeof(handler));
+  ctxt->userData = ctxt;
+  Scan scan;
+  scan.text = &text;
+  scan.spans = spans;
+  ctxt->_private = &scan;
+  xmlCtxtUseOptions(ctxt, XML_PARSE_NONET);
+  if (ctxt->input != nullptr && ctxt->input->filename == nullptr)
+    ctxt->input->filename =
+        reinterpret_cast<char*>(xmlStrdup(BAD_CAST origin.c_str()));
+
+  ErrorCollector collector;
+  collector.origin = &origin;
+  g_collector = &collector;
+  xmlParseDocument(ctxt);
+  g_collector = nullptr;
+  bool well_formed = ctxt->wellFormed != 0;
+  if (ctxt->myDoc != nullptr) {
+    xmlFreeDoc(ctxt->myDoc);
+    ctxt->myDoc = nullptr;
+  }
+  xmlFreeParserCtxt(ctxt);
+
+  if (scan.converted) {
+    *error = origin + ": not in UTF-8; only UTF-8 files are handled";
+  } else if (!well_formed || !scan.open.empty()) {
+    std::string message = collector.rank > 0 ? collector.message
+                                             : "not a well-formed document";
+    *error = origin + ":" + std::to_string(collector.line) + ": " + message;
+  } else if (spans->empty()) {
+    *error = origin + ": no root element";
+  } else if (!SpansAgree(text, *spans)) {
+    *error = origin + ": the elements could not be located in the text";
+  }
+  if (!error->empty()) {
+    spans->clear();
+    return false;
+  }
+  return true;
 }
 
 }  // namespace pnl_xml

@@ -167,6 +167,32 @@ struct ParseProblem {
 // text to the parser.
 bool CheckWellFormed(const std::string& text, const std::string& origin,
                      ParseProblem* problem);
+// Where one element stands in the bytes of a document, for tools that
+// change a file in place without reformatting it. Offsets count bytes of
+// the text as given (a byte-order mark included).
+struct ElementSpan {
+  std::string name;       // the element's name as written (prefix:local)
+  std::string name_attr;  // its "name" attribute; "" when absent
+  long parent = -1;       // index of the parent's span; -1 for the root
+  std::size_t begin = 0;  // the "<" of the start tag
+  // Just after the ">" of the start tag; for an empty-element tag
+  // ("<a/>"), the "/" of its "/>".
+  std::size_t content_begin = 0;
+  // The "<" of the end tag; for an empty-element tag, the "/" of its "/>".
+  std::size_t content_end = 0;
+  std::size_t end = 0;      // just after the last ">" of the element
+  bool empty_tag = false;   // written as one empty-element tag
+};
+
+// Lists every element of `text` in document order (a parent before its
+// children). Only UTF-8 text is taken (with or without a byte-order mark;
+// any other encoding is refused, because offsets would no longer be those
+// of the bytes). False, with `error` set to "origin:LINE: message" (the
+// parser's line and message, or the encoding refused), when the text is not
+// a well-formed UTF-8 document; nothing is printed or logged. Entities are
+// neither loaded nor expanded.
+bool ScanElements(const std::string& text, const std::string& origin,
+                  std::vector<ElementSpan>* spans, std::string* error);
 
 // Two shortcuts keep the audits fast on large managers without changing
 // any result: queries of the form "//NAME/REST" are evaluated from the one

@@ -1,0 +1,90 @@
+// Adds messages to the bytes of a message file (etc/xml/M_msg_L.xml)
+// without touching anything else of it: comments, CDATA, the order and
+// indentation of what is there, non-ASCII text, the XML declaration and a
+// byte-order mark all stay byte for byte. Only UTF-8 files are edited.
+//
+// A message for section S of language L goes where the panel and the
+// column-hint check both find it: into the last `messages name="S"` child
+// of a `lang name="L"` child of the root `pnldata` (the panel reads every
+// such section; the column-hint check keeps only the last). When language
+// L has no such section, a new one is appended to the last `lang name="L"`
+// element; when the file has no such language, a new `lang` element is
+// appended to the root. New lines copy the line ending of the file and the
+// indentation of their neighbours.
+#ifndef FIX_MSG_FILE_EDITOR_H_
+#define FIX_MSG_FILE_EDITOR_H_
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "pnl/xml.h"
+
+namespace fix {
+
+// One message to add: <msg name="NAME" ATTR="VALUE"...>TEXT</msg>, with the
+// text and the values escaped for XML.
+struct NewMessage {
+  std::string name;
+  std::string text;
+  std::vector<std::pair<std::string, std::string>> attributes;
+};
+
+class MsgFileEditor {
+ public:
+  // Takes the bytes of a message file; `origin` names it in messages.
+  // False, with `error` set ("origin:LINE: message" for a malformed file),
+  // when the file is not a well-formed UTF-8 document with a root element
+  // `pnldata`; the editor then adds nothing.
+  bool Load(const std::string& bytes, const std::string& origin,
+            std::string* error);
+
+  // Queues `message` for section `section` of language `lang`. False when
+  // a message of that name is already there (in any section of that name
+  // of that language) or already queued: it is never added twice.
+  bool Add(const std::string& lang, const std::string& section,
+           const NewMessage& message);
+
+  // Whether anything was queued.
+  bool Changed() const { return !queued_.empty(); }
+
+  // The bytes of the file with every queued message in place.
+  std::string Result() const;
+
+ private:
+  struct Queued {
+    std::string lang;
+    std::string section;
+    NewMessage message;
+  };
+
+  // The indices of the child elements of element `index`, in order.
+  const std::vector<long>& Children(long index) const;
+  // The last child of `parent` named `name` whose "name" attribute is
+  // `name_attr`; -1 when there is none.
+  long LastChild(long parent, const std::string& name,
+                 const std::string& name_attr) const;
+  // The blanks that begin the line where `pos` stands, when only blanks
+  // come before it on that line.
+  std::optional<std::string> IndentBefore(std::size_t pos) const;
+  // The indentation of new children of `element`; none when its children
+  // stand on one line with it.
+  std::optional<std::string> ChildIndent(long element) const;
+
+  std::string text_;
+  std::vector<pnl_xml::ElementSpan> spans_;
+  std::vector<std::vector<long>> children_;
+  std::string newline_ = "\n";
+  std::string unit_ = "  ";  // one level of indentation
+  std::vector<Queued> queued_;
+};
+
+// The text escaped as element content and as an attribute value.
+std::string EscapeText(const std::string& text);
+std::string EscapeAttribute(const std::string& value);
+
+}  // namespace fix
+
+#endif  // FIX_MSG_FILE_EDITOR_H_
