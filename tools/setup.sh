@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that building, testing, packaging and running
 # msglint need, when some are missing: a C++20 compiler, CMake, Ninja,
-# pkg-config, libxml2, GoogleTest, killall (psmisc) and dpkg-shlibdeps
-# (dpkg-dev, for the package). Does nothing when all are there.
+# pkg-config, libxml2, GoogleTest, killall (psmisc), dpkg-shlibdeps
+# (dpkg-dev, for the package) and clang with its libFuzzer and sanitizer
+# runtimes (for the fuzz targets). Does nothing when all are there.
 #
 # Installing needs root: run as root, it uses apt-get itself; run by another
 # user, it uses sudo when sudo can be used, and otherwise says what to
@@ -10,7 +11,7 @@
 # archive.
 set -euo pipefail
 
-packages=(g++ cmake ninja-build pkg-config libxml2-dev libgtest-dev libgmock-dev psmisc dpkg-dev)
+packages=(g++ cmake ninja-build pkg-config libxml2-dev libgtest-dev libgmock-dev psmisc dpkg-dev clang libclang-rt-14-dev)
 
 say() { echo "tools/setup.sh: $*" >&2; }
 
