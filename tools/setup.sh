@@ -3,8 +3,9 @@
 # msglint need, when some are missing: a C++20 compiler, CMake, Ninja,
 # pkg-config, libxml2, GoogleTest, killall (psmisc), nlohmann-json (the
 # findings file and the fixer), dpkg-shlibdeps (dpkg-dev, for the package),
-# and for the tests of the findings reports python3-jsonschema and chromium.
-# Does nothing when all are there.
+# python3-jsonschema and chromium (for the tests of the findings reports),
+# and clang with its libFuzzer and sanitizer runtimes (for the fuzz
+# targets). Does nothing when all are there.
 #
 # Installing needs root: run as root, it uses apt-get itself; run by another
 # user, it uses sudo when sudo can be used, and otherwise says what to
@@ -13,7 +14,7 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config libxml2-dev libgtest-dev libgmock-dev psmisc dpkg-dev
-  nlohmann-json3-dev python3-jsonschema chromium)
+  nlohmann-json3-dev python3-jsonschema chromium clang libclang-rt-14-dev)
 
 say() { echo "tools/setup.sh: $*" >&2; }
 

@@ -180,7 +180,13 @@ bool Server::Listen() {
     return false;
   }
   memcpy(addr.sun_path, path.c_str(), path.size() + 1);
-  // Holding the lock, whatever socket file is there is a stale one.
+  // Holding the lock, a socket there is a stale one of an earlier panel;
+  // anything else there is not ours to remove.
+  struct stat st;
+  if (lstat(path.c_str(), &st) == 0 && !S_ISSOCK(st.st_mode)) {
+    kLog.Write(3, "%s is not a socket: left as it is", path.c_str());
+    return false;
+  }
   unlink(path.c_str());
   listen_fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (listen_fd_ < 0) {

@@ -79,12 +79,14 @@ void SetUpLibxml() {
 
 // Cuts entity reference nodes loose from their declarations, which live
 // in the DTD that is freed after the parse; the references stay in the
-// tree as references that nothing can expand.
+// tree as references that nothing can expand. A reference also points at
+// its declaration's text (content), which goes with the DTD.
 void DetachEntityRefs(xmlNodePtr node) {
   for (; node != nullptr; node = node->next) {
     if (node->type == XML_ENTITY_REF_NODE) {
       node->children = nullptr;
       node->last = nullptr;
+      node->content = nullptr;
       continue;
     }
     if (node->type == XML_ELEMENT_NODE) {

@@ -496,6 +496,21 @@ TEST_F(XmlTest, AppendChildOfEntityReferenceKeepsItUnexpanded) {
   EXPECT_EQ(1u, target.GetNodes("//m[.='ab']").size());
 }
 
+// Found by fuzzing: a reference in an attribute value kept a pointer to
+// the text of its declaration, freed with the DTD, and reading the value
+// (GetProp, or a query that compares it) read freed memory.
+TEST_F(XmlTest, EntityReferenceInAttributeValueReadsAsNothing) {
+  testing::internal::CaptureStderr();
+  Xml doc = Load("<!DOCTYPE r [<!ENTITY a \"AAAA\"><!ENTITY b \"&a;&a;\">]>"
+                 "<r><m name=\"x&a;y\"/><m name=\"&b;\"/></r>");
+  testing::internal::GetCapturedStderr();
+  EXPECT_EQ("xy", doc.GetNodes("//m")[0].GetProp("name"));
+  EXPECT_EQ("", doc.GetNodes("//m")[1].GetProp("name"));
+  EXPECT_EQ(1u, XPath(doc, "//m[@name='xy']").size());
+  EXPECT_EQ(0u, XPath(doc, "//m[@name='xAAAAy']").size());
+  EXPECT_EQ(1u, XPath(doc, "//m[@name='']").size());
+}
+
 TEST_F(XmlTest, FindNodeFirstChildNextParent) {
   Xml doc = Load(kMessages);
   XmlNode lang = doc.GetRoot().FindNode("lang");

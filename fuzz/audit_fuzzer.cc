@@ -1,0 +1,92 @@
+// Fuzz target: one whole audit of a small installation built from the
+// input. The input holds, separated by lines "====", the main description
+// of a manager "m", its message files in English and Russian and the base
+// manager's English message file. The panel's cache is written in-process
+// (as the panel does for a session request), then every audit that a full
+// run makes is run twice, once with the XML layer evaluating every query as
+// written and once the fast way: the two reports and audit files must be
+// the same byte for byte.
+//
+// The audits are called directly, not through kelmain, so that the run
+// never stops panels or starts one: the scratch installation has no bin/
+// and no sbin/, so no program of it can be started. The action-list audit,
+// which asks the manager's running panel, is left out.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "fuzz_support.h"
+#include "panel/cache.h"
+#include "pnl/log.h"
+#include "pnl/xml.h"
+#include "testutils/MissedCheck.h"
+#include "testutils/msglint.h"
+
+namespace {
+
+// The report and audit file of a full run in the current directory.
+std::string RunAudits(bool literal) {
+  pnl_xml::SetLiteralEvaluation(literal);
+  std::vector<std::string> langs = {"en", "ru"};
+  drop_languages(langs, std::filesystem::current_path().string() + "/etc/xml/");
+  int result = 0;
+  std::string report = fuzz_support::CaptureStdout([&] {
+    check_validator();
+    for (const std::string& lang : langs) {
+      check_repeats(lang);
+      check_unused(lang);
+    }
+    for (const std::string& lang : langs) report_column_hints("m", lang);
+    if (langs.empty()) return;
+    MissedCheck missed;
+    missed.langs = langs;
+    missed.cache_dir = std::filesystem::current_path().string() + "/var/.xmlcache/m";
+    missed.report_mode = "-f";
+    missed.initExludeList();
+    result = missed.check();
+  });
+  pnl_xml::SetLiteralEvaluation(false);
+  return report + "result " + std::to_string(result) + "\n" +
+         fuzz_support::ReadFile(std::filesystem::current_path().filename().string() +
+                                "/var/test_msgs");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static const std::string scratch = fuzz_support::EnterScratchDir();
+  static unsigned long counter = 0;
+  // A new installation directory for every input: the XML layer keeps
+  // parses by path.
+  const std::string dir = "i" + std::to_string(++counter);
+  const std::vector<std::string> parts = fuzz_support::SplitParts(data, size, 4);
+  fuzz_support::WriteFile(dir + "/etc/xml/m.xml", parts[0]);
+  fuzz_support::WriteFile(dir + "/etc/xml/m_msg_en.xml", parts[1]);
+  fuzz_support::WriteFile(dir + "/etc/xml/m_msg_ru.xml", parts[2]);
+  fuzz_support::WriteFile(dir + "/etc/xml/kern_msg_en.xml", parts[3]);
+  std::filesystem::current_path(scratch + "/" + dir);
+  pnl_log::Init("msglint", 5);
+  PNL_NAME() = "m";
+
+  std::string error;
+  for (const char* manager : {"m", "kern"}) {
+    const panel::ManagerCache cache(manager);
+    for (const char* lang : {"en", "ru"}) cache.WriteSession(lang, &error);
+  }
+
+  const std::string literal = RunAudits(true);
+  const std::string fast = RunAudits(false);
+  if (literal != fast) {
+    fprintf(stderr, "the fast report differs from the literal one\n--- literal\n%s--- fast\n%s",
+            literal.c_str(), fast.c_str());
+    abort();
+  }
+
+  pnl_log::Close();
+  std::filesystem::current_path(scratch);
+  fuzz_support::EmptyScratchDir();
+  return 0;
+}
