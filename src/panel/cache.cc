@@ -89,11 +89,6 @@ bool SaveTo(const pnl_xml::Xml& doc, const std::string& path,
 
 }  // namespace
 
-bool SafeName(const std::string& name) {
-  return !name.empty() && name != "." && name != ".." &&
-         name.find('/') == std::string::npos;
-}
-
 ManagerCache::ManagerCache(const std::string& manager) : manager_(manager) {}
 
 std::vector<std::string> ManagerCache::Sources() const {
@@ -114,7 +109,13 @@ std::vector<std::string> ManagerCache::Languages() const {
       continue;
     std::string lang = name.substr(
         prefix.size(), name.size() - prefix.size() - suffix.size());
-    if (!SafeName(lang)) {
+    // Only a regular file (or a link to one) holds messages: a directory or
+    // a FIFO named like a message file is no language.
+    if (!pnl_file::IsRegularFile(dir.FullName())) {
+      kLog.Write(4, "skipping %s: not a regular file", name.c_str());
+      continue;
+    }
+    if (!pnl_file::IsPlainName(lang)) {
       kLog.Write(4, "skipping the language \"%s\" of %s", lang.c_str(),
                  name.c_str());
       continue;
@@ -168,7 +169,7 @@ const std::vector<std::string>& ManagerCache::KnownNames(
   std::vector<std::string>& known = known_names_[lang];
   std::set<std::string> seen;
   for (const std::string& name : all) {
-    if (!SafeName(name)) {
+    if (!pnl_file::IsPlainName(name)) {
       kLog.Write(4, "skipping the unsafe name \"%s\"", name.c_str());
       continue;
     }

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "panel/cache.h"
+#include "pnl/file.h"
 #include "panel/panel.h"
 #include "panel/server.h"
 #include "version/version.h"
@@ -41,7 +42,7 @@ int main(int argc, char** argv) {
     Usage();
     return 1;
   }
-  if (!panel::SafeName(manager)) {
+  if (!pnl_file::IsPlainName(manager)) {
     fprintf(stderr, "kern: invalid manager name \"%s\"\n", manager.c_str());
     return 1;
   }

@@ -84,6 +84,17 @@ std::string GetCurrentDir() {
   return buffer;
 }
 
+bool IsPlainName(const std::string& name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find('/') == std::string::npos &&
+         name.find('\0') == std::string::npos;
+}
+
+bool IsRegularFile(const std::string& path) {
+  struct stat st;
+  return !path.empty() && stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
 bool Exists(const std::string& path) {
   struct stat st;
   return !path.empty() && stat(path.c_str(), &st) == 0;

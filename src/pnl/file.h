@@ -14,6 +14,15 @@ namespace pnl_file {
 // "/" (except for the root directory itself, "/").
 std::string GetCurrentDir();
 
+// True when `name` is usable as one path component inside its directory:
+// not empty, not "." or "..", without "/" and without a NUL byte. Manager
+// names, language codes and cache file names must pass it before they
+// become part of a path.
+bool IsPlainName(const std::string& name);
+
+// True when `path` is a regular file, or a symbolic link to one.
+bool IsRegularFile(const std::string& path);
+
 // True when a file, directory or other entry exists at `path` (a symbolic
 // link counts when its target exists).
 bool Exists(const std::string& path);

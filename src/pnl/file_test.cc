@@ -276,6 +276,19 @@ TEST_F(FileTest, MakeDirsCreatesParents) {
   EXPECT_TRUE(pnl_file::MakeDirs("a/b/c"));
 }
 
+TEST(PlainNameTest, PlainNamesAreOnePathComponent) {
+  EXPECT_TRUE(pnl_file::IsPlainName("mailpnl"));
+  EXPECT_TRUE(pnl_file::IsPlainName("my panel"));
+  EXPECT_TRUE(pnl_file::IsPlainName("..."));
+  EXPECT_TRUE(pnl_file::IsPlainName(".hidden"));
+  EXPECT_FALSE(pnl_file::IsPlainName(""));
+  EXPECT_FALSE(pnl_file::IsPlainName("."));
+  EXPECT_FALSE(pnl_file::IsPlainName(".."));
+  EXPECT_FALSE(pnl_file::IsPlainName("a/b"));
+  EXPECT_FALSE(pnl_file::IsPlainName("/"));
+  EXPECT_FALSE(pnl_file::IsPlainName(std::string("a\0b", 3)));
+}
+
 }  // namespace
 
 TEST_F(FileTest, ReadFileRefusesAFifoWithoutWaitingForAWriter) {

@@ -170,13 +170,6 @@ void MergeIncludes(pnl_xml::Xml& doc, const pnl_xml::XPath& includes,
 
 namespace {
 
-// A manager name is also a path piece (bin/NAME, var/.xmlcache/NAME): one
-// that could leave its directory names no manager.
-bool SafeManagerName(const std::string& name) {
-  return !name.empty() && name != "." && name != ".." &&
-         name.find('/') == std::string::npos;
-}
-
 // A query that got no answer leaves the audits without what they read.
 void RecordFailedQuery(const pnl_xml::Xml& reply, const std::string& manager,
                        const std::string& query) {
@@ -226,7 +219,9 @@ int kelmain(int argc, char** argv) {
   PNL_NAME() = argv[1];
   const std::string work_dir = pnl_file::GetCurrentDir();
   const bool found =
-      SafeManagerName(PNL_NAME()) &&
+      // A manager name is also a path piece (bin/NAME, var/.xmlcache/NAME):
+      // one that could leave its directory names no manager.
+      pnl_file::IsPlainName(PNL_NAME()) &&
       (pnl_file::Exists(work_dir + "/bin/" + PNL_NAME()) ||
        pnl_file::Exists(work_dir + "/lib/" + PNL_NAME() + ".so"));
   if (!found) {
