@@ -684,7 +684,8 @@ bool Xml::Save(const std::string& path, bool raw) const {
   if (pnl_file::WriteFile(path, ToString(raw))) return true;
   int error = errno;
   if (Log().Check(3))
-    Log().Write(3, "Cannot write %s: %s", path.c_str(), strerror(error));
+    Log().Write(3, "Cannot write %s: %s", path.c_str(), pnl_file::LastError().c_str());
+  errno = error;
   return false;
 }
 

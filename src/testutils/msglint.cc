@@ -64,6 +64,76 @@ std::set<std::string>& msglint_private::told_programs() {
   return told;
 }
 
+std::set<std::string>& msglint_private::failed_writes() {
+  static std::set<std::string> failed;
+  return failed;
+}
+
+void tell_write_error(const std::string& path, const std::string& reason) {
+  if (!msglint_private::failed_writes().insert(path).second) return;
+  if (msglint_log.Check(3))
+    msglint_log.Write(3, "cannot write %s: %s", path.c_str(), reason.c_str());
+  std::cout.flush();
+  std::cerr << "msglint: cannot write " << path << ": " << reason << std::endl;
+}
+
+bool write_failed() { return !msglint_private::failed_writes().empty(); }
+
+namespace {
+
+// What may stand at a path the run uses.
+enum class Kind { kDirectory, kFile, kSocket, kNotALink };
+
+bool Fits(Kind kind, const std::string& found) {
+  switch (kind) {
+    case Kind::kDirectory: return found == "a directory";
+    case Kind::kFile: return found == "a regular file";
+    case Kind::kSocket: return found == "a socket";
+    case Kind::kNotALink: return found != "a symbolic link";
+  }
+  return false;
+}
+
+}  // namespace
+
+std::vector<std::string> unsafe_paths(const std::string& manager) {
+  std::vector<std::pair<std::string, Kind>> paths = {
+      {"var", Kind::kDirectory},
+      {"var/.xmlcache", Kind::kDirectory},
+  };
+  std::vector<std::string> managers = {manager};
+  if (manager != "kern") managers.push_back("kern");
+  for (const std::string& m : managers) {
+    paths.push_back({"var/.xmlcache/" + m, Kind::kDirectory});
+    paths.push_back({"var/.xmlcache/" + m + ".hash", Kind::kFile});
+  }
+  paths.push_back({"var/log", Kind::kDirectory});
+  paths.push_back({"var/log/msglint.log", Kind::kFile});
+  for (const std::string& m : managers) paths.push_back({"var/log/" + m + ".log", Kind::kFile});
+  paths.push_back({"var/run", Kind::kDirectory});
+  for (const std::string& m : managers) {
+    paths.push_back({"var/run/" + m + ".lock", Kind::kFile});
+    paths.push_back({"var/run/" + m + ".pid", Kind::kFile});
+    paths.push_back({"var/run/" + m + ".socket", Kind::kSocket});
+  }
+  // The audit file and the exclusion list: a directory there is the
+  // audit's own failure to open its file; only a link is refused here.
+  paths.push_back({"var/test_msgs", Kind::kNotALink});
+  paths.push_back({"ecl.xml", Kind::kNotALink});
+
+  std::vector<std::string> unsafe;
+  std::set<std::string> told;
+  for (const auto& [path, kind] : paths) {
+    const std::string found = pnl_file::Describe(path);
+    if (found.empty() || Fits(kind, found)) continue;
+    // A component above the path that is wrong comes back as a sentence of
+    // its own; every path under it says the same, once is enough.
+    const std::string sentence = found.rfind("a ", 0) == 0 ? path + " is " + found : found;
+    if (told.insert(sentence).second) unsafe.push_back(sentence);
+  }
+  return unsafe;
+}
+
 int run_command(const std::vector<std::string>& argv, bool must_succeed) {
   pnl_proc::Execute command(argv);
   const int status = command.Result();
@@ -252,6 +322,17 @@ int kelmain(int argc, char** argv) {
   if (msglint_log.Check(9))
     msglint_log.Write(9, "%s:%d Work dir founded in \"%s\".", MSGLINT_HERE, work_dir.c_str());
   const std::string cache_dir = work_dir + "/var/.xmlcache/" + PNL_NAME();
+  // Nothing is removed or written where a link could send it elsewhere.
+  const std::vector<std::string> unsafe = unsafe_paths(PNL_NAME());
+  if (!unsafe.empty()) {
+    std::cout.flush();
+    for (const std::string& sentence : unsafe) {
+      if (msglint_log.Check(3)) msglint_log.Write(3, "unsafe installation: %s", sentence.c_str());
+      std::cerr << "msglint: unsafe installation: " << sentence << std::endl;
+    }
+    std::cerr << "msglint: nothing removed or written" << std::endl;
+    return kUnsafeInstallation;
+  }
   if (msglint_log.Check(9))
     msglint_log.Write(9, "%s:%d Removing cache from \"%s\".", MSGLINT_HERE, cache_dir.c_str());
   pnl_file::Remove(cache_dir);
@@ -296,6 +377,7 @@ int kelmain(int argc, char** argv) {
     result = missed.check();
   }
   Findings().Write(work_dir);
+  if (write_failed()) return kWriteError;
   return result;
 }
 
