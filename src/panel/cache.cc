@@ -82,8 +82,8 @@ void Resolve(const std::string& name, const SectionsByName& groups,
 bool SaveTo(const pnl_xml::Xml& doc, const std::string& path,
             std::string* error) {
   if (doc.Save(path, true)) return true;
-  kLog.Write(3, "cannot write %s", path.c_str());
-  *error = "cannot write " + path;
+  *error = "cannot write " + path + ": " + pnl_file::LastError();
+  kLog.Write(3, "%s", error->c_str());
   return false;
 }
 
@@ -197,8 +197,8 @@ bool ManagerCache::WriteSession(const std::string& lang,
                                 std::string* error) const {
   const std::string dir = CacheDir();
   if (!pnl_file::MakeDirs(dir)) {
-    kLog.Write(3, "cannot create %s", dir.c_str());
-    *error = "cannot create " + dir;
+    *error = "cannot create " + dir + ": " + pnl_file::LastError();
+    kLog.Write(3, "%s", error->c_str());
     return false;
   }
   const SectionsByName groups = GroupByName(Sections(lang));
@@ -218,8 +218,8 @@ bool ManagerCache::WriteChecked(const std::string& function,
                                 std::string* error) const {
   const std::string dir = CacheDir() + "/checked";
   if (!pnl_file::MakeDirs(dir)) {
-    kLog.Write(3, "cannot create %s", dir.c_str());
-    *error = "cannot create " + dir;
+    *error = "cannot create " + dir + ": " + pnl_file::LastError();
+    kLog.Write(3, "%s", error->c_str());
     return false;
   }
   bool ok = true;

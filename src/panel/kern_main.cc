@@ -11,7 +11,7 @@
 #include "panel/cache.h"
 #include "pnl/file.h"
 #include "panel/panel.h"
-#include "panel/server.h"
+#include "pnl/server.h"
 #include "version/version.h"
 
 namespace {
@@ -48,9 +48,9 @@ int main(int argc, char** argv) {
   }
 
   panel::Panel panel(manager);
-  panel::ServerOptions options;
+  pnl_server::ServerOptions options;
   options.too_long_reply = panel::Panel::ErrorReply("request too long");
-  return panel::StartDetached(
+  return pnl_server::StartDetached(
       manager,
       [&panel](const std::string& request) { return panel.Handle(request); },
       options);

@@ -6,6 +6,7 @@
 #include <stdarg.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -360,6 +361,23 @@ bool DirHandle::Remove(const std::string& name) const {
     return Fail(shown + ": " + strerror(errno), errno);
   (void)emptied;
   return true;
+}
+
+LockFile::~LockFile() {
+  if (fd_ >= 0) close(fd_);
+}
+
+LockFile::Result LockFile::Lock(const DirHandle& dir, const std::string& name) {
+  if (fd_ >= 0) close(fd_);
+  fd_ = dir.OpenFile(name, false, 0600);
+  if (fd_ < 0) return kFailed;
+  if (flock(fd_, LOCK_EX | LOCK_NB) == 0) return kLocked;
+  int error = errno;
+  close(fd_);
+  fd_ = -1;
+  if (error == EWOULDBLOCK) return kHeldByAnother;
+  Fail(Join(dir.path(), name) + ": " + strerror(error), error);
+  return kFailed;
 }
 
 std::string GetCurrentDir() {

@@ -151,6 +151,24 @@ class DirHandle {
   std::string path_;
 };
 
+// An exclusive lock on a regular file of a directory, held while the
+// object lives (flock, released by the system when the process dies).
+class LockFile {
+ public:
+  LockFile() = default;
+  ~LockFile();
+  LockFile(const LockFile&) = delete;
+  LockFile& operator=(const LockFile&) = delete;
+  enum Result { kLocked, kHeldByAnother, kFailed };
+  // Opens (creating it, mode 0600) the entry `name` of `dir` as DirHandle
+  // does, never through a link, and takes the lock without waiting.
+  // kFailed with LastError() set when the file cannot be opened or locked.
+  Result Lock(const DirHandle& dir, const std::string& name);
+
+ private:
+  int fd_ = -1;
+};
+
 // True when the file descriptor `fd` (2: standard error) is a terminal.
 bool IsTerminal(int fd);
 

@@ -393,6 +393,18 @@ TEST_F(DirHandleTest, BelowCurrentDir) {
   EXPECT_EQ(dir_.path() + "x/y", pnl_file::BelowCurrentDir(dir_.path() + "x/y"));
 }
 
+TEST_F(DirHandleTest, LockIsExclusiveAndNeverTakenThroughALink) {
+  pnl_file::DirHandle run;
+  ASSERT_TRUE(run.Open("var/run", true));
+  pnl_file::LockFile first, second;
+  EXPECT_EQ(pnl_file::LockFile::kLocked, first.Lock(run, "m.lock"));
+  EXPECT_EQ(pnl_file::LockFile::kHeldByAnother, second.Lock(run, "m.lock"));
+  dir_.Link(outside_.path() + "/none", "var/run/n.lock");
+  EXPECT_EQ(pnl_file::LockFile::kFailed, second.Lock(run, "n.lock"));
+  EXPECT_EQ("var/run/n.lock is a symbolic link", pnl_file::LastError());
+  EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/none"));
+}
+
 }  // namespace
 
 TEST_F(FileTest, ReadFileRefusesAFifoWithoutWaitingForAWriter) {
