@@ -168,6 +168,7 @@ pnl_xml::Xml Client::Query(const std::string& query) {
   size_t nl = request.find('\n');
   if (nl != std::string::npos) request.erase(nl);
   request += '\n';
+  error_.clear();
 
   if (pnl_file::IsPlainName(manager_)) {
     auto give_up = Clock::now() + kRetryBudget;
@@ -201,11 +202,8 @@ pnl_xml::Xml Client::Query(const std::string& query) {
       return doc;
     }
   }
-  kLog.Write(3, "%s: no answer from manager \"%s\" to query \"%s\"",
-             client_name_.c_str(), manager_.c_str(), query.c_str());
-  fprintf(stderr, "pnl_client: no answer from manager \"%s\" to query \"%s\"\n",
-          manager_.c_str(), query.c_str());
-  fflush(stderr);
+  error_ = "no answer from manager \"" + manager_ + "\" to query \"" + query + "\"";
+  kLog.Write(3, "%s: %s", client_name_.c_str(), error_.c_str());
   return pnl_xml::Xml();
 }
 

@@ -134,6 +134,16 @@ std::vector<std::string> unsafe_paths(const std::string& manager) {
   return unsafe;
 }
 
+pnl_xml::Xml ask_panel(const std::string& manager, const std::string& query) {
+  pnl_client::Local client(manager, "checkXml");
+  pnl_xml::Xml reply = client.Query(query);
+  if (!client.Error().empty()) {
+    std::cout.flush();
+    std::cerr << "pnl_client: " << client.Error() << std::endl;
+  }
+  return reply;
+}
+
 int run_command(const std::vector<std::string>& argv, bool must_succeed) {
   pnl_proc::Execute command(argv);
   const int status = command.Result();
@@ -271,8 +281,22 @@ void drop_languages(std::vector<std::string>& langs, const std::string& msg_dir)
   }
 }
 
+namespace {
+
+// Each unreadable or malformed file is told once per run, however many
+// audits load it.
+void TellFileProblem(const std::string& path, const std::string& line) {
+  static std::set<std::string> told;
+  if (!told.insert(path).second) return;
+  std::cout.flush();
+  std::cerr << line << std::endl;
+}
+
+}  // namespace
+
 int kelmain(int argc, char** argv) {
   pnl_log::Init("msglint", 5);
+  pnl_xml::SetProblemReporter(TellFileProblem);
   std::string report_mode = "-f";
   if (argc < 3) {
     usage(argc > 0 && argv[0] ? argv[0] : "");
@@ -352,9 +376,8 @@ int kelmain(int argc, char** argv) {
 
   for (const std::string& lang : langs) {
     const std::string query = "func=session&lang=" + lang + "&out=devel";
-    RecordFailedQuery(pnl_client::Local(PNL_NAME(), "checkXml").Query(query), PNL_NAME(), query);
-    if (PNL_NAME() != "kern")
-      RecordFailedQuery(pnl_client::Local("kern", "checkXml").Query(query), "kern", query);
+    RecordFailedQuery(ask_panel(PNL_NAME(), query), PNL_NAME(), query);
+    if (PNL_NAME() != "kern") RecordFailedQuery(ask_panel("kern", query), "kern", query);
   }
 
   if (report_mode == "-f") {
@@ -439,8 +462,7 @@ void check_actionlist(const std::string& lang) {
   std::cout << std::endl;
   std::cout << "Actionlist check for lang " << lang << std::endl;
 
-  pnl_client::Local client(PNL_NAME(), "checkXml");
-  pnl_xml::Xml actions = client.Query("func=actionlist&out=xml");
+  pnl_xml::Xml actions = ask_panel(PNL_NAME(), "func=actionlist&out=xml");
   RecordFailedQuery(actions, PNL_NAME(), "func=actionlist&out=xml");
   SourceLines lines(pnl_file::GetCurrentDir());
 

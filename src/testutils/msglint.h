@@ -51,6 +51,11 @@ std::string get_prefix(std::string name);
 // The text after the first "_" when not empty, else the text before it.
 std::string cut_prefix(std::string name);
 
+// Sends `query` to the panel of `manager` and returns its reply; a query
+// that gets no answer is told on standard error, naming the manager and
+// the query (the log has it too), and gives an empty document.
+pnl_xml::Xml ask_panel(const std::string& manager, const std::string& query);
+
 // Runs the program argv[0] with the arguments `argv` (no shell: every
 // argument reaches the program as it stands) and waits for it; returns its
 // exit status, -1 when it could not be started or did not end by itself.
