@@ -1,7 +1,10 @@
 #include "pnl/file.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -403,6 +406,28 @@ TEST_F(DirHandleTest, LockIsExclusiveAndNeverTakenThroughALink) {
   EXPECT_EQ(pnl_file::LockFile::kFailed, second.Lock(run, "n.lock"));
   EXPECT_EQ("var/run/n.lock is a symbolic link", pnl_file::LastError());
   EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/none"));
+}
+
+TEST_F(DirHandleTest, ShortWriteKeepsTheOldFileAndLeavesNoTemporaryFile) {
+  dir_.Write("f", "old");
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    // A file size limit stands in for a full disk.
+    struct rlimit limit = {8, 8};
+    signal(SIGXFSZ, SIG_IGN);
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(3);
+    bool ok = pnl_file::WriteFile("f", std::string(100, 'x'));
+    _exit(!ok && pnl_file::LastError() == "f: File too large" ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, WEXITSTATUS(status));
+  EXPECT_EQ("old", dir_.Read("f"));
+  std::vector<std::string> names;
+  pnl_file::Dir listing(".");
+  while (listing.Read()) names.push_back(listing.Name());
+  EXPECT_EQ((std::vector<std::string>{"f"}), names);
 }
 
 }  // namespace
