@@ -82,17 +82,12 @@ void Resolve(const std::string& name, const SectionsByName& groups,
 bool SaveTo(const pnl_xml::Xml& doc, const std::string& path,
             std::string* error) {
   if (doc.Save(path, true)) return true;
-  kLog.Write(3, "cannot write %s", path.c_str());
-  *error = "cannot write " + path;
+  *error = "cannot write " + path + ": " + pnl_file::LastError();
+  kLog.Write(3, "%s", error->c_str());
   return false;
 }
 
 }  // namespace
-
-bool SafeName(const std::string& name) {
-  return !name.empty() && name != "." && name != ".." &&
-         name.find('/') == std::string::npos;
-}
 
 ManagerCache::ManagerCache(const std::string& manager) : manager_(manager) {}
 
@@ -114,7 +109,13 @@ std::vector<std::string> ManagerCache::Languages() const {
       continue;
     std::string lang = name.substr(
         prefix.size(), name.size() - prefix.size() - suffix.size());
-    if (!SafeName(lang)) {
+    // Only a regular file (or a link to one) holds messages: a directory or
+    // a FIFO named like a message file is no language.
+    if (!pnl_file::IsRegularFile(dir.FullName())) {
+      kLog.Write(4, "skipping %s: not a regular file", name.c_str());
+      continue;
+    }
+    if (!pnl_file::IsPlainName(lang)) {
       kLog.Write(4, "skipping the language \"%s\" of %s", lang.c_str(),
                  name.c_str());
       continue;
@@ -168,7 +169,7 @@ const std::vector<std::string>& ManagerCache::KnownNames(
   std::vector<std::string>& known = known_names_[lang];
   std::set<std::string> seen;
   for (const std::string& name : all) {
-    if (!SafeName(name)) {
+    if (!pnl_file::IsPlainName(name)) {
       kLog.Write(4, "skipping the unsafe name \"%s\"", name.c_str());
       continue;
     }
@@ -196,8 +197,8 @@ bool ManagerCache::WriteSession(const std::string& lang,
                                 std::string* error) const {
   const std::string dir = CacheDir();
   if (!pnl_file::MakeDirs(dir)) {
-    kLog.Write(3, "cannot create %s", dir.c_str());
-    *error = "cannot create " + dir;
+    *error = "cannot create " + dir + ": " + pnl_file::LastError();
+    kLog.Write(3, "%s", error->c_str());
     return false;
   }
   const SectionsByName groups = GroupByName(Sections(lang));
@@ -217,8 +218,8 @@ bool ManagerCache::WriteChecked(const std::string& function,
                                 std::string* error) const {
   const std::string dir = CacheDir() + "/checked";
   if (!pnl_file::MakeDirs(dir)) {
-    kLog.Write(3, "cannot create %s", dir.c_str());
-    *error = "cannot create " + dir;
+    *error = "cannot create " + dir + ": " + pnl_file::LastError();
+    kLog.Write(3, "%s", error->c_str());
     return false;
   }
   bool ok = true;

@@ -16,10 +16,6 @@
 
 namespace panel {
 
-// True for a name that may become part of a file name in the cache
-// directory: not empty, no "/", not "." or "..".
-bool SafeName(const std::string& name);
-
 // Made for one request: what it reads of the installation's files is read
 // once and kept for the object's life.
 class ManagerCache {
@@ -29,9 +25,9 @@ class ManagerCache {
   // The managers whose files make up this manager: "kern", then the manager
   // itself unless it is kern.
   std::vector<std::string> Sources() const;
-  // The languages of the manager: the codes L of its files
-  // etc/xml/M_msg_L.xml, in byte order of the file names. Codes that are
-  // not safe names are left out.
+  // The languages of the manager: the codes L of its regular files (or
+  // links to regular files) etc/xml/M_msg_L.xml, in byte order of the file
+  // names. Codes that are not plain names ("", ".", "..") are left out.
   std::vector<std::string> Languages() const;
   // The message sections of language `lang`: the "messages" elements of
   // every "lang" element named `lang`, source by source in document order.
@@ -48,7 +44,7 @@ class ManagerCache {
   bool IsKnownFunction(const std::string& name) const;
 
   // Writes S.msg.L.xml for every known name S, desktop.L.xml and
-  // common.L.xml. `lang` must be a safe name. False, with the reason in
+  // common.L.xml. `lang` must be a plain name. False, with the reason in
   // `error`, when a file could not be written.
   bool WriteSession(const std::string& lang, std::string* error) const;
   // Writes checked/F.msg.L.xml for every language L. False, with the

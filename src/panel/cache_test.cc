@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <string>
 #include <vector>
 
@@ -115,6 +117,39 @@ TEST(CacheTest, LanguagesAreTheCodesOfTheManagersMessageFiles) {
   dir.Write("etc/xml/kern_msg_fr.xml", "<pnldata/>");
   EXPECT_EQ((std::vector<std::string>{"en", "ru"}),
             ManagerCache("shop").Languages());
+}
+
+TEST(CacheTest, OnlyRegularFilesAndLinksToThemGiveLanguages) {
+  ScratchDir dir;
+  dir.Write("etc/xml/shop_msg_en.xml", "<pnldata/>");
+  dir.Write("elsewhere/messages.xml", "<pnldata/>");
+  dir.Link(dir.path() + "/elsewhere/messages.xml", "etc/xml/shop_msg_de.xml");
+  dir.Link(dir.path() + "/nothing.xml", "etc/xml/shop_msg_fi.xml");
+  dir.Link(dir.path() + "/elsewhere", "etc/xml/shop_msg_it.xml");
+  dir.MakeDir("etc/xml/shop_msg_ru.xml");
+  ASSERT_EQ(0, mkfifo((dir.path() + "/etc/xml/shop_msg_fr.xml").c_str(), 0600));
+  EXPECT_EQ((std::vector<std::string>{"de", "en"}),
+            ManagerCache("shop").Languages());
+}
+
+TEST(CacheTest, DotAndDotDotAreNoLanguages) {
+  ScratchDir dir;
+  dir.Write("etc/xml/shop_msg_en.xml", "<pnldata/>");
+  dir.Write("etc/xml/shop_msg_..xml", "<pnldata/>");
+  dir.Write("etc/xml/shop_msg_...xml", "<pnldata/>");
+  // "shop_msg_..xml" is language "."; "shop_msg_...xml" is language "..".
+  EXPECT_EQ((std::vector<std::string>{"en"}), ManagerCache("shop").Languages());
+}
+
+TEST(CacheTest, ValuelessPartEndsALanguageAtTheAmpersand) {
+  ScratchDir dir;
+  WriteKernAndShop(dir);
+  dir.Write("etc/xml/shop_msg_a.xml",
+            "<pnldata><lang name=\"a\"><messages name=\"goods\">"
+            "<msg name=\"x\">X</msg></messages></lang></pnldata>");
+  EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=session&lang=a&b&out=devel"));
+  EXPECT_EQ(Messages("goods", "<msg name=\"x\">X</msg>"),
+            dir.Read("var/.xmlcache/shop/goods.msg.a.xml"));
 }
 
 TEST(CacheTest, SessionWritesTheCacheOfAManagerFromKernThenItsOwnFiles) {
@@ -307,8 +342,9 @@ TEST(CacheTest, UnknownFunctionAndMalformedQueryGetAnErrorAndServingGoesOn) {
             Ask("shop", "lang=en"));
   EXPECT_EQ(Reply("<error>malformed query: no function</error>"),
             Ask("shop", "func=&lang=en"));
-  EXPECT_EQ(Reply("<error>malformed query: \"oops\" is not key=value</error>"),
-            Ask("shop", "func=f&oops"));
+  // A part without "=" is a key with no value: the query itself is fine.
+  EXPECT_EQ(Reply("<error>unknown function \"none\"</error>"),
+            Ask("shop", "func=none&oops"));
   EXPECT_EQ(Reply("<error>unknown function \"../f\"</error>"),
             Ask("shop", "func=..%2Ff"));
   EXPECT_EQ(Reply("<error>unknown function \"&lt;x&gt;\"</error>"),

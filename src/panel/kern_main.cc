@@ -9,8 +9,9 @@
 #include <string>
 
 #include "panel/cache.h"
+#include "pnl/file.h"
 #include "panel/panel.h"
-#include "panel/server.h"
+#include "pnl/server.h"
 #include "version/version.h"
 
 namespace {
@@ -41,15 +42,15 @@ int main(int argc, char** argv) {
     Usage();
     return 1;
   }
-  if (!panel::SafeName(manager)) {
+  if (!pnl_file::IsPlainName(manager)) {
     fprintf(stderr, "kern: invalid manager name \"%s\"\n", manager.c_str());
     return 1;
   }
 
   panel::Panel panel(manager);
-  panel::ServerOptions options;
+  pnl_server::ServerOptions options;
   options.too_long_reply = panel::Panel::ErrorReply("request too long");
-  return panel::StartDetached(
+  return pnl_server::StartDetached(
       manager,
       [&panel](const std::string& request) { return panel.Handle(request); },
       options);

@@ -1,6 +1,7 @@
 #include "panel/panel.h"
 
 #include "panel/cache.h"
+#include "pnl/file.h"
 #include "panel/query.h"
 #include "pnl/log.h"
 
@@ -68,7 +69,7 @@ std::string Panel::Handle(const std::string& request) {
 
   if (function == "session") {
     const std::string& lang = query.Get("lang");
-    if (!SafeName(lang)) {
+    if (!pnl_file::IsPlainName(lang)) {
       error = "invalid language " + Quote(lang);
       kLog.Write(3, "%s", error.c_str());
       return ErrorReply(error);
@@ -84,7 +85,7 @@ std::string Panel::Handle(const std::string& request) {
     return Doc(content);
   }
 
-  if (SafeName(function) && cache.IsKnownFunction(function)) {
+  if (pnl_file::IsPlainName(function) && cache.IsKnownFunction(function)) {
     if (!cache.WriteChecked(function, &error)) return ErrorReply(error);
     return Doc("<ok/>");
   }

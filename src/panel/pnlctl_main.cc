@@ -54,6 +54,7 @@ int main(int argc, char** argv) {
 
   std::string error;
   if (!root) {
+    fprintf(stderr, "pnl_client: %s\n", client.Error().c_str());
     error = "no reply";
   } else {
     pnl_xml::XmlNode node = root.FindNode("error");

@@ -10,13 +10,12 @@ bool Query::Parse(const std::string& line, std::string* error) {
   while (!rest.empty()) {
     std::string part = str::GetWord(rest, '&');
     if (part.empty()) continue;
+    // A part without "=" is a key with an empty value, as form decoding
+    // has it: "lang=a&b" names language "a" and a key "b".
     std::size_t eq = part.find('=');
-    if (eq == std::string::npos) {
-      *error = "malformed query: \"" + part + "\" is not key=value";
-      return false;
-    }
     std::string key = str::UrlDecode(part.substr(0, eq));
-    std::string value = str::UrlDecode(part.substr(eq + 1));
+    std::string value =
+        eq == std::string::npos ? std::string() : str::UrlDecode(part.substr(eq + 1));
     values_.emplace(key, value);  // keeps the first value of a key
   }
   if (Function().empty()) {

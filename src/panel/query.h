@@ -10,9 +10,10 @@ namespace panel {
 class Query {
  public:
   // Parses `line`: parts separated by "&", each "key=value" with key and
-  // value percent-decoded; where a key repeats, its first value counts.
-  // Empty parts are passed over. Returns false, with the reason in `error`,
-  // when a part has no "=" or the query names no function.
+  // value percent-decoded; a part without "=" is a key with an empty value.
+  // Where a key repeats, its first value counts. Empty parts are passed
+  // over. Returns false, with the reason in `error`, when the query names no
+  // function.
   bool Parse(const std::string& line, std::string* error);
 
   // The function named by "func".

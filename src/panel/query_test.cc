@@ -47,11 +47,29 @@ TEST(QueryTest, QueryWithoutFunctionIsMalformed) {
   EXPECT_FALSE(q.Parse("func=&lang=en", &error));
 }
 
-TEST(QueryTest, PartWithoutEqualsSignIsMalformed) {
+TEST(QueryTest, PartWithoutEqualsSignIsAKeyWithAnEmptyValue) {
   Query q;
   std::string error;
-  EXPECT_FALSE(q.Parse("func=x&junk", &error));
-  EXPECT_EQ("malformed query: \"junk\" is not key=value", error);
+  ASSERT_TRUE(q.Parse("func=session&lang=a&b&out=devel", &error));
+  EXPECT_EQ("session", q.Function());
+  EXPECT_EQ("a", q.Get("lang"));
+  EXPECT_EQ("devel", q.Get("out"));
+  EXPECT_EQ("", q.Get("b"));
+}
+
+TEST(QueryTest, KeyWithoutValueDoesNotHideALaterValue) {
+  Query q;
+  std::string error;
+  // The first occurrence counts, valueless or not.
+  ASSERT_TRUE(q.Parse("func=x&lang&lang=en", &error));
+  EXPECT_EQ("", q.Get("lang"));
+}
+
+TEST(QueryTest, FunctionWithoutValueIsStillMalformed) {
+  Query q;
+  std::string error;
+  EXPECT_FALSE(q.Parse("func&lang=en", &error));
+  EXPECT_EQ("malformed query: no function", error);
 }
 
 }  // namespace

@@ -272,7 +272,7 @@ TEST_F(PanelAbuseTest, RegularFileAtTheSocketPathIsReportedNotRemoved) {
   EXPECT_EQ("not a socket\n", dir_.Read("var/run/shop.socket"));
   EXPECT_NE(std::string::npos,
             LogRecords(dir_.path(), "shop")
-                .find("3 var/run/shop.socket is not a socket: left as it is\n"))
+                .find("3 cannot listen on var/run/shop.socket: it is a regular file\n"))
       << LogRecords(dir_.path(), "shop");
   EXPECT_EQ(1, Wait(Start({"sbin/pnlctl", "-m", "shop", "user", "lang=ru"}, "out/c.out",
                           "out/c.err")));

@@ -366,4 +366,76 @@ TEST(PnlctlTest, NoPanelProgramMeansNoReply) {
             run.err);
 }
 
+// ---- No write through a link ------------------------------------------------
+
+TEST(ServerTest, LinkAtThePidFileStopsTheStartAndLeavesTheTargetAlone) {
+  ScratchDir dir;
+  ScratchDir outside;
+  ASSERT_EQ(0, chdir(dir.path().c_str()));
+  dir.InstallPanel();
+  dir.AddManagerLink("shop");
+  outside.Write("theirs", "theirs\n");
+  dir.Link(outside.path() + "/theirs", "var/run/shop.pid");
+  RunResult run = RunProgram(dir, {"bin/shop"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ("theirs\n", outside.Read("theirs"));
+  EXPECT_NE(std::string::npos,
+            LogRecords(dir.path(), "shop")
+                .find("3 cannot write the pid file: var/run/shop.pid is a symbolic link"));
+}
+
+TEST(ServerTest, LinkAtItsLogStopsThePanelWithALine) {
+  ScratchDir dir;
+  ScratchDir outside;
+  ASSERT_EQ(0, chdir(dir.path().c_str()));
+  dir.InstallPanel();
+  dir.AddManagerLink("shop");
+  dir.Link(outside.path() + "/new.log", "var/log/shop.log");
+  RunResult run = RunProgram(dir, {"bin/shop"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ("kern: unsafe installation: var/log/shop.log is a symbolic link\n", run.err);
+  EXPECT_FALSE(pnl_file::Exists(outside.path() + "/new.log"));
+  EXPECT_FALSE(pnl_file::Exists("var/run/shop.pid"));
+}
+
+TEST(ServerTest, LinkAtTheRunDirectoryStopsTheStart) {
+  ScratchDir dir;
+  ScratchDir outside;
+  ASSERT_EQ(0, chdir(dir.path().c_str()));
+  dir.InstallPanel();
+  dir.AddManagerLink("shop");
+  dir.MakeDir("var");
+  dir.Link(outside.path(), "var/run");
+  RunResult run = RunProgram(dir, {"bin/shop"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ("kern: cannot use var/run is a symbolic link\n", run.err);
+  EXPECT_FALSE(pnl_file::Exists(outside.path() + "/shop.lock"));
+}
+
+TEST(ServerTest, RegularFileAtTheSocketIsNotRemoved) {
+  ScratchDir dir;
+  dir.InstallPanel();
+  dir.AddManagerLink("shop");
+  dir.Write("var/run/shop.socket", "mine\n");
+  RunResult run = RunProgram(dir, {"bin/shop"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ("mine\n", dir.Read("var/run/shop.socket"));
+}
+
+TEST(ServerTest, LinkAtTheCacheGetsAnErrorReplyAndNothingOutside) {
+  ScratchDir dir;
+  ScratchDir outside;
+  ASSERT_EQ(0, chdir(dir.path().c_str()));
+  dir.InstallPanel();
+  dir.AddManagerLink("shop");
+  dir.Write("etc/xml/shop_msg_en.xml",
+            "<pnldata><lang name=\"en\"><messages name=\"a\"/></lang></pnldata>");
+  dir.MakeDir("var");
+  dir.Link(outside.path(), "var/.xmlcache");
+  EXPECT_EQ(Reply("<error>cannot create var/.xmlcache/shop: var/.xmlcache is a "
+                  "symbolic link</error>"),
+            Ask("shop", "func=session&lang=en"));
+  EXPECT_FALSE(pnl_file::Exists(outside.path() + "/shop"));
+}
+
 }  // namespace

@@ -17,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include "pnl/file.h"
 #include "pnl/log.h"
 #include "pnl/proc.h"
 
@@ -35,13 +36,6 @@ const auto kReplyDeadline = std::chrono::seconds(60);
 const auto kStartDeadline = std::chrono::seconds(5);
 
 using Clock = std::chrono::steady_clock;
-
-// A manager name that can name files under var/run and bin.
-bool SafeManagerName(const std::string& name) {
-  return !name.empty() && name != "." && name != ".." &&
-         name.find('/') == std::string::npos &&
-         name.find('\0') == std::string::npos;
-}
 
 int MillisUntil(Clock::time_point deadline) {
   auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -174,8 +168,9 @@ pnl_xml::Xml Client::Query(const std::string& query) {
   size_t nl = request.find('\n');
   if (nl != std::string::npos) request.erase(nl);
   request += '\n';
+  error_.clear();
 
-  if (SafeManagerName(manager_)) {
+  if (pnl_file::IsPlainName(manager_)) {
     auto give_up = Clock::now() + kRetryBudget;
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
       if (attempt > 0) {
@@ -207,11 +202,8 @@ pnl_xml::Xml Client::Query(const std::string& query) {
       return doc;
     }
   }
-  kLog.Write(3, "%s: no answer from manager \"%s\" to query \"%s\"",
-             client_name_.c_str(), manager_.c_str(), query.c_str());
-  fprintf(stderr, "pnl_client: no answer from manager \"%s\" to query \"%s\"\n",
-          manager_.c_str(), query.c_str());
-  fflush(stderr);
+  error_ = "no answer from manager \"" + manager_ + "\" to query \"" + query + "\"";
+  kLog.Write(3, "%s: %s", client_name_.c_str(), error_.c_str());
   return pnl_xml::Xml();
 }
 

@@ -6,9 +6,9 @@
 // which the panel closes the connection. When nothing answers, the client
 // starts the panel (bin/M when it is executable, otherwise bin/kern -m M)
 // and retries within a bounded time (seconds). A query that still gets no
-// answer returns an empty document, writes a log record and one line on
-// standard error naming the manager and the query. Nothing here hangs or
-// throws.
+// answer returns an empty document and writes a log record; Error() then
+// names the manager and the query, for the caller to tell where it sees
+// fit. Nothing here prints, hangs or throws.
 #ifndef PNL_CLIENT_H_
 #define PNL_CLIENT_H_
 
@@ -23,6 +23,9 @@ class Client {
   virtual ~Client();
   // Sends `query` and returns the reply document (empty on failure).
   pnl_xml::Xml Query(const std::string& query);
+  // Why the last Query got no answer: "no answer from manager "M" to query
+  // "Q""; "" after an answered one.
+  const std::string& Error() const { return error_; }
 
  protected:
   Client(const std::string& manager, const std::string& client_name);
@@ -30,6 +33,7 @@ class Client {
  private:
   std::string manager_;
   std::string client_name_;
+  std::string error_;
 };
 
 // A client of the locally running manager `manager`.

@@ -6,6 +6,7 @@
 #include <stdarg.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -68,7 +69,316 @@ std::string RefusalReason(const std::string& path) {
   return "";
 }
 
+thread_local std::string g_last_error;
+
+bool Fail(const std::string& text, int error) {
+  g_last_error = text;
+  errno = error;
+  return false;
+}
+
+std::string KindOf(mode_t mode) {
+  if (S_ISLNK(mode)) return "a symbolic link";
+  if (S_ISDIR(mode)) return "a directory";
+  if (S_ISREG(mode)) return "a regular file";
+  if (S_ISFIFO(mode)) return "a FIFO";
+  if (S_ISSOCK(mode)) return "a socket";
+  if (S_ISCHR(mode) || S_ISBLK(mode)) return "a device";
+  return "something else";
+}
+
+std::string Join(const std::string& dir, const std::string& name) {
+  if (dir.empty() || dir == ".") return name;
+  return ConcatPath(dir, name);
+}
+
+// Removes everything inside the directory open at `fd` (which it closes),
+// never following a link.
+bool EmptyDirectory(int fd) {
+  DIR* handle = fdopendir(fd);
+  if (handle == nullptr) {
+    close(fd);
+    return false;
+  }
+  std::vector<std::string> names;
+  while (struct dirent* entry = readdir(handle)) {
+    if (strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0)
+      continue;
+    names.push_back(entry->d_name);
+  }
+  bool ok = true;
+  int dir_fd = dirfd(handle);
+  for (const std::string& name : names) {
+    struct stat st;
+    if (fstatat(dir_fd, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    if (S_ISDIR(st.st_mode)) {
+      int sub = openat(dir_fd, name.c_str(),
+                       O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+      if (sub < 0 || !EmptyDirectory(sub)) ok = false;
+      if (unlinkat(dir_fd, name.c_str(), AT_REMOVEDIR) != 0) ok = false;
+    } else if (unlinkat(dir_fd, name.c_str(), 0) != 0 && errno != ENOENT) {
+      ok = false;
+    }
+  }
+  closedir(handle);
+  return ok;
+}
+
+// Opens the directory of `path` (the part before its last "/") as a
+// handle; `name` gets the last component.
+bool OpenParent(const std::string& path, DirHandle* dir, std::string* name) {
+  std::pair<std::string, std::string> parts = SplitPath(BelowCurrentDir(path));
+  std::string parent = parts.first;
+  if (parent.empty() && !path.empty() && BelowCurrentDir(path)[0] == '/')
+    parent = "/";
+  *name = parts.second;
+  return dir->Open(parent, false);
+}
+
 }  // namespace
+
+const std::string& LastError() { return g_last_error; }
+
+std::string BelowCurrentDir(const std::string& path) {
+  if (path.empty() || path[0] != '/') return path;
+  std::string cwd = GetCurrentDir();
+  if (cwd.empty()) return path;
+  if (cwd == "/") return path.substr(1);
+  if (path.compare(0, cwd.size(), cwd) != 0) return path;
+  if (path.size() == cwd.size()) return ".";
+  if (path[cwd.size()] != '/') return path;
+  std::string rest = path.substr(cwd.size() + 1);
+  return rest.empty() ? "." : rest;
+}
+
+std::string Describe(const std::string& path) {
+  std::pair<std::string, std::string> parts = SplitPath(BelowCurrentDir(path));
+  DirHandle dir;
+  if (!dir.Open(parts.first, false)) {
+    // A missing directory on the way means nothing stands at the path.
+    return errno == ENOENT ? std::string() : LastError();
+  }
+  struct stat st;
+  if (fstatat(dir.fd(), parts.second.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0)
+    return std::string();
+  return KindOf(st.st_mode);
+}
+
+DirHandle::~DirHandle() {
+  if (fd_ >= 0) close(fd_);
+}
+
+DirHandle::DirHandle(DirHandle&& other) noexcept
+    : fd_(other.fd_), path_(std::move(other.path_)) {
+  other.fd_ = -1;
+}
+
+DirHandle& DirHandle::operator=(DirHandle&& other) noexcept {
+  if (this != &other) {
+    if (fd_ >= 0) close(fd_);
+    fd_ = other.fd_;
+    path_ = std::move(other.path_);
+    other.fd_ = -1;
+  }
+  return *this;
+}
+
+bool DirHandle::Open(const std::string& path, bool create) {
+  if (fd_ >= 0) close(fd_);
+  fd_ = -1;
+  path_ = path;
+  const std::string below = BelowCurrentDir(path);
+  const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+  int fd;
+  std::string walked;
+  std::vector<std::string> parts;
+  if (!below.empty() && below[0] == '/') {
+    // Outside the current directory: the system resolves the path.
+    if (create) MakeDirs(below);
+    fd = open(below.c_str(), flags);
+    if (fd < 0) return Fail(path + ": " + strerror(errno), errno);
+    fd_ = fd;
+    return true;
+  }
+  fd = open(".", flags);
+  if (fd < 0) return Fail(std::string(".: ") + strerror(errno), errno);
+  for (const std::string& part : Components(below)) {
+    if (part.empty() || part == ".") continue;
+    walked = Join(walked, part);
+    if (part == "..") {
+      close(fd);
+      return Fail(walked + ": \"..\" is not walked", EINVAL);
+    }
+    int next = openat(fd, part.c_str(), flags | O_NOFOLLOW);
+    if (next < 0 && errno == ENOENT && create) {
+      if (mkdirat(fd, part.c_str(), 0777) != 0 && errno != EEXIST) {
+        int error = errno;
+        close(fd);
+        return Fail(walked + ": " + strerror(error), error);
+      }
+      next = openat(fd, part.c_str(), flags | O_NOFOLLOW);
+    }
+    if (next < 0) {
+      int error = errno;
+      struct stat st;
+      if ((error == ELOOP || error == ENOTDIR) &&
+          fstatat(fd, part.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0) {
+        close(fd);
+        return Fail(walked + " is " + KindOf(st.st_mode), error);
+      }
+      close(fd);
+      return Fail(walked + ": " + strerror(error), error);
+    }
+    close(fd);
+    fd = next;
+  }
+  fd_ = fd;
+  return true;
+}
+
+bool DirHandle::OpenSub(const std::string& name, bool create,
+                        DirHandle* sub) const {
+  if (!IsPlainName(name)) return Fail(Join(path_, name) + ": not a plain name", EINVAL);
+  const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW;
+  int fd = openat(fd_, name.c_str(), flags);
+  if (fd < 0 && errno == ENOENT && create) {
+    if (mkdirat(fd_, name.c_str(), 0777) != 0 && errno != EEXIST)
+      return Fail(Join(path_, name) + ": " + strerror(errno), errno);
+    fd = openat(fd_, name.c_str(), flags);
+  }
+  if (fd < 0) {
+    int error = errno;
+    struct stat st;
+    if ((error == ELOOP || error == ENOTDIR) &&
+        fstatat(fd_, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0)
+      return Fail(Join(path_, name) + " is " + KindOf(st.st_mode), error);
+    return Fail(Join(path_, name) + ": " + strerror(error), error);
+  }
+  DirHandle opened;
+  opened.fd_ = fd;
+  opened.path_ = Join(path_, name);
+  *sub = std::move(opened);
+  return true;
+}
+
+int DirHandle::OpenFile(const std::string& name, bool truncate, int mode) const {
+  const std::string shown = Join(path_, name);
+  if (!IsPlainName(name)) {
+    Fail(shown + ": not a plain name", EINVAL);
+    return -1;
+  }
+  int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+  if (!truncate) flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+  int fd = openat(fd_, name.c_str(), flags, mode);
+  if (fd < 0) {
+    int error = errno;
+    struct stat st;
+    if (fstatat(fd_, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0 &&
+        !S_ISREG(st.st_mode))
+      Fail(shown + " is " + KindOf(st.st_mode), error);
+    else
+      Fail(shown + ": " + strerror(error), error);
+    return -1;
+  }
+  struct stat st;
+  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    std::string kind = KindOf(st.st_mode);
+    close(fd);
+    Fail(shown + " is " + kind, EINVAL);
+    return -1;
+  }
+  // Emptied only once it is known to be a regular file of its own.
+  if ((truncate && ftruncate(fd, 0) != 0) || fcntl(fd, F_SETFL, flags & O_APPEND) != 0) {
+    int error = errno;
+    close(fd);
+    Fail(shown + ": " + strerror(error), error);
+    return -1;
+  }
+  return fd;
+}
+
+bool DirHandle::WriteFile(const std::string& name, const std::string& text) const {
+  const std::string shown = Join(path_, name);
+  if (!IsPlainName(name)) return Fail(shown + ": not a plain name", EINVAL);
+  struct stat st;
+  mode_t mode;
+  if (fstatat(fd_, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0) {
+    if (!S_ISREG(st.st_mode))
+      return Fail(shown + " is " + KindOf(st.st_mode), S_ISDIR(st.st_mode) ? EISDIR : ELOOP);
+    mode = st.st_mode & 07777;
+  } else {
+    mode_t mask = umask(0);
+    umask(mask);
+    mode = 0666 & ~mask;
+  }
+  // A temporary name of our own in the same directory.
+  std::string tmp;
+  int fd = -1;
+  for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
+    tmp = "." + name + "." + std::to_string(static_cast<long>(getpid())) + "." +
+          std::to_string(attempt) + ".tmp";
+    fd = openat(fd_, tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (fd < 0 && errno != EEXIST) break;
+  }
+  if (fd < 0) return Fail(shown + ": " + strerror(errno), errno);
+  fchmod(fd, mode);
+  int error = 0;
+  const char* data = text.data();
+  size_t left = text.size();
+  while (left > 0) {
+    ssize_t n = write(fd, data, left);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      error = errno;
+      break;
+    }
+    data += n;
+    left -= static_cast<size_t>(n);
+  }
+  if (close(fd) != 0 && error == 0) error = errno;
+  if (error == 0 && renameat(fd_, tmp.c_str(), fd_, name.c_str()) != 0) error = errno;
+  if (error != 0) {
+    unlinkat(fd_, tmp.c_str(), 0);
+    return Fail(shown + ": " + strerror(error), error);
+  }
+  return true;
+}
+
+bool DirHandle::Remove(const std::string& name) const {
+  const std::string shown = Join(path_, name);
+  if (!IsPlainName(name)) return Fail(shown + ": not a plain name", EINVAL);
+  struct stat st;
+  if (fstatat(fd_, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) return true;
+  if (!S_ISDIR(st.st_mode)) {
+    if (unlinkat(fd_, name.c_str(), 0) != 0 && errno != ENOENT)
+      return Fail(shown + ": " + strerror(errno), errno);
+    return true;
+  }
+  int sub = openat(fd_, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (sub < 0) return Fail(shown + ": " + strerror(errno), errno);
+  bool emptied = EmptyDirectory(sub);
+  if (unlinkat(fd_, name.c_str(), AT_REMOVEDIR) != 0 && errno != ENOENT)
+    return Fail(shown + ": " + strerror(errno), errno);
+  (void)emptied;
+  return true;
+}
+
+LockFile::~LockFile() {
+  if (fd_ >= 0) close(fd_);
+}
+
+LockFile::Result LockFile::Lock(const DirHandle& dir, const std::string& name) {
+  if (fd_ >= 0) close(fd_);
+  fd_ = dir.OpenFile(name, false, 0600);
+  if (fd_ < 0) return kFailed;
+  if (flock(fd_, LOCK_EX | LOCK_NB) == 0) return kLocked;
+  int error = errno;
+  close(fd_);
+  fd_ = -1;
+  if (error == EWOULDBLOCK) return kHeldByAnother;
+  Fail(Join(dir.path(), name) + ": " + strerror(error), error);
+  return kFailed;
+}
 
 std::string GetCurrentDir() {
   std::string buffer(256, '\0');
@@ -84,6 +394,17 @@ std::string GetCurrentDir() {
   return buffer;
 }
 
+bool IsPlainName(const std::string& name) {
+  return !name.empty() && name != "." && name != ".." &&
+         name.find('/') == std::string::npos &&
+         name.find('\0') == std::string::npos;
+}
+
+bool IsRegularFile(const std::string& path) {
+  struct stat st;
+  return !path.empty() && stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
 bool Exists(const std::string& path) {
   struct stat st;
   return !path.empty() && stat(path.c_str(), &st) == 0;
@@ -97,20 +418,15 @@ void Remove(const std::string& path) {
                   reason.c_str());
     return;
   }
-  struct stat st;
-  if (lstat(path.c_str(), &st) != 0) return;
-  if (!S_ISDIR(st.st_mode)) {
-    // A file, or a symbolic link removed as a link.
-    if (unlink(path.c_str()) != 0 && Log().Check(4))
-      Log().Write(4, "Cannot remove \"%s\": %s", path.c_str(), strerror(errno));
+  DirHandle parent;
+  std::string name;
+  if (!OpenParent(path, &parent, &name)) {
+    if (errno != ENOENT && Log().Check(4))
+      Log().Write(4, "Cannot remove \"%s\": %s", path.c_str(), LastError().c_str());
     return;
   }
-  // remove_all does not follow the symbolic links that it meets inside.
-  std::error_code ec;
-  std::filesystem::remove_all(path, ec);
-  if (ec && Log().Check(4))
-    Log().Write(4, "Cannot remove \"%s\": %s", path.c_str(),
-                ec.message().c_str());
+  if (!parent.Remove(name) && Log().Check(4))
+    Log().Write(4, "Cannot remove \"%s\": %s", path.c_str(), LastError().c_str());
 }
 
 std::pair<std::string, std::string> SplitPath(const std::string& path) {
@@ -160,65 +476,20 @@ std::string GoodPath(const std::string& path) {
 }
 
 bool WriteFile(const std::string& path, const std::string& text) {
-  std::pair<std::string, std::string> parts = SplitPath(path);
-  std::string dir = parts.first;
-  if (dir.empty() && !path.empty() && path[0] == '/') dir = "/";
-  std::string tmpl = (dir.empty() ? std::string() : ConcatPath(dir, "")) +
-                     "." + parts.second + ".XXXXXX";
-  int fd = mkostemp(tmpl.data(), O_CLOEXEC);
-  if (fd < 0) return false;
-
-  // Keep the mode of the file replaced; a new file gets the usual one.
-  struct stat st;
-  mode_t mode;
-  if (stat(path.c_str(), &st) == 0) {
-    mode = st.st_mode & 07777;
-  } else {
-    mode_t mask = umask(0);
-    umask(mask);
-    mode = 0666 & ~mask;
-  }
-  fchmod(fd, mode);
-
-  bool ok = true;
-  const char* data = text.data();
-  size_t left = text.size();
-  while (left > 0) {
-    ssize_t n = write(fd, data, left);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      ok = false;
-      break;
-    }
-    data += n;
-    left -= static_cast<size_t>(n);
-  }
-  if (close(fd) != 0) ok = false;
-  if (ok && rename(tmpl.c_str(), path.c_str()) != 0) ok = false;
-  if (!ok) unlink(tmpl.c_str());
-  return ok;
+  DirHandle dir;
+  std::string name;
+  if (!OpenParent(path, &dir, &name)) return false;
+  return dir.WriteFile(name, text);
 }
 
 FILE* OpenForWriting(const std::string& path) {
-  int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0644);
+  DirHandle dir;
+  std::string name;
+  int fd = -1;
+  if (OpenParent(path, &dir, &name)) fd = dir.OpenFile(name, true, 0644);
   if (fd < 0) {
     int error = errno;
-    if (Log().Check(3)) Log().Write(3, "Cannot open %s: %s", path.c_str(), strerror(error));
-    errno = error;
-    return nullptr;
-  }
-  struct stat st;
-  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-    close(fd);
-    if (Log().Check(3)) Log().Write(3, "Cannot open %s: not a regular file", path.c_str());
-    errno = EINVAL;
-    return nullptr;
-  }
-  // Emptied only once it is known to be a regular file of its own.
-  if (ftruncate(fd, 0) != 0 || fcntl(fd, F_SETFL, 0) != 0) {
-    int error = errno;
-    close(fd);
-    if (Log().Check(3)) Log().Write(3, "Cannot open %s: %s", path.c_str(), strerror(error));
+    if (Log().Check(3)) Log().Write(3, "Cannot open %s", LastError().c_str());
     errno = error;
     return nullptr;
   }
@@ -404,7 +675,12 @@ TempDir::~TempDir() {
 }
 
 bool MakeDirs(const std::string& path) {
-  if (path.empty()) return false;
+  if (path.empty()) return Fail("empty path", EINVAL);
+  const std::string below = BelowCurrentDir(path);
+  if (below[0] != '/') {
+    DirHandle dir;
+    return dir.Open(below, true);
+  }
   std::error_code ec;
   std::filesystem::create_directories(path, ec);
   return std::filesystem::is_directory(path, ec);

@@ -14,13 +14,24 @@ namespace pnl_file {
 // "/" (except for the root directory itself, "/").
 std::string GetCurrentDir();
 
+// True when `name` is usable as one path component inside its directory:
+// not empty, not "." or "..", without "/" and without a NUL byte. Manager
+// names, language codes and cache file names must pass it before they
+// become part of a path.
+bool IsPlainName(const std::string& name);
+
+// True when `path` is a regular file, or a symbolic link to one.
+bool IsRegularFile(const std::string& path);
+
 // True when a file, directory or other entry exists at `path` (a symbolic
 // link counts when its target exists).
 bool Exists(const std::string& path);
 
 // Removes the file, or the directory with everything in it. A symbolic link
 // is removed as a link, never what it points to, and links met inside a
-// directory are not followed. Refused (logged, silent to the caller): an
+// directory are not followed; the removal works by descriptor from the
+// parent directory, reached as DirHandle reaches it (so, below the current
+// directory, a link on the way refuses the removal). Refused (logged, silent to the caller): an
 // empty path, a path with a "." or ".." component or an empty component,
 // and a path that is the current directory or one of its ancestors.
 // Failure is silent.
@@ -47,11 +58,13 @@ std::string GoodPath(const std::string& path);
 // with mode 0644, or emptied), but only as a regular file: a symbolic link,
 // a FIFO, a device or a directory there is refused (nullptr, logged), so
 // that writing never follows a link onto another file nor waits for a
-// reader. The caller closes the stream with fclose.
+// reader. Below the current directory no directory on the way may be a
+// link either. The caller closes the stream with fclose.
 FILE* OpenForWriting(const std::string& path);
 
 // Writes `text` to `path`, replacing the file (through a temporary file
-// renamed into place). Returns false on failure.
+// renamed into place), as DirHandle::WriteFile does in the directory of
+// `path`. Returns false on failure, with LastError() set.
 bool WriteFile(const std::string& path, const std::string& text);
 // Reads the whole regular file; false when it cannot be read (a FIFO or a
 // device is never opened for reading).
@@ -64,6 +77,7 @@ std::string Stamp(const std::string& path);
 // exists).
 bool IsLink(const std::string& path);
 // Creates the directory and its missing parents; true when it exists after.
+// Below the current directory no component may be a link.
 bool MakeDirs(const std::string& path);
 
 // Replaces the file at `path` by `text` so that the path always holds
@@ -94,6 +108,95 @@ class TempDir {
 
  private:
   std::string path_;
+};
+
+// Why the last failing call of this namespace on this thread failed, as a
+// sentence about the path ("var/log/msglint.log is a symbolic link",
+// "var/test_msgs: No space left on device"). The caller decides whether and
+// where to tell it.
+const std::string& LastError();
+
+// What stands at `path`, its components not followed: "" when nothing
+// does, else "a symbolic link", "a directory", "a regular file", "a FIFO",
+// "a socket", "a device" or "something else". A component above the last
+// that is a link or not a directory is described instead, with its path:
+// "var is a symbolic link".
+std::string Describe(const std::string& path);
+
+// The part of `path` below the current directory when it lies there
+// ("/inst/var/log" in /inst gives "var/log"); otherwise `path` as it is.
+std::string BelowCurrentDir(const std::string& path);
+
+// A directory held open by descriptor, so that what is done in it is done
+// in that directory even if a link is swapped in on its path meanwhile.
+//
+// A path below the current directory (relative, or absolute and under it)
+// is reached one component at a time with O_NOFOLLOW | O_DIRECTORY: a
+// symbolic link at any component, or anything that is not a directory,
+// refuses the open. Every file the programs create, write or remove inside
+// an installation goes through such a handle. The directories of a path
+// outside the current directory (a test's scratch file, say) are opened as
+// the system finds them; only the last component of what is written there
+// is never followed.
+class DirHandle {
+ public:
+  DirHandle() = default;
+  ~DirHandle();
+  DirHandle(DirHandle&& other) noexcept;
+  DirHandle& operator=(DirHandle&& other) noexcept;
+  DirHandle(const DirHandle&) = delete;
+  DirHandle& operator=(const DirHandle&) = delete;
+
+  // Opens the directory `path`; with `create`, missing components are made
+  // (mode 0777 less the umask). False, with LastError() set, when a
+  // component is a link, not a directory, missing (without `create`) or
+  // cannot be opened. "" and "." are the current directory.
+  bool Open(const std::string& path, bool create);
+  bool IsOpen() const { return fd_ >= 0; }
+  // The path the handle was opened with.
+  const std::string& path() const { return path_; }
+  int fd() const { return fd_; }
+
+  // Opens the entry `name` (a plain name) for writing as a regular file:
+  // created with `mode` when missing, emptied with `truncate`, else
+  // appended to. A link, FIFO, device, socket or directory there is
+  // refused. The descriptor (close-on-exec), or -1 with LastError() set.
+  int OpenFile(const std::string& name, bool truncate, int mode) const;
+  // Replaces the entry `name` by a regular file holding `text`, written to
+  // a temporary file in this directory and renamed into place; the mode of
+  // a file replaced is kept. A link or anything but a regular file at
+  // `name` is refused and left alone. A short write (a full disk) removes
+  // the temporary file and fails.
+  bool WriteFile(const std::string& name, const std::string& text) const;
+  // Removes the entry `name`: a file, a link (as a link), or a directory
+  // with everything in it, walked by descriptor without following any
+  // link. True when nothing is left there.
+  bool Remove(const std::string& name) const;
+  // Opens the subdirectory `name` (not following a link), creating it with
+  // `create`.
+  bool OpenSub(const std::string& name, bool create, DirHandle* sub) const;
+
+ private:
+  int fd_ = -1;
+  std::string path_;
+};
+
+// An exclusive lock on a regular file of a directory, held while the
+// object lives (flock, released by the system when the process dies).
+class LockFile {
+ public:
+  LockFile() = default;
+  ~LockFile();
+  LockFile(const LockFile&) = delete;
+  LockFile& operator=(const LockFile&) = delete;
+  enum Result { kLocked, kHeldByAnother, kFailed };
+  // Opens (creating it, mode 0600) the entry `name` of `dir` as DirHandle
+  // does, never through a link, and takes the lock without waiting.
+  // kFailed with LastError() set when the file cannot be opened or locked.
+  Result Lock(const DirHandle& dir, const std::string& name);
+
+ private:
+  int fd_ = -1;
 };
 
 // True when the file descriptor `fd` (2: standard error) is a terminal.

@@ -1,7 +1,10 @@
 #include "pnl/file.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -274,6 +277,157 @@ TEST_F(FileTest, MakeDirsCreatesParents) {
   EXPECT_TRUE(pnl_file::MakeDirs("a/b/c"));
   EXPECT_TRUE(pnl_file::Exists("a/b/c"));
   EXPECT_TRUE(pnl_file::MakeDirs("a/b/c"));
+}
+
+TEST(PlainNameTest, PlainNamesAreOnePathComponent) {
+  EXPECT_TRUE(pnl_file::IsPlainName("mailpnl"));
+  EXPECT_TRUE(pnl_file::IsPlainName("my panel"));
+  EXPECT_TRUE(pnl_file::IsPlainName("..."));
+  EXPECT_TRUE(pnl_file::IsPlainName(".hidden"));
+  EXPECT_FALSE(pnl_file::IsPlainName(""));
+  EXPECT_FALSE(pnl_file::IsPlainName("."));
+  EXPECT_FALSE(pnl_file::IsPlainName(".."));
+  EXPECT_FALSE(pnl_file::IsPlainName("a/b"));
+  EXPECT_FALSE(pnl_file::IsPlainName("/"));
+  EXPECT_FALSE(pnl_file::IsPlainName(std::string("a\0b", 3)));
+}
+
+// ---- Walking without following links ----------------------------------
+
+class DirHandleTest : public testing::Test {
+ protected:
+  ScratchDir dir_;
+  ScratchDir outside_;  // made second: the current directory is outside_
+  void SetUp() override { ASSERT_EQ(0, chdir(dir_.path().c_str())); }
+};
+
+TEST_F(DirHandleTest, OpensAndCreatesDirectoriesOneComponentAtATime) {
+  pnl_file::DirHandle dir;
+  EXPECT_FALSE(dir.Open("var/log", false));
+  EXPECT_EQ("var: No such file or directory", pnl_file::LastError());
+  ASSERT_TRUE(dir.Open("var/log", true));
+  EXPECT_TRUE(pnl_file::Exists("var/log"));
+  EXPECT_TRUE(dir.Open(dir_.path() + "/var/log", false));
+}
+
+TEST_F(DirHandleTest, LinkAtAnyComponentIsRefusedAndNothingIsCreatedBehindIt) {
+  dir_.Link(outside_.path(), "var");
+  pnl_file::DirHandle dir;
+  EXPECT_FALSE(dir.Open("var/log", true));
+  EXPECT_EQ("var is a symbolic link", pnl_file::LastError());
+  EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/log"));
+  EXPECT_FALSE(pnl_file::MakeDirs("var/log"));
+  EXPECT_FALSE(pnl_file::WriteFile("var/f", "x"));
+  EXPECT_EQ(nullptr, pnl_file::OpenForWriting(dir_.path() + "/var/f"));
+  EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/f"));
+}
+
+TEST_F(DirHandleTest, FileInTheWayOfADirectoryIsNamed) {
+  dir_.Write("var", "");
+  pnl_file::DirHandle dir;
+  EXPECT_FALSE(dir.Open("var/log", true));
+  EXPECT_EQ("var is a regular file", pnl_file::LastError());
+}
+
+TEST_F(DirHandleTest, WriteFileRefusesALinkAndLeavesItsTargetAlone) {
+  outside_.Write("target", "theirs");
+  dir_.Link(outside_.path() + "/target", "f");
+  EXPECT_FALSE(pnl_file::WriteFile("f", "ours"));
+  EXPECT_EQ("f is a symbolic link", pnl_file::LastError());
+  EXPECT_EQ("theirs", outside_.Read("target"));
+  dir_.Link(outside_.path() + "/none", "dangling");
+  EXPECT_FALSE(pnl_file::WriteFile("dangling", "ours"));
+  EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/none"));
+}
+
+TEST_F(DirHandleTest, AppendingRefusesALinkEvenADanglingOne) {
+  pnl_file::DirHandle dir;
+  ASSERT_TRUE(dir.Open("", false));
+  dir_.Link(outside_.path() + "/none", "log");
+  EXPECT_EQ(-1, dir.OpenFile("log", false, 0644));
+  EXPECT_EQ("log is a symbolic link", pnl_file::LastError());
+  EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/none"));
+  ASSERT_EQ(0, mkfifo((dir_.path() + "/fifo").c_str(), 0600));
+  EXPECT_EQ(-1, dir.OpenFile("fifo", false, 0644));
+  EXPECT_EQ("fifo is a FIFO", pnl_file::LastError());
+}
+
+TEST_F(DirHandleTest, RemovalNeverFollowsALinkOnThePath) {
+  outside_.Write("M/theirs", "x");
+  outside_.Write("M.hash", "x");
+  dir_.MakeDir("var");
+  dir_.Link(outside_.path(), "var/.xmlcache");
+  pnl_file::Remove(dir_.path() + "/var/.xmlcache/M");
+  pnl_file::Remove("var/.xmlcache/M.hash");
+  EXPECT_EQ("x", outside_.Read("M/theirs"));
+  EXPECT_EQ("x", outside_.Read("M.hash"));
+}
+
+TEST_F(DirHandleTest, RemovalByDescriptorEmptiesTheTreeAndLeavesLinkTargets) {
+  outside_.Write("keep", "x");
+  dir_.Write("var/.xmlcache/M/a.xml", "a");
+  dir_.Write("var/.xmlcache/M/checked/b.xml", "b");
+  dir_.Link(outside_.path(), "var/.xmlcache/M/checked/to_dir");
+  dir_.Link(outside_.path() + "/keep", "var/.xmlcache/M/to_file");
+  pnl_file::DirHandle cache;
+  ASSERT_TRUE(cache.Open("var/.xmlcache", false));
+  EXPECT_TRUE(cache.Remove("M"));
+  EXPECT_FALSE(pnl_file::Exists("var/.xmlcache/M"));
+  EXPECT_EQ("x", outside_.Read("keep"));
+}
+
+TEST_F(DirHandleTest, DescribeSaysWhatStandsWithoutFollowing) {
+  dir_.MakeDir("d");
+  dir_.Write("f", "");
+  dir_.Link("f", "l");
+  dir_.Link("d", "ld");
+  EXPECT_EQ("", pnl_file::Describe("none"));
+  EXPECT_EQ("", pnl_file::Describe("none/deeper"));
+  EXPECT_EQ("a directory", pnl_file::Describe("d"));
+  EXPECT_EQ("a regular file", pnl_file::Describe(dir_.path() + "/f"));
+  EXPECT_EQ("a symbolic link", pnl_file::Describe("l"));
+  EXPECT_EQ("ld is a symbolic link", pnl_file::Describe("ld/x"));
+}
+
+TEST_F(DirHandleTest, BelowCurrentDir) {
+  EXPECT_EQ("var/log", pnl_file::BelowCurrentDir(dir_.path() + "/var/log"));
+  EXPECT_EQ("var/log", pnl_file::BelowCurrentDir("var/log"));
+  EXPECT_EQ(".", pnl_file::BelowCurrentDir(dir_.path()));
+  EXPECT_EQ(dir_.path() + "x/y", pnl_file::BelowCurrentDir(dir_.path() + "x/y"));
+}
+
+TEST_F(DirHandleTest, LockIsExclusiveAndNeverTakenThroughALink) {
+  pnl_file::DirHandle run;
+  ASSERT_TRUE(run.Open("var/run", true));
+  pnl_file::LockFile first, second;
+  EXPECT_EQ(pnl_file::LockFile::kLocked, first.Lock(run, "m.lock"));
+  EXPECT_EQ(pnl_file::LockFile::kHeldByAnother, second.Lock(run, "m.lock"));
+  dir_.Link(outside_.path() + "/none", "var/run/n.lock");
+  EXPECT_EQ(pnl_file::LockFile::kFailed, second.Lock(run, "n.lock"));
+  EXPECT_EQ("var/run/n.lock is a symbolic link", pnl_file::LastError());
+  EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/none"));
+}
+
+TEST_F(DirHandleTest, ShortWriteKeepsTheOldFileAndLeavesNoTemporaryFile) {
+  dir_.Write("f", "old");
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    // A file size limit stands in for a full disk.
+    struct rlimit limit = {8, 8};
+    signal(SIGXFSZ, SIG_IGN);
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(3);
+    bool ok = pnl_file::WriteFile("f", std::string(100, 'x'));
+    _exit(!ok && pnl_file::LastError() == "f: File too large" ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, WEXITSTATUS(status));
+  EXPECT_EQ("old", dir_.Read("f"));
+  std::vector<std::string> names;
+  pnl_file::Dir listing(".");
+  while (listing.Read()) names.push_back(listing.Name());
+  EXPECT_EQ((std::vector<std::string>{"f"}), names);
 }
 
 }  // namespace

@@ -52,11 +52,19 @@ void Init(const std::string& name, Level level) {
   std::string dir = pnl_file::GetCurrentDir();
   if (dir == "/") dir.clear();
   dir += "/var/log";
-  if (!pnl_file::MakeDirs(dir)) return;
-  std::string path = dir + "/" + name + ".log";
-  // "e": the log is not inherited by the commands that we run.
-  state.file = fopen(path.c_str(), "ae");
-  if (state.file != nullptr) state.path = path;
+  // Reached without following a link, and never a link itself: a log
+  // appended through a link would write into someone else's file.
+  pnl_file::DirHandle log_dir;
+  if (!log_dir.Open("var/log", true)) return;
+  int fd = log_dir.OpenFile(name + ".log", false, 0644);
+  if (fd < 0) return;
+  // Close-on-exec: the log is not inherited by the commands that we run.
+  state.file = fdopen(fd, "a");
+  if (state.file == nullptr) {
+    close(fd);
+    return;
+  }
+  state.path = dir + "/" + name + ".log";
 }
 
 void Close() {

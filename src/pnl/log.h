@@ -17,7 +17,10 @@ namespace pnl_log {
 using Level = int;
 
 // Opens the log var/log/`name`.log under the current directory (creating
-// the directories if needed) and sets the level in force. Calling it again
+// the directories if needed) and sets the level in force. A symbolic link
+// at var, var/log or the log file, or anything but a regular file there,
+// leaves the process without a log (nothing is created or appended to);
+// LogPath() then says "". Calling it again
 // closes the previous log and opens the new one.
 void Init(const std::string& name, Level level);
 

@@ -128,4 +128,29 @@ TEST_F(LogTest, RecordsBeforeInitGoNowhere) {
   EXPECT_EQ("", LogRecords(dir.path(), "msglint"));
 }
 
+TEST_F(LogTest, LinkAtTheLogIsRefusedAndItsTargetNeverCreated) {
+  ScratchDir dir;
+  dir.Write("elsewhere/theirs.log", "theirs\n");
+  dir.Link(dir.path() + "/elsewhere/theirs.log", "var/log/msglint.log");
+  dir.Link(dir.path() + "/elsewhere/new.log", "var/log/kern.log");
+  pnl_log::Module log("msglint", "kern");
+  pnl_log::Init("msglint", 5);
+  EXPECT_EQ("", pnl_log::LogPath());
+  log.Write(3, "not written");
+  EXPECT_EQ("theirs\n", dir.Read("elsewhere/theirs.log"));
+  pnl_log::Init("kern", 5);
+  EXPECT_EQ("", pnl_log::LogPath());
+  EXPECT_FALSE(pnl_file::Exists(dir.path() + "/elsewhere/new.log"));
+}
+
+TEST_F(LogTest, LinkAtTheLogDirectoryIsRefused) {
+  ScratchDir dir;
+  dir.MakeDir("elsewhere");
+  dir.MakeDir("var");
+  dir.Link(dir.path() + "/elsewhere", "var/log");
+  pnl_log::Init("msglint", 5);
+  EXPECT_EQ("", pnl_log::LogPath());
+  EXPECT_FALSE(pnl_file::Exists(dir.path() + "/elsewhere/msglint.log"));
+}
+
 }  // namespace

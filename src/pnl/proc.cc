@@ -322,4 +322,97 @@ int Execute::Result() {
 
 void CloseDescriptorsFrom(int first, int keep) { CloseFrom(first, keep); }
 
+namespace {
+
+int g_start_fd = -1;
+int g_signal_write_fd = -1;
+
+void OnStopSignal(int) {
+  int saved = errno;
+  char c = 's';
+  if (write(g_signal_write_fd, &c, 1) < 0) {
+    // The pipe is full: a wake-up is already pending.
+  }
+  errno = saved;
+}
+
+}  // namespace
+
+bool Detach(int* status, std::string* error) {
+  int ready[2];
+  if (pipe2(ready, O_CLOEXEC) != 0) {
+    *error = std::string("cannot make a pipe: ") + strerror(errno);
+    *status = 1;
+    return false;
+  }
+  pid_t pid = fork();
+  if (pid < 0) {
+    *error = std::string("cannot fork: ") + strerror(errno);
+    close(ready[0]);
+    close(ready[1]);
+    *status = 1;
+    return false;
+  }
+  if (pid > 0) {
+    close(ready[1]);
+    char answer = '0';
+    ssize_t n;
+    do {
+      n = read(ready[0], &answer, 1);
+    } while (n < 0 && errno == EINTR);
+    close(ready[0]);
+    *status = n == 1 && answer == '1' ? 0 : 1;
+    if (*status != 0) *error = "the detached process did not start";
+    return false;
+  }
+  close(ready[0]);
+  g_start_fd = ready[1];
+  setsid();
+  int null_fd = open("/dev/null", O_RDWR);
+  if (null_fd >= 0) {
+    dup2(null_fd, 0);
+    dup2(null_fd, 1);
+    dup2(null_fd, 2);
+    if (null_fd > 2) close(null_fd);
+  }
+  return true;
+}
+
+void StartDone(bool ready) {
+  if (g_start_fd < 0) return;
+  char answer = ready ? '1' : '0';
+  ssize_t n;
+  do {
+    n = write(g_start_fd, &answer, 1);
+  } while (n < 0 && errno == EINTR);
+  close(g_start_fd);
+  g_start_fd = -1;
+}
+
+StopSignals::StopSignals() {
+  if (pipe2(fds_, O_CLOEXEC | O_NONBLOCK) != 0) {
+    error_ = std::string("cannot make a pipe: ") + strerror(errno);
+    fds_[0] = fds_[1] = -1;
+    return;
+  }
+  g_signal_write_fd = fds_[1];
+  struct sigaction action;
+  memset(&action, 0, sizeof(action));
+  action.sa_handler = OnStopSignal;
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGTERM, &action, nullptr);
+  sigaction(SIGINT, &action, nullptr);
+  signal(SIGHUP, SIG_IGN);
+  signal(SIGPIPE, SIG_IGN);
+}
+
+StopSignals::~StopSignals() {
+  if (fds_[0] < 0) return;
+  signal(SIGTERM, SIG_DFL);
+  signal(SIGINT, SIG_DFL);
+  g_signal_write_fd = -1;
+  close(fds_[0]);
+  close(fds_[1]);
+}
+
 }  // namespace pnl_proc

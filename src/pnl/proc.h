@@ -100,6 +100,40 @@ class Execute {
 // none of its parent's files, pipes or sockets. Allocates nothing.
 void CloseDescriptorsFrom(int first, int keep = -1);
 
+// Detaching a server from the program that started it. Detach forks: the
+// process that called it waits, in Detach, until the detached one tells
+// how its start went (StartDone) or dies, and gets false with the exit
+// status to end with (0 ready, 1 failed). The detached process gets true:
+// it runs in a session of its own with its standard descriptors on
+// /dev/null. A fork (not a re-exec through Spawn) keeps the server's
+// request handler, built by the caller before Detach, without passing
+// anything through arguments; the detached process execs nothing.
+bool Detach(int* status, std::string* error);
+// In the detached process: tells the waiting starter `ready` (its status 0)
+// or failure (1). Only the first call counts.
+void StartDone(bool ready);
+
+// Stop signals turned into something a poll loop can wait for: while the
+// object lives, SIGTERM and SIGINT make fd() readable, SIGHUP and SIGPIPE
+// are ignored (a write to a closed connection is an error, not a death).
+// One object at a time per process.
+class StopSignals {
+ public:
+  StopSignals();
+  ~StopSignals();
+  StopSignals(const StopSignals&) = delete;
+  StopSignals& operator=(const StopSignals&) = delete;
+  // False, with the reason in error(), when the signals could not be set up.
+  bool ok() const { return fds_[0] >= 0; }
+  const std::string& error() const { return error_; }
+  // Readable once a stop signal has arrived.
+  int fd() const { return fds_[0]; }
+
+ private:
+  int fds_[2] = {-1, -1};
+  std::string error_;
+};
+
 }  // namespace pnl_proc
 
 #endif  // PNL_PROC_H_

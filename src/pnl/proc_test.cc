@@ -1,6 +1,7 @@
 #include "pnl/proc.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -294,6 +295,50 @@ TEST(CommandLineTest, QuotesWhatAPersonCouldMisread) {
             pnl_proc::CommandLine({"sbin/pnlctl", "-m", "M", "user", "lang=ru"}));
   EXPECT_EQ("'/opt/my panel/sbin/pnlctl' '' 'a;b' 'it'\\''s'",
             pnl_proc::CommandLine({"/opt/my panel/sbin/pnlctl", "", "a;b", "it's"}));
+}
+
+TEST(DetachTest, StarterWaitsForTheDetachedProcessAndGetsItsWord) {
+  for (bool ready : {true, false}) {
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      int status = -1;
+      std::string error;
+      if (pnl_proc::Detach(&status, &error)) {
+        // The detached process: a session of its own.
+        pnl_proc::StartDone(getsid(0) == getpid() && ready);
+        _exit(0);
+      }
+      _exit(status);
+    }
+    int status = 0;
+    ASSERT_EQ(child, waitpid(child, &status, 0));
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(ready ? 0 : 1, WEXITSTATUS(status));
+  }
+}
+
+TEST(DetachTest, DetachedProcessThatDiesSilentlyIsAFailedStart) {
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    int status = -1;
+    std::string error;
+    if (pnl_proc::Detach(&status, &error)) _exit(0);
+    _exit(status == 1 && error == "the detached process did not start" ? 7 : 8);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(7, WEXITSTATUS(status));
+}
+
+TEST(StopSignalsTest, TermMakesTheDescriptorReadableInsteadOfKilling) {
+  pnl_proc::StopSignals signals;
+  ASSERT_TRUE(signals.ok());
+  pollfd p = {signals.fd(), POLLIN, 0};
+  EXPECT_EQ(0, poll(&p, 1, 0));
+  ASSERT_EQ(0, kill(getpid(), SIGTERM));
+  EXPECT_EQ(1, poll(&p, 1, 1000));
 }
 
 }  // namespace

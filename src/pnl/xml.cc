@@ -115,6 +115,12 @@ void DropDtd(xmlDocPtr doc) {
   doc->extSubset = nullptr;
 }
 
+ProblemReporter g_reporter = nullptr;
+
+void Tell(const std::string& path, const std::string& line) {
+  if (g_reporter != nullptr) g_reporter(path, line);
+}
+
 // Parses `text` silently; nullptr, with the parser's line and message in
 // `collector`, when it is not well-formed.
 xmlDocPtr ParseQuietly(const std::string& text, const std::string& origin,
@@ -132,16 +138,15 @@ xmlDocPtr ParseQuietly(const std::string& text, const std::string& origin,
   return doc;
 }
 
-// Parses `text`; nullptr (with one line on standard error and a log
-// record) when it is not well-formed.
+// Parses `text`; nullptr (told to the reporter, with a log record) when it
+// is not well-formed.
 xmlDocPtr Parse(const std::string& text, const std::string& origin) {
   ErrorCollector collector;
   xmlDocPtr doc = ParseQuietly(text, origin, collector);
   if (doc == nullptr) {
     int line = collector.line;
     const std::string& message = collector.message;
-    fprintf(stderr, "%s:%d: %s\n", origin.c_str(), line, message.c_str());
-    fflush(stderr);
+    Tell(origin, origin + ":" + std::to_string(line) + ": " + message);
     if (Log().Check(3))
       Log().Write(3, "%s:%d: %s", origin.c_str(), line, message.c_str());
     return nullptr;
@@ -612,10 +617,7 @@ bool Xml::LoadFromFile(const std::string& path) {
     pnl_log::Level level = missing ? 6 : 3;
     if (Log().Check(level))
       Log().Write(level, "Cannot read %s: %s", path.c_str(), strerror(error));
-    if (!missing) {
-      fprintf(stderr, "%s: cannot read: %s\n", path.c_str(), strerror(error));
-      fflush(stderr);
-    }
+    if (!missing) Tell(path, path + ": cannot read: " + strerror(error));
     return false;
   }
   const bool ok = LoadFromString(text, path);
@@ -684,11 +686,14 @@ std::string Xml::ToString(bool raw) const {
   return text;
 }
 
+void SetProblemReporter(ProblemReporter reporter) { g_reporter = reporter; }
+
 bool Xml::Save(const std::string& path, bool raw) const {
   if (pnl_file::WriteFile(path, ToString(raw))) return true;
   int error = errno;
   if (Log().Check(3))
-    Log().Write(3, "Cannot write %s: %s", path.c_str(), strerror(error));
+    Log().Write(3, "Cannot write %s: %s", path.c_str(), pnl_file::LastError().c_str());
+  errno = error;
   return false;
 }
 

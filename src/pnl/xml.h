@@ -119,6 +119,14 @@ class XPath {
 };
 
 // An XML document.
+// A file that cannot be read (other than a missing one) or is not
+// well-formed is always logged. The library prints nothing: a program that
+// wants such problems told installs a reporter, called with the file's path
+// (or the origin of a parsed text) and one line "PATH:LINE: MESSAGE" or
+// "PATH: cannot read: REASON". nullptr removes it.
+using ProblemReporter = void (*)(const std::string& path, const std::string& line);
+void SetProblemReporter(ProblemReporter reporter);
+
 class Xml {
  public:
   // An empty document with no root.

@@ -29,9 +29,19 @@ const char kMessages[] =
     "  </lang>\n"
     "</pnldata>\n";
 
+// A reporter as a program installs one: the line on standard error.
+void PrintProblem(const std::string&, const std::string& line) {
+  fprintf(stderr, "%s\n", line.c_str());
+}
+
+// The tests run with the library's log open and with a reporter that
+// prints each file problem on standard error.
 class XmlTest : public testing::Test {
  protected:
-  XmlTest() { pnl_log::Init("test", 9); }
+  XmlTest() {
+    pnl_log::Init("test", 9);
+    pnl_xml::SetProblemReporter(PrintProblem);
+  }
   ~XmlTest() override { pnl_log::Close(); }
 
   std::string Records() const { return LogRecords(dir_.path(), "test"); }
@@ -92,7 +102,20 @@ TEST_F(XmlTest, MissingFileLeavesAnEmptyDocumentQuietly) {
             Records());
 }
 
+TEST_F(XmlTest, WithoutAReporterTheLibraryPrintsNothing) {
+  pnl_xml::SetProblemReporter(nullptr);
+  dir_.Write("bad.xml", "<pnldata>\n");
+  dir_.MakeDir("dir.xml");
+  Xml doc;
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(doc.LoadFromFile("bad.xml"));
+  EXPECT_FALSE(doc.LoadFromFile("dir.xml"));
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
+  EXPECT_NE(std::string::npos, Records().find("3 bad.xml:2: "));
+}
+
 TEST_F(XmlTest, UnreadableFileGivesEmptyDocumentOneStderrLineAndARecord) {
+  pnl_xml::SetProblemReporter(PrintProblem);
   Xml doc = Load(kMessages);
   dir_.MakeDir("dir.xml");
   testing::internal::CaptureStderr();
@@ -103,6 +126,7 @@ TEST_F(XmlTest, UnreadableFileGivesEmptyDocumentOneStderrLineAndARecord) {
 }
 
 TEST_F(XmlTest, MalformedFileGivesEmptyDocumentOneStderrLineAndARecord) {
+  pnl_xml::SetProblemReporter(PrintProblem);
   dir_.Write("bad.xml", "<pnldata>\n  <msg name=\"a\">x</msg>\n</pnl>\n");
   Xml doc;
   testing::internal::CaptureStdout();
@@ -121,6 +145,7 @@ TEST_F(XmlTest, MalformedFileGivesEmptyDocumentOneStderrLineAndARecord) {
 }
 
 TEST_F(XmlTest, EmptyFileIsMalformed) {
+  pnl_xml::SetProblemReporter(PrintProblem);
   dir_.Write("empty.xml", "");
   Xml doc;
   testing::internal::CaptureStderr();

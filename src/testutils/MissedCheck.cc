@@ -1,5 +1,8 @@
 #include "testutils/MissedCheck.h"
 
+#include <cerrno>
+#include <cstring>
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
@@ -142,8 +145,8 @@ void Report(FILE* out_file, pnl_log::Level level, const std::string& record,
             const std::string& coded, const std::string& sentence) {
   Last() = LastReport{coded, sentence};
   if (msglint_log.Check(level)) msglint_log.Write(level, "%s", record.c_str());
-  fputs(coded.c_str(), out_file);
-  fflush(out_file);
+  if (fputs(coded.c_str(), out_file) < 0 || fflush(out_file) != 0)
+    tell_write_error("var/test_msgs", strerror(errno));
   fputs(sentence.c_str(), stdout);
   fflush(stdout);
 }
@@ -200,7 +203,11 @@ void MissedCheck::initExludeList() {
     else
       form.SetProp("nocheck", "yes");
   }
-  exclude_xml.Save(pnl_file::GetCurrentDir() + "/ecl.xml", false);
+  if (!exclude_xml.Save(pnl_file::GetCurrentDir() + "/ecl.xml", false)) {
+    // A directory at ecl.xml is no write error of the disk: the file simply
+    // cannot be there, as before.
+    if (errno != EISDIR) tell_write_error("ecl.xml", strerror(errno));
+  }
 }
 
 int MissedCheck::check() {
@@ -252,7 +259,7 @@ int MissedCheck::check() {
     }
   }
 
-  fclose(out_file);
+  if (fclose(out_file) != 0) tell_write_error("var/test_msgs", strerror(errno));
   out_file = nullptr;
 
   int result = base_code;

@@ -4,6 +4,10 @@
 #include "testutils/MissedCheck.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+
+#include <cstdlib>
 
 #include "pnl/file.h"
 #include "testutils/MissedCheck_fixture.h"
@@ -65,6 +69,27 @@ TEST_F(MissedCheckTest, AuditFileThatIsALinkIsNotFollowed) {
   EXPECT_EQ(-1, RunCheck());
   EXPECT_EQ("Can't open out file for log.\n", out);
   EXPECT_EQ(description, dir.Read("etc/xml/" + PNL_NAME() + ".xml"));
+}
+
+// A write that fails (here a file size limit stands in for a full disk) is
+// told once on standard error and marks the run as failed; the file it
+// would have replaced is left as it was.
+void WriteWithTinyFileLimit(MissedCheck& audit) {
+  // Room for the line on standard error (a file here), not for ecl.xml.
+  struct rlimit limit = {200, 200};
+  signal(SIGXFSZ, SIG_IGN);
+  if (setrlimit(RLIMIT_FSIZE, &limit) != 0) std::_Exit(3);
+  audit.initExludeList();
+  audit.initExludeList();
+  std::_Exit(write_failed() ? kWriteError : 0);
+}
+
+TEST_F(MissedCheckTest, FailedWriteOfTheExclusionListIsToldOnceAndGivesItsStatus) {
+  GTEST_FLAG_SET(death_test_style, "fast");
+  dir.Write("ecl.xml", "old\n");
+  EXPECT_EXIT(WriteWithTinyFileLimit(audit), testing::ExitedWithCode(kWriteError),
+              "^msglint: cannot write ecl.xml: File too large\n$");
+  EXPECT_EQ("old\n", dir.Read("ecl.xml"));
 }
 
 TEST_F(MissedCheckTest, ExclusionDocumentHoldsTheWholeTableInOrder) {

@@ -64,6 +64,86 @@ std::set<std::string>& msglint_private::told_programs() {
   return told;
 }
 
+std::set<std::string>& msglint_private::failed_writes() {
+  static std::set<std::string> failed;
+  return failed;
+}
+
+void tell_write_error(const std::string& path, const std::string& reason) {
+  if (!msglint_private::failed_writes().insert(path).second) return;
+  if (msglint_log.Check(3))
+    msglint_log.Write(3, "cannot write %s: %s", path.c_str(), reason.c_str());
+  std::cout.flush();
+  std::cerr << "msglint: cannot write " << path << ": " << reason << std::endl;
+}
+
+bool write_failed() { return !msglint_private::failed_writes().empty(); }
+
+namespace {
+
+// What may stand at a path the run uses.
+enum class Kind { kDirectory, kFile, kSocket, kNotALink };
+
+bool Fits(Kind kind, const std::string& found) {
+  switch (kind) {
+    case Kind::kDirectory: return found == "a directory";
+    case Kind::kFile: return found == "a regular file";
+    case Kind::kSocket: return found == "a socket";
+    case Kind::kNotALink: return found != "a symbolic link";
+  }
+  return false;
+}
+
+}  // namespace
+
+std::vector<std::string> unsafe_paths(const std::string& manager) {
+  std::vector<std::pair<std::string, Kind>> paths = {
+      {"var", Kind::kDirectory},
+      {"var/.xmlcache", Kind::kDirectory},
+  };
+  std::vector<std::string> managers = {manager};
+  if (manager != "kern") managers.push_back("kern");
+  for (const std::string& m : managers) {
+    paths.push_back({"var/.xmlcache/" + m, Kind::kDirectory});
+    paths.push_back({"var/.xmlcache/" + m + ".hash", Kind::kFile});
+  }
+  paths.push_back({"var/log", Kind::kDirectory});
+  paths.push_back({"var/log/msglint.log", Kind::kFile});
+  for (const std::string& m : managers) paths.push_back({"var/log/" + m + ".log", Kind::kFile});
+  paths.push_back({"var/run", Kind::kDirectory});
+  for (const std::string& m : managers) {
+    paths.push_back({"var/run/" + m + ".lock", Kind::kFile});
+    paths.push_back({"var/run/" + m + ".pid", Kind::kFile});
+    paths.push_back({"var/run/" + m + ".socket", Kind::kSocket});
+  }
+  // The audit file and the exclusion list: a directory there is the
+  // audit's own failure to open its file; only a link is refused here.
+  paths.push_back({"var/test_msgs", Kind::kNotALink});
+  paths.push_back({"ecl.xml", Kind::kNotALink});
+
+  std::vector<std::string> unsafe;
+  std::set<std::string> told;
+  for (const auto& [path, kind] : paths) {
+    const std::string found = pnl_file::Describe(path);
+    if (found.empty() || Fits(kind, found)) continue;
+    // A component above the path that is wrong comes back as a sentence of
+    // its own; every path under it says the same, once is enough.
+    const std::string sentence = found.rfind("a ", 0) == 0 ? path + " is " + found : found;
+    if (told.insert(sentence).second) unsafe.push_back(sentence);
+  }
+  return unsafe;
+}
+
+pnl_xml::Xml ask_panel(const std::string& manager, const std::string& query) {
+  pnl_client::Local client(manager, "checkXml");
+  pnl_xml::Xml reply = client.Query(query);
+  if (!client.Error().empty()) {
+    std::cout.flush();
+    std::cerr << "pnl_client: " << client.Error() << std::endl;
+  }
+  return reply;
+}
+
 int run_command(const std::vector<std::string>& argv, bool must_succeed) {
   pnl_proc::Execute command(argv);
   const int status = command.Result();
@@ -170,13 +250,6 @@ void MergeIncludes(pnl_xml::Xml& doc, const pnl_xml::XPath& includes,
 
 namespace {
 
-// A manager name is also a path piece (bin/NAME, var/.xmlcache/NAME): one
-// that could leave its directory names no manager.
-bool SafeManagerName(const std::string& name) {
-  return !name.empty() && name != "." && name != ".." &&
-         name.find('/') == std::string::npos;
-}
-
 // A query that got no answer leaves the audits without what they read.
 void RecordFailedQuery(const pnl_xml::Xml& reply, const std::string& manager,
                        const std::string& query) {
@@ -208,8 +281,22 @@ void drop_languages(std::vector<std::string>& langs, const std::string& msg_dir)
   }
 }
 
+namespace {
+
+// Each unreadable or malformed file is told once per run, however many
+// audits load it.
+void TellFileProblem(const std::string& path, const std::string& line) {
+  static std::set<std::string> told;
+  if (!told.insert(path).second) return;
+  std::cout.flush();
+  std::cerr << line << std::endl;
+}
+
+}  // namespace
+
 int kelmain(int argc, char** argv) {
   pnl_log::Init("msglint", 5);
+  pnl_xml::SetProblemReporter(TellFileProblem);
   std::string report_mode = "-f";
   if (argc < 3) {
     usage(argc > 0 && argv[0] ? argv[0] : "");
@@ -226,7 +313,9 @@ int kelmain(int argc, char** argv) {
   PNL_NAME() = argv[1];
   const std::string work_dir = pnl_file::GetCurrentDir();
   const bool found =
-      SafeManagerName(PNL_NAME()) &&
+      // A manager name is also a path piece (bin/NAME, var/.xmlcache/NAME):
+      // one that could leave its directory names no manager.
+      pnl_file::IsPlainName(PNL_NAME()) &&
       (pnl_file::Exists(work_dir + "/bin/" + PNL_NAME()) ||
        pnl_file::Exists(work_dir + "/lib/" + PNL_NAME() + ".so"));
   if (!found) {
@@ -257,6 +346,17 @@ int kelmain(int argc, char** argv) {
   if (msglint_log.Check(9))
     msglint_log.Write(9, "%s:%d Work dir founded in \"%s\".", MSGLINT_HERE, work_dir.c_str());
   const std::string cache_dir = work_dir + "/var/.xmlcache/" + PNL_NAME();
+  // Nothing is removed or written where a link could send it elsewhere.
+  const std::vector<std::string> unsafe = unsafe_paths(PNL_NAME());
+  if (!unsafe.empty()) {
+    std::cout.flush();
+    for (const std::string& sentence : unsafe) {
+      if (msglint_log.Check(3)) msglint_log.Write(3, "unsafe installation: %s", sentence.c_str());
+      std::cerr << "msglint: unsafe installation: " << sentence << std::endl;
+    }
+    std::cerr << "msglint: nothing removed or written" << std::endl;
+    return kUnsafeInstallation;
+  }
   if (msglint_log.Check(9))
     msglint_log.Write(9, "%s:%d Removing cache from \"%s\".", MSGLINT_HERE, cache_dir.c_str());
   pnl_file::Remove(cache_dir);
@@ -276,9 +376,8 @@ int kelmain(int argc, char** argv) {
 
   for (const std::string& lang : langs) {
     const std::string query = "func=session&lang=" + lang + "&out=devel";
-    RecordFailedQuery(pnl_client::Local(PNL_NAME(), "checkXml").Query(query), PNL_NAME(), query);
-    if (PNL_NAME() != "kern")
-      RecordFailedQuery(pnl_client::Local("kern", "checkXml").Query(query), "kern", query);
+    RecordFailedQuery(ask_panel(PNL_NAME(), query), PNL_NAME(), query);
+    if (PNL_NAME() != "kern") RecordFailedQuery(ask_panel("kern", query), "kern", query);
   }
 
   if (report_mode == "-f") {
@@ -301,6 +400,7 @@ int kelmain(int argc, char** argv) {
     result = missed.check();
   }
   Findings().Write(work_dir);
+  if (write_failed()) return kWriteError;
   return result;
 }
 
@@ -362,8 +462,7 @@ void check_actionlist(const std::string& lang) {
   std::cout << std::endl;
   std::cout << "Actionlist check for lang " << lang << std::endl;
 
-  pnl_client::Local client(PNL_NAME(), "checkXml");
-  pnl_xml::Xml actions = client.Query("func=actionlist&out=xml");
+  pnl_xml::Xml actions = ask_panel(PNL_NAME(), "func=actionlist&out=xml");
   RecordFailedQuery(actions, PNL_NAME(), "func=actionlist&out=xml");
   SourceLines lines(pnl_file::GetCurrentDir());
 

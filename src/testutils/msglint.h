@@ -51,6 +51,11 @@ std::string get_prefix(std::string name);
 // The text after the first "_" when not empty, else the text before it.
 std::string cut_prefix(std::string name);
 
+// Sends `query` to the panel of `manager` and returns its reply; a query
+// that gets no answer is told on standard error, naming the manager and
+// the query (the log has it too), and gives an empty document.
+pnl_xml::Xml ask_panel(const std::string& manager, const std::string& query);
+
 // Runs the program argv[0] with the arguments `argv` (no shell: every
 // argument reaches the program as it stands) and waits for it; returns its
 // exit status, -1 when it could not be started or did not end by itself.
@@ -58,6 +63,28 @@ std::string cut_prefix(std::string name);
 // written to the log, and the first such failure of each program in a run
 // also to standard error, naming the command.
 int run_command(const std::vector<std::string>& argv, bool must_succeed);
+
+// Exit statuses beside the result bits (1-31), 1 (command line) and 255
+// (the audit file cannot be opened):
+// an installation where a symbolic link, or something of the wrong kind,
+// stands at a path the run would write or remove under var/ or at ecl.xml;
+// nothing is removed or written.
+const int kUnsafeInstallation = 64;
+// writing var/test_msgs, ecl.xml or the cache failed (a full disk, an I/O
+// error): the report is incomplete.
+const int kWriteError = 65;
+
+// The paths below the current directory that the run of `manager` creates,
+// writes or removes and that hold something they must not: one sentence
+// each, "var/.xmlcache is a symbolic link", in a fixed order, each once.
+// Empty when the run may go on.
+std::vector<std::string> unsafe_paths(const std::string& manager);
+
+// Tells a write failure once per path: on standard error and in the log,
+// "cannot write PATH: REASON"; the run then ends with kWriteError.
+void tell_write_error(const std::string& path, const std::string& reason);
+// Whether a write failed in this run.
+bool write_failed();
 
 // ---- XML file discovery -------------------------------------------------
 
@@ -150,6 +177,9 @@ namespace msglint_private {
 // The programs whose failure run_command has already told on standard
 // error in this run.
 std::set<std::string>& told_programs();
+
+// The paths whose write failure has been told in this run.
+std::set<std::string>& failed_writes();
 
 // The columns of every list of a manager's description: list name -> its
 // column names in description order. A later list of the same name wins.

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <unistd.h>
 #include <string>
 #include <vector>
 
@@ -270,6 +271,75 @@ TEST_F(KelmainExitTest, ManagerMissingLeavesALogRecord) {
   EXPECT_EXIT(RunKelmain({"msglint", "nosuch", "-s", "en"}), testing::ExitedWithCode(1), "");
   EXPECT_EQ(testing_support::LogRecords(dir_.path(), "msglint"),
             "3 No manager with name \"nosuch\" found\n");
+}
+
+// ---- Unsafe installations --------------------------------------------------
+
+void RunKelmainForStatus(std::vector<std::string> args) {
+  if (std::freopen("stdout.txt", "w", stdout) == nullptr) std::_Exit(3);
+  std::vector<char*> argv;
+  for (std::string& arg : args) argv.push_back(arg.data());
+  argv.push_back(nullptr);
+  int result = kelmain(static_cast<int>(args.size()), argv.data());
+  std::fflush(stdout);
+  std::_Exit(result);
+}
+
+TEST(UnsafePathsTest, NothingThereIsSafe) {
+  ScratchDir dir;
+  EXPECT_TRUE(unsafe_paths("sab").empty());
+  dir.Write("var/.xmlcache/sab/a.xml", "");
+  dir.Write("var/.xmlcache/sab.hash", "");
+  dir.Write("var/log/msglint.log", "");
+  dir.MakeDir("var/test_msgs");  // the audit's own failure, not a refusal
+  EXPECT_TRUE(unsafe_paths("sab").empty());
+}
+
+TEST(UnsafePathsTest, EachLinkAndWrongKindIsNamedOnce) {
+  ScratchDir dir;
+  ScratchDir outside;
+  ASSERT_EQ(0, chdir(dir.path().c_str()));
+  dir.MakeDir("var/.xmlcache");
+  dir.Link(outside.path(), "var/.xmlcache/sab");
+  dir.MakeDir("var/.xmlcache/sab.hash");
+  dir.Link(outside.path() + "/none", "var/log/msglint.log");
+  dir.Write("var/run", "");
+  dir.Link(outside.path() + "/none", "ecl.xml");
+  EXPECT_EQ((std::vector<std::string>{
+                "var/.xmlcache/sab is a symbolic link",
+                "var/.xmlcache/sab.hash is a directory",
+                "var/log/msglint.log is a symbolic link",
+                "var/run is a regular file",
+                "ecl.xml is a symbolic link",
+            }),
+            unsafe_paths("sab"));
+}
+
+TEST(UnsafePathsTest, LinkAboveIsNamedOnceForEverythingBelow) {
+  ScratchDir dir;
+  ScratchDir outside;
+  ASSERT_EQ(0, chdir(dir.path().c_str()));
+  dir.Link(outside.path(), "var");
+  EXPECT_EQ((std::vector<std::string>{"var is a symbolic link"}), unsafe_paths("sab"));
+}
+
+TEST_F(KelmainExitTest, UnsafeInstallationRemovesNothingAndEndsWithItsStatus) {
+  AddManager();
+  ScratchDir outside;
+  ASSERT_EQ(0, chdir(dir_.path().c_str()));
+  outside.Write("sab/theirs.xml", "x");
+  outside.Write("sab.hash", "x");
+  dir_.MakeDir("var");
+  dir_.Link(outside.path(), "var/.xmlcache");
+  EXPECT_EXIT(RunKelmainForStatus({"msglint", "sab", "-s", "ru"}),
+              testing::ExitedWithCode(kUnsafeInstallation),
+              "msglint: unsafe installation: var/.xmlcache is a symbolic link\n"
+              "msglint: nothing removed or written\n");
+  EXPECT_EQ(Stdout(), "");
+  EXPECT_EQ("x", outside.Read("sab/theirs.xml"));
+  EXPECT_EQ("x", outside.Read("sab.hash"));
+  EXPECT_FALSE(pnl_file::Exists(dir_.path() + "/var/test_msgs"));
+  EXPECT_FALSE(pnl_file::Exists(dir_.path() + "/ecl.xml"));
 }
 
 }  // namespace

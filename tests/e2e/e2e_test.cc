@@ -489,6 +489,18 @@ TEST_P(E2eCase, GivesExpectedOutput) {
 
   run.out = ReplacePath(ReplacePath(run.out, install, "@INSTALL@"), outside, "@OUTSIDE@");
   run.err = ReplacePath(ReplacePath(run.err, install, "@INSTALL@"), outside, "@OUTSIDE@");
+  // With E2E_ACTUAL_DIR set, the run's real output is also left there, one
+  // directory per case, for a person to compare with what the case expects.
+  if (const char* actual = getenv("E2E_ACTUAL_DIR")) {
+    const fs::path out = fs::path(actual) / dir.filename();
+    fs::create_directories(out);
+    std::ofstream(out / "stdout", std::ios::binary) << run.out;
+    std::ofstream(out / "stderr", std::ios::binary) << run.err;
+    std::ofstream(out / "status") << run.status << "\n";
+    if (fs::is_regular_file(fs::path(install) / "var/test_msgs"))
+      std::ofstream(out / "test_msgs", std::ios::binary)
+          << ReadFile(fs::path(install) / "var/test_msgs");
+  }
   EXPECT_FALSE(run.timed_out) << "the run did not end within "
                               << kTimeLimitSeconds << " s";
   EXPECT_EQ(ReadFile(dir / "expected_stdout"), run.out)

@@ -1,4 +1,4 @@
-#include "panel/server.h"
+#include "pnl/server.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -7,7 +7,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -22,28 +21,16 @@
 #include "pnl/proc.h"
 #include "pnl/str.h"
 
-namespace panel {
+namespace pnl_server {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-const pnl_log::Module kLog("server", "panel");
+const pnl_log::Module kLog("server", "kern");
 
 // How long a reply may take to be taken by its client.
 const auto kWriteDeadline = std::chrono::seconds(10);
-
-// Written to by the signal handler so that the poll loop wakes up.
-int g_signal_write_fd = -1;
-
-void OnStopSignal(int) {
-  int saved = errno;
-  char c = 's';
-  if (write(g_signal_write_fd, &c, 1) < 0) {
-    // Nothing to do: the pipe is full, so a wake-up is already pending.
-  }
-  errno = saved;
-}
 
 int MillisUntil(Clock::time_point deadline, Clock::time_point now) {
   if (deadline <= now) return 0;
@@ -75,17 +62,6 @@ void WriteAll(int fd, const std::string& text) {
   if (done < text.size()) kLog.Write(4, "a reply could not be delivered");
 }
 
-// Tells the starting process how the start went: '1' ready, '0' failed.
-void Report(int& fd, char status) {
-  if (fd < 0) return;
-  ssize_t n;
-  do {
-    n = write(fd, &status, 1);
-  } while (n < 0 && errno == EINTR);
-  close(fd);
-  fd = -1;
-}
-
 struct Connection {
   int fd;
   std::string data;
@@ -99,7 +75,7 @@ class Server {
       : manager_(manager), handler_(handler), options_(options) {}
 
   // Sets up and serves; returns the process's exit status.
-  int Run(int ready_fd);
+  int Run();
 
  private:
   bool Listen();
@@ -113,99 +89,111 @@ class Server {
   Handler handler_;
   ServerOptions options_;
   int listen_fd_ = -1;
-  int signal_fds_[2] = {-1, -1};
+  pnl_file::DirHandle run_dir_;
+  pnl_proc::StopSignals* signals_ = nullptr;
   std::vector<Connection> connections_;
   Clock::time_point last_request_;
 };
 
-int Server::Run(int ready_fd) {
-  std::string lock_path = "var/run/" + manager_ + ".lock";
-  int lock_fd = open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  if (lock_fd < 0) {
-    kLog.Write(3, "cannot open %s: %s", lock_path.c_str(), strerror(errno));
-    Report(ready_fd, '0');
+int Server::Run() {
+  if (!run_dir_.Open("var/run", true)) {
+    kLog.Write(3, "cannot open var/run: %s", pnl_file::LastError().c_str());
+    pnl_proc::StartDone(false);
     return 1;
   }
-  if (flock(lock_fd, LOCK_EX | LOCK_NB) != 0) {
-    if (errno == EWOULDBLOCK) {
+  pnl_file::LockFile lock;
+  switch (lock.Lock(run_dir_, manager_ + ".lock")) {
+    case pnl_file::LockFile::kLocked:
+      break;
+    case pnl_file::LockFile::kHeldByAnother:
       kLog.Write(5, "the panel of %s is already running", manager_.c_str());
-      Report(ready_fd, '1');
+      pnl_proc::StartDone(true);
       return 0;
-    }
-    kLog.Write(3, "cannot lock %s: %s", lock_path.c_str(), strerror(errno));
-    Report(ready_fd, '0');
-    return 1;
+    case pnl_file::LockFile::kFailed:
+      kLog.Write(3, "cannot lock: %s", pnl_file::LastError().c_str());
+      pnl_proc::StartDone(false);
+      return 1;
   }
 
-  if (pipe2(signal_fds_, O_CLOEXEC | O_NONBLOCK) != 0) {
-    kLog.Write(3, "cannot make a pipe: %s", strerror(errno));
-    Report(ready_fd, '0');
+  pnl_proc::StopSignals signals;
+  if (!signals.ok()) {
+    kLog.Write(3, "%s", signals.error().c_str());
+    pnl_proc::StartDone(false);
     return 1;
   }
-  g_signal_write_fd = signal_fds_[1];
-  struct sigaction action;
-  memset(&action, 0, sizeof(action));
-  action.sa_handler = OnStopSignal;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGTERM, &action, nullptr);
-  sigaction(SIGINT, &action, nullptr);
-  signal(SIGHUP, SIG_IGN);
+  signals_ = &signals;
 
   if (!Listen()) {
-    Report(ready_fd, '0');
+    pnl_proc::StartDone(false);
     return 1;
   }
-  if (!pnl_file::WriteFile(pnl_client::PidPath(manager_),
-                           str::Str(static_cast<long>(getpid())) + "\n")) {
-    kLog.Write(3, "cannot write %s", pnl_client::PidPath(manager_).c_str());
+  if (!run_dir_.WriteFile(manager_ + ".pid",
+                          str::Str(static_cast<long>(getpid())) + "\n")) {
+    kLog.Write(3, "cannot write the pid file: %s", pnl_file::LastError().c_str());
     Cleanup();
-    Report(ready_fd, '0');
+    pnl_proc::StartDone(false);
     return 1;
   }
   kLog.Write(5, "serving %s (pid %ld)", manager_.c_str(),
              static_cast<long>(getpid()));
-  Report(ready_fd, '1');
+  pnl_proc::StartDone(true);
   Serve();
   Cleanup();
   return 0;
 }
 
 bool Server::Listen() {
-  std::string path = pnl_client::SocketPath(manager_);
+  const std::string name = manager_ + ".socket";
+  const std::string path = pnl_client::SocketPath(manager_);
   sockaddr_un addr;
   memset(&addr, 0, sizeof(addr));
   addr.sun_family = AF_UNIX;
-  if (path.size() >= sizeof(addr.sun_path)) {
+  if (name.size() >= sizeof(addr.sun_path)) {
     kLog.Write(3, "socket path too long: %s", path.c_str());
     return false;
   }
-  memcpy(addr.sun_path, path.c_str(), path.size() + 1);
-  // Holding the lock, a socket there is a stale one of an earlier panel;
-  // anything else there is not ours to remove.
-  struct stat st;
-  if (lstat(path.c_str(), &st) == 0 && !S_ISSOCK(st.st_mode)) {
-    kLog.Write(3, "%s is not a socket: left as it is", path.c_str());
+  memcpy(addr.sun_path, name.c_str(), name.size() + 1);
+  // Holding the lock, a socket there is a stale one; anything else (a
+  // link, a regular file) is not ours to remove.
+  const std::string found = pnl_file::Describe(path);
+  if (!found.empty() && found != "a socket") {
+    kLog.Write(3, "cannot listen on %s: it is %s", path.c_str(), found.c_str());
     return false;
   }
-  unlink(path.c_str());
+  run_dir_.Remove(name);
   listen_fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (listen_fd_ < 0) {
     kLog.Write(3, "cannot make a socket: %s", strerror(errno));
     return false;
   }
-  // Nobody but the owner may connect, from the very first moment.
+  // The socket is bound by name inside the directory held open, so no link
+  // on the way can put it elsewhere: bind() takes a path, so the process
+  // steps into the directory for that one call. Nobody but the owner may
+  // connect, from the very first moment.
+  int here = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (here < 0 || fchdir(run_dir_.fd()) != 0) {
+    kLog.Write(3, "cannot enter var/run: %s", strerror(errno));
+    if (here >= 0) close(here);
+    return false;
+  }
   mode_t old_mask = umask(077);
   int r = bind(listen_fd_, reinterpret_cast<sockaddr*>(&addr), sizeof(addr));
   int bind_errno = errno;
   umask(old_mask);
+  int back = fchdir(here);
+  close(here);
+  if (back != 0) {
+    kLog.Write(3, "cannot return to the installation: %s", strerror(errno));
+    return false;
+  }
   if (r != 0) {
     kLog.Write(3, "cannot bind %s: %s", path.c_str(), strerror(bind_errno));
     return false;
   }
-  chmod(path.c_str(), 0600);
+  fchmodat(run_dir_.fd(), name.c_str(), 0600, 0);
   if (listen(listen_fd_, 64) != 0) {
     kLog.Write(3, "cannot listen on %s: %s", path.c_str(), strerror(errno));
-    unlink(path.c_str());
+    run_dir_.Remove(name);
     return false;
   }
   return true;
@@ -221,7 +209,7 @@ void Server::Serve() {
       if (conn.deadline < wake) wake = conn.deadline;
 
     std::vector<pollfd> fds;
-    fds.push_back({signal_fds_[0], POLLIN, 0});
+    fds.push_back({signals_->fd(), POLLIN, 0});
     fds.push_back({listen_fd_, POLLIN, 0});
     for (const Connection& conn : connections_)
       fds.push_back({conn.fd, POLLIN, 0});
@@ -306,8 +294,8 @@ bool Server::ReadFrom(Connection& conn) {
 }
 
 void Server::Cleanup() {
-  unlink(pnl_client::SocketPath(manager_).c_str());
-  unlink(pnl_client::PidPath(manager_).c_str());
+  run_dir_.Remove(manager_ + ".socket");
+  run_dir_.Remove(manager_ + ".pid");
   if (listen_fd_ >= 0) close(listen_fd_);
   listen_fd_ = -1;
 }
@@ -316,46 +304,32 @@ void Server::Cleanup() {
 
 int StartDetached(const std::string& manager, const Handler& handler,
                   const ServerOptions& options) {
-  signal(SIGPIPE, SIG_IGN);
   pnl_proc::CloseDescriptorsFrom(3);
-  if (!pnl_file::MakeDirs("var/run") || !pnl_file::MakeDirs("var/log")) {
-    fprintf(stderr, "kern: cannot create var/run and var/log\n");
+  pnl_file::DirHandle run_dir, log_dir;
+  if (!run_dir.Open("var/run", true) || !log_dir.Open("var/log", true)) {
+    fprintf(stderr, "kern: cannot use %s\n", pnl_file::LastError().c_str());
     return 1;
   }
-  int ready[2];
-  if (pipe2(ready, O_CLOEXEC) != 0) {
-    fprintf(stderr, "kern: cannot make a pipe: %s\n", strerror(errno));
+  // The log is the detached server's only voice: a link or anything but a
+  // regular file there stops the start.
+  const std::string log_path = "var/log/" + manager + ".log";
+  const std::string found = pnl_file::Describe(log_path);
+  if (!found.empty() && found != "a regular file") {
+    fprintf(stderr, "kern: unsafe installation: %s is %s\n", log_path.c_str(),
+            found.c_str());
     return 1;
   }
-  pid_t pid = fork();
-  if (pid < 0) {
-    fprintf(stderr, "kern: cannot fork: %s\n", strerror(errno));
-    return 1;
-  }
-  if (pid > 0) {
-    close(ready[1]);
-    char status = '0';
-    ssize_t n;
-    do {
-      n = read(ready[0], &status, 1);
-    } while (n < 0 && errno == EINTR);
-    close(ready[0]);
-    return n == 1 && status == '1' ? 0 : 1;
-  }
-
-  // The detached panel.
-  close(ready[0]);
-  setsid();
-  int null_fd = open("/dev/null", O_RDWR);
-  if (null_fd >= 0) {
-    dup2(null_fd, 0);
-    dup2(null_fd, 1);
-    dup2(null_fd, 2);
-    if (null_fd > 2) close(null_fd);
+  int status = 1;
+  std::string error;
+  if (!pnl_proc::Detach(&status, &error)) {
+    if (status != 0)
+      fprintf(stderr, "kern: the panel of %s did not start: %s (see var/log/%s.log)\n",
+              manager.c_str(), error.c_str(), manager.c_str());
+    return status;
   }
   pnl_log::Init(manager, 5);
   Server server(manager, handler, options);
-  exit(server.Run(ready[1]));
+  exit(server.Run());
 }
 
-}  // namespace panel
+}  // namespace pnl_server
