@@ -163,19 +163,15 @@ bool StartPanel(const std::string& manager) {
 
 }  // namespace
 
-Client::Client(const std::string& manager, const std::string& client_name)
-    : manager_(manager), client_name_(client_name) {}
-
-Client::~Client() = default;
-
-pnl_xml::Xml Client::Query(const std::string& query) {
+std::string Exchange(const std::string& manager, const std::string& client_name,
+                     const std::string& query) {
   std::string request = query;
   // The query is one line: anything after a newline is not sent.
   size_t nl = request.find('\n');
   if (nl != std::string::npos) request.erase(nl);
   request += '\n';
 
-  if (SafeManagerName(manager_)) {
+  if (SafeManagerName(manager)) {
     auto give_up = Clock::now() + kRetryBudget;
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
       if (attempt > 0) {
@@ -184,10 +180,10 @@ pnl_xml::Xml Client::Query(const std::string& query) {
         if (pause > 500) pause = 500;
         std::this_thread::sleep_for(std::chrono::milliseconds(pause));
       }
-      int fd = Connect(manager_);
+      int fd = Connect(manager);
       if (fd < 0) {
-        StartPanel(manager_);
-        fd = Connect(manager_);
+        StartPanel(manager);
+        fd = Connect(manager);
         if (fd < 0) continue;
       }
       auto deadline = Clock::now() + kReplyDeadline;
@@ -199,26 +195,19 @@ pnl_xml::Xml Client::Query(const std::string& query) {
       close(fd);
       if (reply.empty()) {
         kLog.Write(4, "manager \"%s\" closed the connection without a reply",
-                   manager_.c_str());
+                   manager.c_str());
         continue;
       }
-      pnl_xml::Xml doc;
-      doc.LoadFromString(reply, "reply of " + manager_);
-      return doc;
+      return reply;
     }
   }
   kLog.Write(3, "%s: no answer from manager \"%s\" to query \"%s\"",
-             client_name_.c_str(), manager_.c_str(), query.c_str());
+             client_name.c_str(), manager.c_str(), query.c_str());
   fprintf(stderr, "pnl_client: no answer from manager \"%s\" to query \"%s\"\n",
-          manager_.c_str(), query.c_str());
+          manager.c_str(), query.c_str());
   fflush(stderr);
-  return pnl_xml::Xml();
+  return std::string();
 }
-
-Local::Local(const std::string& manager, const std::string& client_name)
-    : Client(manager, client_name) {}
-
-Local::~Local() = default;
 
 std::string SocketPath(const std::string& manager) {
   return "var/run/" + manager + ".socket";
