@@ -1,146 +1,456 @@
 #!/usr/bin/env python3
-"""Writes a large manager's XML files into an installation directory.
+"""Writes a manager that looks like a real one into an installation.
 
-    make_manager.py DIR NAME FORMS LISTS
+    make_manager.py DIR NAME OBJECTS [SEED]
 
-DIR/etc/xml/NAME.xml and NAME_msg_{en,ru}.xml describe FORMS forms and LISTS
-lists with pages, fields, check boxes, columns, colours and toolbars, plus a
-main menu, a common section and includes. About one object in twenty carries
-a defect, so every audit has something to report. The output depends only
-on the arguments.
+DIR/etc/xml/ gets NAME.xml, NAME_msg_{en,ru,fr,de}.xml and the base
+manager's kern.xml, kern_msg_{en,ru,fr,de}.xml. NAME has OBJECTS objects:
+about 55% forms (fields in the form and in pages: text inputs, check boxes,
+selects, domain inputs, text data, hidden and full-width fields) and 45%
+lists (columns with colours and properties, toolbars), a main menu, a common
+section and shared sections that objects include, some of them through
+another shared section. kern has objects of its own and its common section.
+
+The catalogs have the gaps real ones have: English is nearly complete,
+German, French and Russian leave about 5%, 20% and 35% of their messages
+untranslated, some missing and some empty; a few hints are missing in every
+language, so a full run asks the panel for checked files about once per 1.6
+objects. Texts are real-looking: Cyrillic, accents, quotes and apostrophes,
+"%s", ampersands, CDATA and long hints. A few objects carry the defects the
+other audits look for (text inputs without a validator, wrong colours,
+columns without hints, unused messages, missing includes).
+
+The output depends only on the arguments: the same arguments give the same
+bytes with any Python 3.
 """
 import os
 import sys
 from xml.sax.saxutils import escape
 
-FIELDS_PER_FORM = 8
-COLUMNS_PER_LIST = 6
+LANGS = ("en", "ru", "fr", "de")
+# The share of a language's messages left untranslated.
+UNTRANSLATED = {"en": 0.01, "de": 0.05, "fr": 0.20, "ru": 0.35}
+# Of the untranslated messages, the share missing (the rest is empty).
+MISSING_SHARE = 0.6
+# The share of hinted fields whose hint no language has.
+HINT_NEVER_WRITTEN = 0.24
 
 
-def form_xml(i):
-    name = f"form{i}"
-    out = [f'  <metadata name="{name}" type="form">', '    <form>']
-    # The first half of the fields stands directly in the form, the second
-    # half inside a page: the audits treat the two places differently.
-    for p in range(2):
-        indent = '      ' if p == 0 else '        '
-        if p == 1:
-            out.append('      <page name="page1">')
-        for f in range(FIELDS_PER_FORM // 2):
-            field = f"f{i}_{p}_{f}"
-            if f == 0:
-                out.append(f'{indent}<field name="{field}"><input type="checkbox" name="{field}"/>'
-                           f'<desc name="{field}_desc"/></field>')
-            elif f == 1:
-                check = '' if i % 20 == 0 else ' check="int"'
-                out.append(f'{indent}<field name="{field}"><input type="text" name="{field}"{check}/></field>')
-            else:
-                out.append(f'{indent}<field name="{field}"><input type="text" name="{field}" check="any"/></field>')
-        if p == 1:
-            out.append('      </page>')
-    out += ['    </form>', '  </metadata>']
-    return out
+class Rng:
+    """A small linear congruential generator: the same sequence on every
+    Python, whatever its random module does."""
+
+    def __init__(self, seed):
+        self.state = (seed * 6364136223846793005 + 1442695040888963407) % 2**64
+
+    def random(self):
+        self.state = (self.state * 6364136223846793005 + 1442695040888963407) % 2**64
+        return (self.state >> 11) / float(2**53)
+
+    def below(self, n):
+        return int(self.random() * n)
+
+    def chance(self, p):
+        return self.random() < p
+
+    def choice(self, items):
+        return items[self.below(len(items))]
 
 
-def list_xml(i):
-    name = f"list{i}"
-    out = [f'  <metadata name="{name}" type="list">', '    <coldata>']
-    for c in range(COLUMNS_PER_LIST):
-        col = f"c{i}_{c}"
-        if c == 0:
-            color = "magenta" if i % 20 == 0 else "red"
-            out.append(f'      <col name="{col}" type="msg"><setcolor name="{col}" color="green"/>'
-                       f'<setcolor color="{color}"/></col>')
-        else:
-            out.append(f'      <col name="{col}" type="data"><prop name="size{c}"/></col>')
-    out.append('    </coldata>')
-    out.append('    <toolbar>')
-    for b in ("edit", "delete", "back"):
-        out.append(f'      <toolbtn name="{b}" func="{name}.{b}"/>')
-    out += ['    </toolbar>', '  </metadata>']
-    return out
+NOUNS = ["user", "domain", "mailbox", "site", "db", "cert", "backup", "firewall", "dns",
+         "ftp", "cron", "proxy", "vhost", "alias", "quota", "plan", "reseller", "ip",
+         "service", "package", "ticket", "invoice", "payment", "account", "group",
+         "session", "log", "stat", "task", "storage", "disk", "node", "cluster", "vm",
+         "license", "module", "theme", "locale", "zone", "record", "rule", "filter_chain",
+         "queue", "sender", "recipient", "spam", "antivirus", "webmail", "redirect", "php"]
+FORM_SUFFIXES = ["edit", "settings", "details", "new", "import", "export", "params"]
+
+FIELD_NAMES = ["name", "comment", "owner", "email", "password", "quota", "limit", "ip",
+               "port", "path", "home", "shell", "lang", "theme", "timeout", "priority",
+               "ttl", "value", "note", "descr", "expire", "created", "status", "size",
+               "maxconn", "charset", "encoding", "template", "url", "host", "login",
+               "group", "phone", "address", "city", "country", "zip", "company", "period",
+               "hour", "minute", "weekday", "action", "target", "source", "mask"]
+CHECKBOX_NAMES = ["active", "ssl", "autoreply", "notify", "backup", "readonly", "cgi",
+                  "php", "ssi", "logrotate", "dkim", "greylist", "public", "forward"]
+COLUMN_NAMES = ["name", "owner", "status", "size", "ip", "created", "expire", "type",
+                "count", "used", "limit", "state", "descr", "host", "port", "user"]
+BUTTONS = ["new", "edit", "delete", "enable", "disable", "back"]
+
+WORDS = {
+    "en": ["name", "address", "user", "settings", "mail", "domain", "server", "disk",
+           "limit", "password", "owner's", "don't", "enabled", "record", "backup",
+           "schedule", "time", "access", "rights", "size", "file", "directory",
+           "certificate", "key", "value", "comment", "database", "service", "rule"],
+    "ru": ["имя", "адрес", "пользователь", "настройки", "почта", "домен", "сервер",
+           "диск", "лимит", "пароль", "владелец", "включено", "запись", "резервная",
+           "копия", "расписание", "время", "доступ", "права", "размер", "файл",
+           "каталог", "сертификат", "ключ", "значение", "комментарий", "база", "ёлка",
+           "служба", "правило"],
+    "fr": ["nom", "adresse", "utilisateur", "paramètres", "courrier", "domaine",
+           "serveur", "disque", "limite", "mot de passe", "propriétaire", "activé",
+           "l'enregistrement", "sauvegarde", "planifié", "délai", "accès", "droits",
+           "taille", "fichier", "répertoire", "certificat", "clé", "valeur",
+           "commentaire", "base de données", "d'utilisateur", "règle", "créé"],
+    "de": ["Name", "Adresse", "Benutzer", "Einstellungen", "Post", "Domäne", "Server",
+           "Festplatte", "Grenze", "Passwort", "Eigentümer", "aktiviert", "Eintrag",
+           "Sicherung", "Zeitplan", "Größe", "Zugriff", "Rechte", "Datei",
+           "Verzeichnis", "Zertifikat", "Schlüssel", "Wert", "Kommentar",
+           "Datenbank", "Dienst", "Regel", "Übersicht", "Straße"],
+}
+QUOTES = {"en": ('"', '"'), "ru": ("«", "»"), "fr": ("« ", " »"), "de": ("„", "“")}
+SENTENCE_TAILS = {
+    "en": ["Leave it empty to use the default value.", "Use %s for the current user.",
+           "It can't be changed later.", "See the manual for details & examples."],
+    "ru": ["Оставьте пустым, чтобы использовать значение по умолчанию.",
+           "Используйте %s для текущего пользователя.", "Позже изменить нельзя.",
+           "Подробности и примеры — в руководстве."],
+    "fr": ["Laissez vide pour utiliser la valeur par défaut.",
+           "Utilisez %s pour l'utilisateur courant.", "Il n'est plus modifiable ensuite.",
+           "Voir le manuel pour les détails & exemples."],
+    "de": ["Leer lassen, um den Standardwert zu verwenden.",
+           "Verwenden Sie %s für den aktuellen Benutzer.", "Später nicht änderbar.",
+           "Details & Beispiele im Handbuch."],
+}
 
 
-def main_xml(forms, lists):
-    out = ['<?xml version="1.0" encoding="UTF-8"?>', '<pnldata>', '  <mainmenu>']
-    # A menu of ten groups that lead to one form in ten, as real menus
-    # lead to the main forms only.
-    for g in range(10):
-        out.append(f'    <node name="group{g}">')
-        for i in range(g, forms, 10):
-            if i % 100 < 20:
-                out.append(f'      <node name="form{i}"/>')
-        out.append('    </node>')
-    out.append('  </mainmenu>')
-    for i in range(forms):
-        out += form_xml(i)
-    for i in range(lists):
-        out += list_xml(i)
-    out.append('</pnldata>')
-    return "\n".join(out) + "\n"
+class Text:
+    """Real-looking texts of one language."""
+
+    def __init__(self, rng, lang):
+        self.rng = rng
+        self.lang = lang
+
+    def words(self, count):
+        words = [self.rng.choice(WORDS[self.lang]) for _ in range(count)]
+        text = " ".join(words)
+        return text[:1].upper() + text[1:]
+
+    def label(self):
+        text = self.words(1 + self.rng.below(3))
+        if self.rng.chance(0.05):
+            left, right = QUOTES[self.lang]
+            text += " " + left + self.words(1) + right
+        return text
+
+    def hint(self):
+        text = self.words(4 + self.rng.below(8)) + ". " + self.rng.choice(SENTENCE_TAILS[self.lang])
+        if self.rng.chance(0.08):  # a long explanation
+            text += " " + " ".join(self.words(8 + self.rng.below(10)) + "."
+                                   for _ in range(3 + self.rng.below(5)))
+        return text
 
 
-def msg(name, text):
+def msg(name, text, cdata=False):
+    if text is None:
+        return None
+    if cdata and text:
+        return f'      <msg name="{name}"><![CDATA[{text}]]></msg>'
     return f'      <msg name="{name}">{escape(text)}</msg>'
 
 
-def messages_xml(lang, forms, lists):
-    word = {"en": "Value", "ru": "Значение"}[lang]
-    out = ['<?xml version="1.0" encoding="UTF-8"?>', '<pnldata>', f'  <lang name="{lang}">']
-    out.append('    <messages name="common">')
-    out += [msg("yes", "Yes"), msg("no", "No")]
-    out.append('    </messages>')
-    out.append('    <messages name="desktop">')
-    for g in range(10):
-        out.append(msg(f"menu_group{g}", f"Group {g}"))
-    for i in range(forms):
-        if i % 20 != 7:
-            out.append(msg(f"menu_form{i}", f"Form {i}"))
-    out.append('    </messages>')
-    for i in range(forms):
-        out.append(f'    <messages name="form{i}">')
-        if i % 20 != 3:
-            out.append(msg("title", f"Form {i}"))
-        out.append('      <include name="common"/>')
-        for p in range(2):
-            for f in range(FIELDS_PER_FORM // 2):
-                field = f"f{i}_{p}_{f}"
-                if f == 0:
-                    out.append(msg(f"{field}_desc", f"Enable {field}"))
+class Catalog:
+    """Decides, per message, what each language says."""
+
+    def __init__(self, rng):
+        self.rng = rng
+        self.texts = {lang: Text(rng, lang) for lang in LANGS}
+
+    def message(self, kind, never_written=False):
+        """One message in every language: {lang: text, "" or None}."""
+        result = {}
+        for lang in LANGS:
+            if never_written:
+                result[lang] = None
+            elif self.rng.chance(UNTRANSLATED[lang]):
+                result[lang] = None if self.rng.chance(MISSING_SHARE) else ""
+            else:
+                text = self.texts[lang]
+                result[lang] = text.hint() if kind == "hint" else text.label()
+        return result
+
+
+class Section:
+    """A messages section: msgs and includes, the same in every language
+    apart from the texts."""
+
+    def __init__(self, name):
+        self.name = name
+        self.items = []  # ("msg", name, {lang: text}, cdata) or ("include", name)
+
+    def add(self, name, texts, cdata=False):
+        self.items.append(("msg", name, texts, cdata))
+
+    def include(self, name):
+        self.items.append(("include", name))
+
+    def xml(self, lang):
+        out = [f'    <messages name="{self.name}">']
+        for item in self.items:
+            if item[0] == "include":
+                out.append(f'      <include name="{item[1]}"/>')
+                continue
+            line = msg(item[1], item[2][lang], item[3])
+            if line is not None:
+                out.append(line)
+        out.append('    </messages>')
+        return out
+
+
+class Manager:
+    def __init__(self, rng, name, objects, base):
+        self.rng = rng
+        self.name = name
+        self.catalog = Catalog(rng)
+        self.main = []
+        self.sections = []
+        self.menu = []
+        self.shared = []  # names of the shared sections, with the fields they describe
+        self.base = base
+        self.build(objects)
+
+    # ---- shared sections ------------------------------------------------
+
+    def build_shared(self, count):
+        for i in range(count):
+            name = f"{self.name}_shared{i}"
+            section = Section(name)
+            fields = []
+            for _ in range(3 + self.rng.below(6)):
+                field = self.rng.choice(FIELD_NAMES)
+                if field in fields:
                     continue
-                out.append(msg(field, f"{word} {field}"))
-                if not (i % 20 == 5 and f == 2):
-                    out.append(msg(f"hint_{field}", f"Hint for {field}"))
-        if i % 20 == 9:
-            out.append(msg("orphan_message", "Nobody uses me"))
-        out.append('    </messages>')
-    for i in range(lists):
-        out.append(f'    <messages name="list{i}">')
-        out.append(msg("title", f"List {i}"))
-        for c in range(COLUMNS_PER_LIST):
-            col = f"c{i}_{c}"
-            out.append(msg(col, f"Column {c}"))
-            if c != 2 or i % 20 != 11:
-                out.append(msg(f"hint_{col}", f"Hint column {c}"))
-        for b in ("edit", "delete", "back"):
-            out.append(msg(f"short_{b}", b.capitalize()))
-            out.append(msg(f"hint_{b}", f"{b} the record"))
-        out.append('    </messages>')
-    out += ['  </lang>', '</pnldata>']
-    return "\n".join(out) + "\n"
+                fields.append(field)
+                section.add(field, self.catalog.message("label"))
+                # The hints of a shared section are often kept in the section
+                # it includes: the module sees one level of includes only,
+                # the panel's checked files every level.
+                if i > 0 and self.rng.chance(0.3):
+                    continue
+                section.add("hint_" + field, self.catalog.message("hint"))
+            if i > 0 and self.rng.chance(0.4):
+                section.include(self.shared[self.rng.below(i)][0])
+            self.sections.append(section)
+            self.shared.append((name, fields))
+
+    # ---- forms ------------------------------------------------------------
+
+    def field_xml(self, name, kind, indent):
+        if kind == "text":
+            check = "" if self.rng.chance(0.03) else f' check="{self.rng.choice(["int", "ip", "email", "any", "path"])}"'
+            return f'{indent}<field name="{name}"><input type="text" name="{name}"{check}/></field>'
+        if kind == "select":
+            return f'{indent}<field name="{name}"><select name="{name}"/></field>'
+        if kind == "domain":
+            convert = "idna" if self.rng.chance(0.05) else "punycode"
+            return (f'{indent}<field name="{name}"><input type="text" name="{name}" check="domain" '
+                    f'convert="{convert}"/></field>')
+        if kind == "checkbox":
+            return (f'{indent}<field name="{name}"><input type="checkbox" name="{name}"/>'
+                    f'<desc name="{name}_desc"/></field>')
+        if kind == "textdata":
+            return f'{indent}<field name="{name}"><textdata name="{name}_text" type="msg"/></field>'
+        if kind == "hidden":
+            return f'{indent}<field name="{name}"><input type="hidden" name="{name}"/></field>'
+        if kind == "fullwidth":
+            return f'{indent}<field name="{name}" fullwidth="yes"><textarea name="{name}"/></field>'
+        raise ValueError(kind)
+
+    def form(self, name, title=True):
+        section = Section(name)
+        if title:
+            section.add("title", self.catalog.message("label"))
+        includes = []
+        if self.shared and self.rng.chance(0.5):
+            includes.append(self.shared[self.rng.below(len(self.shared))])
+            if self.rng.chance(0.3):
+                includes.append(self.shared[self.rng.below(len(self.shared))])
+        for shared_name, _ in includes:
+            section.include(shared_name)
+        if self.rng.chance(0.01):
+            section.include(f"{name}_gone")  # a section nobody wrote
+        shared_fields = [f for _, fields in includes for f in fields]
+
+        out = [f'  <metadata name="{name}" type="form">', '    <form>']
+        used = set()
+        pages = 1 + self.rng.below(3)
+        for page in range(pages):
+            indent = '      ' if page == 0 else '        '
+            if page > 0:
+                out.append(f'      <page name="page{page}">')
+                section.add(f"page{page}", self.catalog.message("label"))
+            for _ in range(1 + self.rng.below(4)):
+                roll = self.rng.random()
+                if roll < 0.30:
+                    kind = "checkbox"
+                elif roll < 0.55:
+                    kind = "text"
+                elif roll < 0.62:
+                    kind = "select"
+                elif roll < 0.65:
+                    kind = "domain"
+                elif roll < 0.78:
+                    kind = "textdata"
+                elif roll < 0.88:
+                    kind = "hidden"
+                else:
+                    kind = "fullwidth"
+                pool = CHECKBOX_NAMES if kind == "checkbox" else FIELD_NAMES
+                field = self.rng.choice(pool)
+                if field in used:
+                    field = f"{field}{len(used)}"
+                used.add(field)
+                out.append(self.field_xml(field, kind, indent))
+                if kind == "checkbox":
+                    section.add(f"{field}_desc", self.catalog.message("label"))
+                    section.add(field, self.catalog.message("label"))
+                elif kind == "textdata":
+                    section.add(f"{field}_text", self.catalog.message("hint"))
+                elif kind == "hidden":
+                    pass
+                elif field in shared_fields:
+                    pass  # described by the included section
+                else:
+                    section.add(field, self.catalog.message("label"))
+                    if kind != "fullwidth":
+                        never = self.rng.chance(HINT_NEVER_WRITTEN)
+                        section.add("hint_" + field, self.catalog.message("hint", never),
+                                    cdata=self.rng.chance(0.03))
+            if page > 0:
+                out.append('      </page>')
+        if self.rng.chance(0.05):
+            section.add("orphan", self.catalog.message("label"))  # used by nothing
+        out += ['    </form>', '  </metadata>']
+        self.main += out
+        self.sections.append(section)
+
+    # ---- lists ------------------------------------------------------------
+
+    def list(self, name, form_name):
+        section = Section(name)
+        section.add("title", self.catalog.message("label"))
+        out = [f'  <metadata name="{name}" type="list">', '    <coldata>']
+        used = set()
+        for c in range(2 + self.rng.below(7)):
+            col = self.rng.choice(COLUMN_NAMES)
+            if col in used:
+                col = f"{col}{c}"
+            used.add(col)
+            if self.rng.chance(0.6):
+                text_color = "magenta" if self.rng.chance(0.02) else self.rng.choice(
+                    ["red", "green", "blue", "yellow", "cyan"])
+                background = '' if self.rng.chance(0.02) else (
+                    f'<setcolor name="{col}" color="{self.rng.choice(["green", "blue"])}"/>')
+                out.append(f'      <col name="{col}" type="msg">{background}'
+                           f'<setcolor color="{text_color}"/></col>')
+            else:
+                out.append(f'      <col name="{col}" type="data"><prop name="p_{col}"/></col>')
+                section.add(f"hint_p_{col}", self.catalog.message("hint"))
+            section.add(col, self.catalog.message("label"))
+            if not self.rng.chance(0.1):  # column hints are often forgotten
+                section.add(f"hint_{col}", self.catalog.message("hint"))
+        out.append('    </coldata>')
+        out.append('    <toolbar>')
+        for button in BUTTONS:
+            if button not in ("edit", "back") and self.rng.chance(0.4):
+                continue
+            func = f"{form_name}" if button in ("new", "edit") else f"{name}.{button}"
+            if button == "back":
+                func = self.base_list
+            out.append(f'      <toolbtn name="{button}" func="{func}"/>')
+            section.add(f"short_{button}", self.catalog.message("label"))
+            section.add(f"hint_{button}", self.catalog.message("hint"))
+        out += ['    </toolbar>', '  </metadata>']
+        self.main += out
+        self.sections.append(section)
+
+    # ---- the whole manager ------------------------------------------------
+
+    def build(self, objects):
+        common = Section("common")
+        for word in ("yes", "no", "ok", "cancel", "apply", "close", "default", "unlimited"):
+            common.add(f"{self.name}_{word}" if self.base else word,
+                       self.catalog.message("label"))
+        self.sections.append(common)
+        self.build_shared(max(2, objects // 60))
+
+        lists = objects * 45 // 100
+        forms = objects - lists
+        self.base_list = f"{self.name}_home"
+        made_forms = made_lists = 0
+        index = 0
+        while made_forms < forms or made_lists < lists:
+            noun = NOUNS[index % len(NOUNS)]
+            round_ = index // len(NOUNS)
+            base = noun if round_ == 0 else f"{noun}{round_}"
+            if self.base:
+                base = f"kern_{base}"
+            index += 1
+            if made_lists < lists:
+                self.list(base, f"{base}.edit")
+                made_lists += 1
+                self.menu.append(base)
+            extra = 1 + self.rng.below(2)
+            for k in range(extra):
+                if made_forms >= forms:
+                    break
+                suffix = "edit" if k == 0 else self.rng.choice(FORM_SUFFIXES[1:])
+                name = f"{base}.{suffix}"
+                self.form(name, title=not self.rng.chance(0.02))
+                made_forms += 1
+                if k > 0 and self.rng.chance(0.3):
+                    self.menu.append(name)
+
+        desktop = Section("desktop")
+        groups = max(2, len(self.menu) // 40)
+        for g in range(groups):
+            desktop.add(f"menu_{self.name}_group{g}", self.catalog.message("label"))
+        for item in self.menu:
+            desktop.add(f"menu_{item}", self.catalog.message("label"))
+        self.sections.append(desktop)
+        self.groups = groups
+
+    def main_xml(self):
+        out = ['<?xml version="1.0" encoding="UTF-8"?>', '<pnldata>', '  <mainmenu>']
+        for g in range(self.groups):
+            out.append(f'    <node name="{self.name}_group{g}">')
+            for item in self.menu[g::self.groups]:
+                out.append(f'      <node name="{item}"/>')
+            out.append('    </node>')
+        out.append('  </mainmenu>')
+        out += self.main
+        out.append('</pnldata>')
+        return "\n".join(out) + "\n"
+
+    def messages_xml(self, lang):
+        out = ['<?xml version="1.0" encoding="UTF-8"?>', '<pnldata>', f'  <lang name="{lang}">']
+        for section in self.sections:
+            out += section.xml(lang)
+        out += ['  </lang>', '</pnldata>']
+        return "\n".join(out) + "\n"
+
+
+def write(path, text):
+    with open(path, "w", encoding="utf-8", newline="\n") as f:
+        f.write(text)
 
 
 def main():
-    if len(sys.argv) != 5:
+    if len(sys.argv) not in (4, 5):
         sys.exit(__doc__)
-    root, name, forms, lists = sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4])
+    root, name, objects = sys.argv[1], sys.argv[2], int(sys.argv[3])
+    seed = int(sys.argv[4]) if len(sys.argv) == 5 else 1
+    if name == "kern" or objects < 1:
+        sys.exit("make_manager.py: NAME must not be kern and OBJECTS at least 1")
     xml_dir = os.path.join(root, "etc", "xml")
     os.makedirs(xml_dir, exist_ok=True)
-    with open(os.path.join(xml_dir, f"{name}.xml"), "w", encoding="utf-8") as f:
-        f.write(main_xml(forms, lists))
-    for lang in ("en", "ru"):
-        with open(os.path.join(xml_dir, f"{name}_msg_{lang}.xml"), "w", encoding="utf-8") as f:
-            f.write(messages_xml(lang, forms, lists))
+    rng = Rng(seed)
+    kern = Manager(rng, "kern", max(10, objects // 20), base=True)
+    manager = Manager(rng, name, objects, base=False)
+    for m in (kern, manager):
+        write(os.path.join(xml_dir, f"{m.name}.xml"), m.main_xml())
+        for lang in LANGS:
+            write(os.path.join(xml_dir, f"{m.name}_msg_{lang}.xml"), m.messages_xml(lang))
 
 
 if __name__ == "__main__":

@@ -1,32 +1,182 @@
 #!/usr/bin/env bash
-# Times a full-mode run of msglint on a large generated manager.
+# Times full runs of msglint on generated managers of growing size.
 #
-#   bench/run.sh [FORMS [LISTS]]      (default 1000 forms and 1000 lists)
+#   bench/run.sh [options] [N ...]        (default N: 500 1000 2000 4000 8000)
 #
-# Builds the project if needed, installs it into a scratch directory, writes
-# the manager there with make_manager.py and runs `sbin/msglint big -f en ru`
-# under the test preload library (the fixed pause returns at once), printing
-# the wall time and the size of the report. The report is kept as
-# DIR/report.txt for comparing two builds.
+#   --seed S       generator seed (default 1)
+#   --runs R       runs per size; the table shows the median time (default 3)
+#   --mode M       -f (default) or -s
+#   --identity     also run each size once with every query evaluated as
+#                  written (build/tests/literal_msglint) and check that the
+#                  standard output, var/test_msgs, ecl.xml and the exit status
+#                  are the same bytes (slow on large sizes)
+#   --keep         keep the scratch installations (their paths are printed)
+#
+# For each N it builds the project if needed, installs it into a scratch
+# directory, writes a manager of N objects with make_manager.py (four
+# languages, with the gaps of real catalogs) and runs `sbin/msglint big -f
+# en ru fr de` R times under the no-sleep preload library (the fixed pause
+# returns at once). It prints one table:
+#   N, bytes of XML in etc/xml, the median wall time of a run, the time
+#   libxml2 takes to parse once every XML file the run read (etc/xml and
+#   the whole cache it left, checked files included), their ratio, the
+#   growth of the run time from the previous N, the pnlctl runs (from the
+#   panel's log), the peak RSS of the module's process and of the panel,
+#   and which targets are met:
+#     ratio <= 5 at N = 2000; growth <= 2.15 from 2000 to 4000 and from
+#     4000 to 8000; peak RSS of module and panel <= 5x the XML bytes at
+#     N = 4000.
+# Every run stops the panels named kern (killall), so the script runs
+# itself in a private PID namespace. The installations are made under
+# $TMPDIR (default /tmp). A run removes and writes tens of thousands of
+# cache files: on ext4 without a journal, creating a file scans past the
+# recently deleted inodes and that kernel time grows faster than the
+# manager, so TMPDIR=/dev/shm measures the program rather than the file
+# system there.
 set -euo pipefail
 here="$(cd "$(dirname "$0")/.." && pwd)"
-forms="${1:-1000}"
-lists="${2:-1000}"
+
+if [ -z "${MSGLINT_BENCH_IN_NS:-}" ]; then
+  export MSGLINT_BENCH_IN_NS=1
+  exec unshare -p -f --mount-proc bash "$0" "$@"
+fi
+
+seed=1
+runs=3
+mode=-f
+identity=0
+keep=0
+sizes=()
+while [ $# -gt 0 ]; do
+  case "$1" in
+    --seed) seed="$2"; shift 2 ;;
+    --runs) runs="$2"; shift 2 ;;
+    --mode) mode="$2"; shift 2 ;;
+    --identity) identity=1; shift ;;
+    --keep) keep=1; shift ;;
+    -h|--help) sed -n '2,35p' "$0"; exit 0 ;;
+    *) sizes+=("$1"); shift ;;
+  esac
+done
+[ ${#sizes[@]} -gt 0 ] || sizes=(500 1000 2000 4000 8000)
+
 build="$here/build"
-
 [ -d "$build" ] || cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build "$build" >/dev/null
+cmake --build "$build" --target kern pnlctl msglint_launcher msglint_module nosleep \
+  parse_files literal_msglint >/dev/null
+nosleep="$build/tests/libnosleep.so"
+python=/usr/bin/python3
 
-dir="$(mktemp -d /tmp/msglint-bench-XXXXXX)"
-cmake --install "$build" --prefix "$dir" >/dev/null
-python3 "$here/bench/make_manager.py" "$dir" big "$forms" "$lists"
-ln -s kern "$dir/bin/big"
+stop_panels() {
+  local pid
+  for pid in var/run/*.pid; do
+    [ -f "$pid" ] || continue
+    pid="$(cat "$pid")"
+    kill "$pid" 2>/dev/null || true
+    for _ in $(seq 50); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
+  done
+}
 
-cd "$dir"
-start=$(date +%s.%N)
-status=0
-LD_PRELOAD="$build/tests/libnosleep.so" sbin/msglint big -f en ru >report.txt 2>stderr.txt || status=$?
-end=$(date +%s.%N)
-echo "forms=$forms lists=$lists status=$status seconds=$(awk "BEGIN { printf \"%.2f\", $end - $start }")"
-echo "report: $(wc -l <report.txt) lines, audit file: $(wc -l <var/test_msgs) lines ($dir)"
-for pid in var/run/*.pid; do [ -f "$pid" ] && kill "$(cat "$pid")" 2>/dev/null || true; done
+# Peak RSS in kB of the running panels (the largest).
+panel_rss() {
+  local pid best=0 kb
+  for pid in var/run/*.pid; do
+    [ -f "$pid" ] || continue
+    kb="$(awk '/^VmHWM:/ { print $2 }' "/proc/$(cat "$pid")/status" 2>/dev/null || echo 0)"
+    [ "${kb:-0}" -gt "$best" ] && best="$kb"
+  done
+  echo "$best"
+}
+
+median() { sort -g | awk '{ a[NR] = $1 } END { print a[int((NR + 1) / 2)] }'; }
+
+table="$(mktemp)"
+prev_time=""
+failed=0
+printf '| N | XML in etc/xml | run | parse once | ratio | growth | pnlctl runs | module peak RSS | panel peak RSS | targets |\n' >"$table"
+printf '|---|---|---|---|---|---|---|---|---|---|\n' >>"$table"
+
+for n in "${sizes[@]}"; do
+  dir="$(mktemp -d "${TMPDIR:-/tmp}/msglint-bench-XXXXXX")"
+  cmake --install "$build" --prefix "$dir" >/dev/null
+  "$python" "$here/bench/make_manager.py" "$dir" big "$n" "$seed"
+  ln -s kern "$dir/bin/big"
+  cd "$dir"
+  xml_bytes="$(cat etc/xml/*.xml | wc -c)"
+
+  times=()
+  module_kb=0
+  panel_kb=0
+  for r in $(seq "$runs"); do
+    stop_panels
+    rm -rf var/log
+    status=0
+    LD_PRELOAD="$nosleep" /usr/bin/time -f '%e %M' -o time.txt \
+      sbin/msglint big "$mode" en ru fr de >report.txt 2>stderr.txt || status=$?
+    read -r secs kb < <(tail -n 1 time.txt)
+    times+=("$secs")
+    [ "$kb" -gt "$module_kb" ] && module_kb="$kb"
+    kb="$(panel_rss)"
+    [ "$kb" -gt "$panel_kb" ] && panel_kb="$kb"
+  done
+  run_time="$(printf '%s\n' "${times[@]}" | median)"
+  pnlctl_runs="$(grep -c 'request: func=' var/log/big.log || true)"
+  sessions="$(grep -c 'request: func=session&\|request: func=actionlist&' var/log/big.log || true)"
+  pnlctl_runs=$((pnlctl_runs - sessions))
+
+  # Every XML file the run read: the installation's and the whole cache.
+  parse="$(find etc/xml var/.xmlcache -name '*.xml' -type f | "$build/bench/parse_files")"
+  parse_time="${parse%% *}"
+  ratio="$(awk -v a="$run_time" -v b="$parse_time" 'BEGIN { printf "%.1f", (b > 0 ? a / b : 0) }')"
+  growth=""
+  [ -n "$prev_time" ] && growth="$(awk -v a="$run_time" -v b="$prev_time" 'BEGIN { printf "%.2f", a / b }')"
+
+  targets=""
+  if [ "$n" = 2000 ]; then
+    ok="$(awk -v r="$ratio" 'BEGIN { print (r <= 5 ? "met" : "NOT met") }')"
+    targets="ratio <= 5: $ok"
+  fi
+  if [ "$n" = 4000 ] || [ "$n" = 8000 ]; then
+    if [ -n "$growth" ]; then
+      ok="$(awk -v g="$growth" 'BEGIN { print (g <= 2.15 ? "met" : "NOT met") }')"
+      targets="growth <= 2.15: $ok"
+    fi
+  fi
+  if [ "$n" = 4000 ]; then
+    ok="$(awk -v m="$module_kb" -v p="$panel_kb" -v x="$xml_bytes" \
+      'BEGIN { print (m * 1024 <= 5 * x && p * 1024 <= 5 * x ? "met" : "NOT met") }')"
+    targets="$targets; RSS <= 5x XML: $ok"
+  fi
+
+  if [ "$identity" = 1 ]; then
+    stop_panels
+    mkdir -p fast
+    cp report.txt fast/stdout; cp var/test_msgs fast/test_msgs; cp ecl.xml fast/ecl.xml
+    echo "$status" >fast/status
+    lstatus=0
+    LD_PRELOAD="$nosleep" "$build/tests/literal_msglint" big "$mode" en ru fr de \
+      >literal_stdout.txt 2>/dev/null || lstatus=$?
+    same=yes
+    cmp -s fast/stdout literal_stdout.txt || same=no
+    cmp -s fast/test_msgs var/test_msgs || same=no
+    cmp -s fast/ecl.xml ecl.xml || same=no
+    [ "$status" = "$lstatus" ] || same=no
+    targets="$targets; identical to literal: $same"
+    [ "$same" = yes ] || failed=1
+  fi
+
+  printf '| %s | %.1f MB | %.2f s | %.2f s | %s× | %s | %s | %d MB | %d MB | %s |\n' \
+    "$n" "$(awk -v b="$xml_bytes" 'BEGIN { print b / 1e6 }')" "$run_time" "$parse_time" \
+    "$ratio" "$growth" "$pnlctl_runs" $((module_kb / 1024)) $((panel_kb / 1024)) \
+    "${targets#; }" >>"$table"
+  echo "N=$n done: run ${run_time}s, status $status, report $(wc -l <report.txt) lines ($dir)" >&2
+
+  stop_panels
+  cd /
+  if [ "$keep" = 0 ]; then rm -rf "$dir"; fi
+  prev_time="$run_time"
+done
+
+cat "$table"
+rm -f "$table"
+exit "$failed"

@@ -14,20 +14,7 @@ namespace {
 const pnl_log::Module kLog("cache", "panel");
 const char kBase[] = "kern";
 
-// Loads an XML file of the installation; a missing one loads empty.
-pnl_xml::Xml LoadSource(const std::string& path) {
-  pnl_xml::Xml doc;
-  if (!pnl_file::Exists(path)) {
-    kLog.Write(5, "no file %s", path.c_str());
-    return doc;
-  }
-  if (!doc.LoadFromFile(path)) kLog.Write(3, "cannot load %s", path.c_str());
-  return doc;
-}
-
-// The sections of one language grouped by name, each group in the order
-// of the sections (source by source, in document order).
-using SectionsByName = std::map<std::string, std::vector<pnl_xml::XmlNode>>;
+using SectionsByName = ManagerCache::SectionsByName;
 
 SectionsByName GroupByName(const std::vector<pnl_xml::XmlNode>& sections) {
   SectionsByName groups;
@@ -91,6 +78,41 @@ bool SaveTo(const pnl_xml::Xml& doc, const std::string& path,
 
 ManagerCache::ManagerCache(const std::string& manager) : manager_(manager) {}
 
+// Loads an XML file of the installation; a missing one loads empty. The
+// stamp is taken before the file is read, so a change while it is read
+// shows at the next check.
+pnl_xml::Xml ManagerCache::Load(const std::string& path) const {
+  stamps_[path] = pnl_file::Stamp(path);
+  pnl_xml::Xml doc;
+  if (!pnl_file::Exists(path)) {
+    kLog.Write(5, "no file %s", path.c_str());
+    return doc;
+  }
+  if (!doc.LoadFromFile(path)) kLog.Write(3, "cannot load %s", path.c_str());
+  return doc;
+}
+
+bool ManagerCache::Fresh() const {
+  for (const auto& [path, stamp] : stamps_)
+    if (pnl_file::Stamp(path) != stamp) return false;
+  return true;
+}
+
+const SectionsByName& ManagerCache::Groups(const std::string& lang) const {
+  auto kept = groups_.find(lang);
+  if (kept != groups_.end()) return kept->second;
+  return groups_[lang] = GroupByName(Sections(lang));
+}
+
+const std::unordered_set<std::string>& ManagerCache::KnownSet(
+    const std::string& lang) const {
+  auto kept = known_sets_.find(lang);
+  if (kept != known_sets_.end()) return kept->second;
+  const std::vector<std::string>& known = KnownNames(lang);
+  return known_sets_[lang] =
+             std::unordered_set<std::string>(known.begin(), known.end());
+}
+
 std::vector<std::string> ManagerCache::Sources() const {
   if (manager_ == kBase) return {kBase};
   return {kBase, manager_};
@@ -131,8 +153,7 @@ const std::vector<pnl_xml::XmlNode>& ManagerCache::Sections(
   if (kept != sections_.end()) return kept->second;
   std::vector<pnl_xml::XmlNode>& sections = sections_[lang];
   for (const std::string& source : Sources()) {
-    pnl_xml::Xml doc =
-        LoadSource("etc/xml/" + source + "_msg_" + lang + ".xml");
+    pnl_xml::Xml doc = Load("etc/xml/" + source + "_msg_" + lang + ".xml");
     // The language is compared here rather than pasted into the
     // expression, so that no code can change what is selected.
     for (pnl_xml::XmlNode lang_node : doc.GetNodes("/pnldata/lang")) {
@@ -150,7 +171,7 @@ const std::vector<std::string>& ManagerCache::MetadataNames() const {
   if (metadata_read_) return names;
   metadata_read_ = true;
   for (const std::string& source : Sources()) {
-    pnl_xml::Xml doc = LoadSource("etc/xml/" + source + ".xml");
+    pnl_xml::Xml doc = Load("etc/xml/" + source + ".xml");
     for (pnl_xml::XmlNode node : doc.GetNodes("/pnldata/metadata"))
       names.push_back(node.GetProp("name"));
   }
@@ -188,8 +209,7 @@ std::vector<std::string> ManagerCache::Actions() const {
 
 bool ManagerCache::IsKnownFunction(const std::string& name) const {
   for (const std::string& lang : Languages())
-    for (const std::string& known : KnownNames(lang))
-      if (known == name) return true;
+    if (KnownSet(lang).count(name) != 0) return true;
   return false;
 }
 
@@ -201,7 +221,7 @@ bool ManagerCache::WriteSession(const std::string& lang,
     kLog.Write(3, "%s", error->c_str());
     return false;
   }
-  const SectionsByName groups = GroupByName(Sections(lang));
+  const SectionsByName& groups = Groups(lang);
   bool ok = true;
   for (const std::string& name : KnownNames(lang)) {
     ok = SaveTo(CollectSections(name, groups),
@@ -224,7 +244,7 @@ bool ManagerCache::WriteChecked(const std::string& function,
   }
   bool ok = true;
   for (const std::string& lang : Languages()) {
-    const SectionsByName groups = GroupByName(Sections(lang));
+    const SectionsByName& groups = Groups(lang);
     pnl_xml::Xml doc("messages");
     pnl_xml::XmlNode root = doc.GetRoot();
     root.SetProp("name", function);

@@ -10,14 +10,18 @@
 
 #include <map>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "pnl/xml.h"
 
 namespace panel {
 
-// Made for one request: what it reads of the installation's files is read
-// once and kept for the object's life.
+// What it reads of the installation's files is read once and kept, with
+// the sections of each language grouped by name and the set of known names,
+// so that a checked-file request costs what its function's own sections
+// cost. The panel keeps one between requests and makes a new one when
+// Fresh() says a source file changed.
 class ManagerCache {
  public:
   explicit ManagerCache(const std::string& manager);
@@ -54,11 +58,28 @@ class ManagerCache {
   // var/.xmlcache/M, relative to the installation directory.
   std::string CacheDir() const;
 
+  // False when a file read so far (or found missing) is no longer what it
+  // was when it was read: same size, modification time and inode.
+  bool Fresh() const;
+
+  // The sections of one language grouped by name, each group in the order
+  // of the sections (source by source, in document order).
+  using SectionsByName = std::map<std::string, std::vector<pnl_xml::XmlNode>>;
+
  private:
+  // Loads a source file of the installation, noting its stamp.
+  pnl_xml::Xml Load(const std::string& path) const;
+  const SectionsByName& Groups(const std::string& lang) const;
+  const std::unordered_set<std::string>& KnownSet(const std::string& lang) const;
+
   std::string manager_;
   // What has been read so far, by language.
   mutable std::map<std::string, std::vector<pnl_xml::XmlNode>> sections_;
+  mutable std::map<std::string, SectionsByName> groups_;
   mutable std::map<std::string, std::vector<std::string>> known_names_;
+  mutable std::map<std::string, std::unordered_set<std::string>> known_sets_;
+  // The stamp of every file read, "" for a file that was missing.
+  mutable std::map<std::string, std::string> stamps_;
   mutable std::vector<std::string> metadata_names_;
   mutable bool metadata_read_ = false;
 };

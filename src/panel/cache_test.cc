@@ -353,5 +353,36 @@ TEST(CacheTest, UnknownFunctionAndMalformedQueryGetAnErrorAndServingGoesOn) {
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=f"));
 }
 
+TEST(CacheTest, KeptSourcesAreFreshUntilAFileChangesOrAppears) {
+  ScratchDir dir;
+  WriteKernAndShop(dir);
+  ManagerCache cache("shop");
+  cache.KnownNames("en");
+  cache.KnownNames("de");  // no such files: missing ones count too
+  EXPECT_TRUE(cache.Fresh());
+  dir.Write("etc/xml/shop_msg_de.xml", "<pnldata/>");
+  EXPECT_FALSE(cache.Fresh());
+
+  ManagerCache again("shop");
+  again.KnownNames("en");
+  EXPECT_TRUE(again.Fresh());
+  // The same size and content, written again: a new file.
+  dir.Write("etc/xml/kern.xml", dir.Read("etc/xml/kern.xml"));
+  EXPECT_FALSE(again.Fresh());
+}
+
+TEST(CacheTest, RunningPanelAnswersFromChangedSources) {
+  ScratchDir dir;
+  WriteIncludes(dir);
+  EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=g&lang=en"));
+  EXPECT_EQ(Reply("<error>unknown function \"h\"</error>"), Ask("shop", "func=h"));
+  dir.Write("etc/xml/shop_msg_en.xml",
+            "<pnldata><lang name=\"en\"><messages name=\"h\">"
+            "<msg name=\"h1\">H</msg></messages></lang></pnldata>");
+  EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=h"));
+  EXPECT_EQ(Messages("h", "<msg name=\"h1\">H</msg>"),
+            dir.Read("var/.xmlcache/shop/checked/h.msg.en.xml"));
+}
+
 }  // namespace
 }  // namespace panel

@@ -52,6 +52,14 @@ std::string Doc(const std::string& content) {
 
 Panel::Panel(const std::string& manager) : manager_(manager) {}
 
+ManagerCache& Panel::Cache() {
+  if (!cache_ || !cache_->Fresh()) {
+    if (cache_) kLog.Write(5, "a source file changed: reading the sources again");
+    cache_ = std::make_unique<ManagerCache>(manager_);
+  }
+  return *cache_;
+}
+
 std::string Panel::ErrorReply(const std::string& message) {
   return Doc("<error>" + Escape(message) + "</error>");
 }
@@ -64,7 +72,7 @@ std::string Panel::Handle(const std::string& request) {
     kLog.Write(3, "%s", error.c_str());
     return ErrorReply(error);
   }
-  ManagerCache cache(manager_);
+  ManagerCache& cache = Cache();
   const std::string& function = query.Function();
 
   if (function == "session") {

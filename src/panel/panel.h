@@ -4,7 +4,10 @@
 #ifndef PANEL_PANEL_H_
 #define PANEL_PANEL_H_
 
+#include <memory>
 #include <string>
+
+#include "panel/cache.h"
 
 namespace panel {
 
@@ -21,7 +24,12 @@ class Panel {
   static std::string ErrorReply(const std::string& message);
 
  private:
+  // The manager's cache, kept between requests while its source files
+  // stay unchanged.
+  ManagerCache& Cache();
+
   std::string manager_;
+  std::unique_ptr<ManagerCache> cache_;
 };
 
 }  // namespace panel

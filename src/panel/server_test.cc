@@ -327,6 +327,14 @@ TEST(PnlctlTest, ErrorReplyExitsOneWithTheError) {
                 .find("5 request: func=a+b%26c%3Dd&k+y=v%26w\n"));
 }
 
+TEST(PnlctlTest, ErrorTextIsPrintedUnescaped) {
+  ScratchDir dir;
+  WriteShop(dir);
+  RunResult run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "<x>&'\"", "lang=ru"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ("pnlctl: shop: unknown function \"<x>&'\"\"\n", run.err);
+}
+
 TEST(PnlctlTest, SessionRepliesWithoutOkExitOne) {
   ScratchDir dir;
   WriteShop(dir);

@@ -157,20 +157,16 @@ bool StartPanel(const std::string& manager) {
 
 }  // namespace
 
-Client::Client(const std::string& manager, const std::string& client_name)
-    : manager_(manager), client_name_(client_name) {}
-
-Client::~Client() = default;
-
-pnl_xml::Xml Client::Query(const std::string& query) {
+std::string Exchange(const std::string& manager, const std::string& client_name,
+                     const std::string& query, std::string* error) {
   std::string request = query;
   // The query is one line: anything after a newline is not sent.
   size_t nl = request.find('\n');
   if (nl != std::string::npos) request.erase(nl);
   request += '\n';
-  error_.clear();
+  error->clear();
 
-  if (pnl_file::IsPlainName(manager_)) {
+  if (pnl_file::IsPlainName(manager)) {
     auto give_up = Clock::now() + kRetryBudget;
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
       if (attempt > 0) {
@@ -179,10 +175,10 @@ pnl_xml::Xml Client::Query(const std::string& query) {
         if (pause > 500) pause = 500;
         std::this_thread::sleep_for(std::chrono::milliseconds(pause));
       }
-      int fd = Connect(manager_);
+      int fd = Connect(manager);
       if (fd < 0) {
-        StartPanel(manager_);
-        fd = Connect(manager_);
+        StartPanel(manager);
+        fd = Connect(manager);
         if (fd < 0) continue;
       }
       auto deadline = Clock::now() + kReplyDeadline;
@@ -194,23 +190,16 @@ pnl_xml::Xml Client::Query(const std::string& query) {
       close(fd);
       if (reply.empty()) {
         kLog.Write(4, "manager \"%s\" closed the connection without a reply",
-                   manager_.c_str());
+                   manager.c_str());
         continue;
       }
-      pnl_xml::Xml doc;
-      doc.LoadFromString(reply, "reply of " + manager_);
-      return doc;
+      return reply;
     }
   }
-  error_ = "no answer from manager \"" + manager_ + "\" to query \"" + query + "\"";
-  kLog.Write(3, "%s: %s", client_name_.c_str(), error_.c_str());
-  return pnl_xml::Xml();
+  *error = "no answer from manager \"" + manager + "\" to query \"" + query + "\"";
+  kLog.Write(3, "%s: %s", client_name.c_str(), error->c_str());
+  return std::string();
 }
-
-Local::Local(const std::string& manager, const std::string& client_name)
-    : Client(manager, client_name) {}
-
-Local::~Local() = default;
 
 std::string SocketPath(const std::string& manager) {
   return "var/run/" + manager + ".socket";

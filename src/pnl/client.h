@@ -43,6 +43,20 @@ class Local : public Client {
   ~Local() override;
 };
 
+// Sends `query` to `manager`'s panel (starting it when nothing answers, as
+// above) and returns the text of the reply; "" when no answer came (logged,
+// with one line on standard error). Needs no XML parser: a program that
+// only sends requests links this alone.
+std::string Exchange(const std::string& manager, const std::string& client_name,
+                     const std::string& query);
+
+// Sends `query` to `manager`'s panel (starting it when nothing answers, as
+// above) and returns the text of the reply; "" when no answer came (logged,
+// and the reason in `error`). Needs no XML parser: a program that only
+// sends requests links this alone.
+std::string Exchange(const std::string& manager, const std::string& client_name,
+                     const std::string& query, std::string* error);
+
 // The socket path of `manager`'s panel, relative to the installation
 // directory: "var/run/" + manager + ".socket".
 std::string SocketPath(const std::string& manager);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <map>
 #include <sstream>
 
 #include "pnl/file.h"
@@ -592,16 +593,21 @@ void MissedCheck::check_list() {
   const char* const S = list.c_str();
   const std::string prefix = "//pnldata/metadata[@name='" + list + "']";
 
-  // Assembles the messages of `lang` into `doc`; false when the list has no
-  // message file in that language.
-  auto assemble = [this, &list](pnl_xml::Xml& doc, const std::string& lang) {
+  // The messages of `lang`, assembled at the first use and kept for every
+  // column and button of the list (nothing changes the cache while a list
+  // is checked); null when the list has no message file in that language.
+  std::map<std::string, pnl_xml::Xml> assembled;
+  auto assemble = [this, &list, &assembled](const std::string& lang) -> const pnl_xml::Xml* {
     const std::string list_file = cache_dir + "/" + list + ".msg." + lang + ".xml";
     if (!pnl_file::Exists(list_file)) {
       if (msglint_log.Check(4)) msglint_log.Write(4, "File \"%s\" not exist.", list_file.c_str());
-      return false;
+      return nullptr;
     }
+    auto kept = assembled.find(lang);
+    if (kept != assembled.end()) return &kept->second;
+    pnl_xml::Xml& doc = assembled[lang];
     AssembleMessages(*this, doc, list_file, cache_dir + "/common.msg." + lang + ".xml", lang);
-    return true;
+    return &doc;
   };
 
   pnl_xml::XPath columns(main_xml, prefix + "/coldata/col[boolean(@if)=false or @if!='windows']");
@@ -618,9 +624,9 @@ void MissedCheck::check_list() {
 
     for (const std::string& lang : langs) {
       const char* const L = lang.c_str();
-      pnl_xml::Xml messages;
-      if (!assemble(messages, lang)) continue;
-      if (pnl_xml::XPath(messages, MsgQuery(column_name)).empty()) {
+      const pnl_xml::Xml* messages = assemble(lang);
+      if (messages == nullptr) continue;
+      if (pnl_xml::XPath(*messages, MsgQuery(column_name)).empty()) {
         Report(
             out_file, 3,
             Format(
@@ -752,10 +758,10 @@ void MissedCheck::check_list() {
     const char* const B = button_name.c_str();
     for (const std::string& lang : langs) {
       const char* const L = lang.c_str();
-      pnl_xml::Xml messages;
-      if (!assemble(messages, lang)) continue;
+      const pnl_xml::Xml* messages = assemble(lang);
+      if (messages == nullptr) continue;
 
-      pnl_xml::XPath short_name(messages, MsgQuery("short_" + button_name));
+      pnl_xml::XPath short_name(*messages, MsgQuery("short_" + button_name));
       if (short_name.empty() || short_name[0].Str().empty()) {
         Report(out_file, 3,
                Format("There is no short name for button \"%s\" from list \"%s\" for language %s.",
@@ -772,7 +778,7 @@ void MissedCheck::check_list() {
         Findings().Present(lang, list);
       }
 
-      pnl_xml::XPath hint(messages, MsgQuery("hint_" + button_name));
+      pnl_xml::XPath hint(*messages, MsgQuery("hint_" + button_name));
       if (hint.empty() || hint[0].Str().empty()) {
         Report(out_file, 4,
                Format("There is no hint for \"%s\" from \"%s\" on %s language.", B, S, L),
@@ -811,6 +817,9 @@ void MissedCheck::check_mainmenu() {
     }
   }
 
+  // The menu's messages of each language, assembled at the first use and
+  // kept for every item (nothing changes the cache meanwhile).
+  std::map<std::string, pnl_xml::Xml> assembled;
   for (const std::string& item : items) {
     const char* const M = item.c_str();
     for (const std::string& lang : langs) {
@@ -822,8 +831,12 @@ void MissedCheck::check_mainmenu() {
           msglint_log.Write(4, "File \"%s\" not exist.", desktop_file.c_str());
         continue;
       }
-      pnl_xml::Xml messages;
-      AssembleMessages(*this, messages, desktop_file, common_file, lang);
+      auto kept = assembled.find(lang);
+      if (kept == assembled.end()) {
+        kept = assembled.emplace(lang, pnl_xml::Xml()).first;
+        AssembleMessages(*this, kept->second, desktop_file, common_file, lang);
+      }
+      const pnl_xml::Xml& messages = kept->second;
 
       pnl_xml::XPath menu_msg(messages, MsgQuery("menu_" + item));
       pnl_xml::XPath plain_msg(messages, MsgQuery(item));
