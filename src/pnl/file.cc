@@ -135,6 +135,26 @@ bool OpenParent(const std::string& path, DirHandle* dir, std::string* name) {
   return dir->Open(parent, false);
 }
 
+// Writes all of `text` to `fd`; false with errno set on failure.
+bool WriteAll(int fd, const std::string& text) {
+  const char* data = text.data();
+  size_t left = text.size();
+  while (left > 0) {
+    ssize_t n = write(fd, data, left);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    if (n == 0) {
+      errno = EIO;
+      return false;
+    }
+    data += n;
+    left -= static_cast<size_t>(n);
+  }
+  return true;
+}
+
 }  // namespace
 
 const std::string& LastError() { return g_last_error; }
@@ -322,19 +342,7 @@ bool DirHandle::WriteFile(const std::string& name, const std::string& text) cons
   }
   if (fd < 0) return Fail(shown + ": " + strerror(errno), errno);
   fchmod(fd, mode);
-  int error = 0;
-  const char* data = text.data();
-  size_t left = text.size();
-  while (left > 0) {
-    ssize_t n = write(fd, data, left);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      error = errno;
-      break;
-    }
-    data += n;
-    left -= static_cast<size_t>(n);
-  }
+  int error = WriteAll(fd, text) ? 0 : errno;
   if (close(fd) != 0 && error == 0) error = errno;
   if (error == 0 && renameat(fd_, tmp.c_str(), fd_, name.c_str()) != 0) error = errno;
   if (error != 0) {
@@ -551,25 +559,6 @@ bool IsLink(const std::string& path) {
 
 namespace {
 
-// Writes all of `text` to `fd`; false with errno set on failure.
-bool WriteAll(int fd, const std::string& text) {
-  const char* data = text.data();
-  size_t left = text.size();
-  while (left > 0) {
-    ssize_t n = write(fd, data, left);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    if (n == 0) {
-      errno = EIO;
-      return false;
-    }
-    data += n;
-    left -= static_cast<size_t>(n);
-  }
-  return true;
-}
 
 // What stands at `path`, and whether a file may be put there; false with
 // `error` set when not.

@@ -34,7 +34,6 @@ struct Finding {
   long line = 0;             // libxml2's line of the element in `file`
   std::string report;        // the lines it printed on standard output
   std::string audit_line;    // its line in var/test_msgs
-  bool message_file = false; // the message belongs in the message file
 };
 
 // A problem of the run's input: a file missing, unreadable or malformed, a

@@ -505,23 +505,33 @@ bool Selects(pnl_xml::Xml& doc, const std::string& expr) {
   return pnl_xml::XPath(doc, expr).size() > 0;
 }
 
+// A finding of the unused audit about the entry `element` (of
+// `element_type`) of section `section` of the language's message file, at
+// that file's `line`.
+Finding SectionFinding(const std::string& kind, const std::string& section,
+                       const std::string& element_type, const std::string& element,
+                       const std::string& lang, long line) {
+  Finding finding;
+  finding.kind = kind;
+  finding.audit = "unused";
+  finding.object = section;
+  finding.element_type = element_type;
+  finding.element = element;
+  finding.language = lang;
+  finding.section = section;
+  finding.file = MessageFile(PNL_NAME(), lang);
+  finding.line = line;
+  return finding;
+}
+
 // The finding of a message of section `section` that nothing uses;
 // `report` is its line of the report.
 Finding UnusedFinding(const std::string& section, const std::string& name,
                       const std::string& lang, SourceLines& lines, const std::string& report) {
-  Finding finding;
-  finding.kind = "unused-message";
-  finding.audit = "unused";
-  finding.object = section;
-  finding.element_type = "message";
-  finding.element = name;
-  finding.language = lang;
+  Finding finding = SectionFinding("unused-message", section, "message", name, lang,
+                                   lines.Message(PNL_NAME(), lang, section, name));
   finding.message_name = name;
-  finding.section = section;
-  finding.file = MessageFile(PNL_NAME(), lang);
-  finding.line = lines.Message(PNL_NAME(), lang, section, name);
   finding.report = report;
-  finding.message_file = true;
   return finding;
 }
 
@@ -534,16 +544,8 @@ void RecordMissingIncludes(const pnl_xml::XPath& includes, const std::string& se
     const std::string name = include.GetProp("name");
     if (pnl_file::Exists(pnl_file::ConcatPath(cache_dir, name + ".msg." + lang + ".xml")))
       continue;
-    Finding finding;
-    finding.kind = "include-not-found";
-    finding.audit = "unused";
-    finding.object = section;
-    finding.element_type = "include";
-    finding.element = name;
-    finding.language = lang;
-    finding.section = section;
-    finding.file = MessageFile(PNL_NAME(), lang);
-    finding.line = lines.Message(PNL_NAME(), lang, section, "");
+    Finding finding = SectionFinding("include-not-found", section, "include", name, lang,
+                                     lines.Message(PNL_NAME(), lang, section, ""));
     std::ostringstream line;
     print_msg("include", include.Str(), "include is not found", line);
     finding.report = line.str();
