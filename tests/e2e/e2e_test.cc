@@ -37,6 +37,9 @@
 //                        far as the audit);
 //   expected_unchanged   optional: path patterns, one per line, that must
 //                        not change although a run may change them;
+//   expected_present     optional: paths under the installation, one per
+//                        line, that must be regular files after the run
+//                        (what the panel had to write);
 //   expected_findings    optional: the findings file var/msglint/findings.json,
 //                        compared whole as JSON;
 //   expected_check       optional: the standard output of
@@ -540,6 +543,9 @@ TEST_P(E2eCase, GivesExpectedOutput) {
     EXPECT_EQ("", check.err);
     EXPECT_EQ(std::stoi(ReadFile(dir / "expected_check_status")), check.status);
   }
+  for (const std::string& path : Lines(ReadFile(dir / "expected_present")))
+    EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(fs::path(install) / path)))
+        << "the run left no file \"" << path << "\"";
   const std::vector<std::string> forbidden = ForbiddenChanges(
       before, after, AllowedPatterns(args.empty() ? "" : args[0], !args.empty()),
       Lines(ReadFile(dir / "expected_unchanged")));
