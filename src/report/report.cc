@@ -77,14 +77,52 @@ std::string ReportText(const Json& finding) {
   return text.empty() ? Str(At(finding, "kind")) : text;
 }
 
-// What identifies a finding whatever the line numbers.
-std::string Fingerprint(const Json& doc, const Json& f) {
-  std::string element;
-  if (At(f, "element").is_object()) element = Str(At(At(f, "element"), "type")) + ":" + Str(At(At(f, "element"), "name"));
-  std::string message;
-  if (At(f, "message").is_object()) message = Str(At(At(f, "message"), "name"));
-  return Str(At(f, "kind")) + "|" + Str(At(At(doc, "run"), "manager")) + "|" + Str(At(f, "object")) + "|" +
-         element + "|" + message + "|" + Str(At(f, "language"));
+// A finding of a baseline in a few words: "missing-hint field domain in
+// mailbox.edit, message hint_domain [en]".
+std::string Describe(const FindingIdentity& id) {
+  std::string text = id.kind;
+  if (!id.element_type.empty()) text += " " + id.element_type + " " + id.element;
+  if (!id.object.empty()) text += " in " + id.object;
+  if (!id.message.empty()) text += ", message " + id.message;
+  if (!id.language.empty()) text += " [" + id.language + "]";
+  if (id.occurrence > 1) text += " (occurrence " + std::to_string(id.occurrence) + ")";
+  return text;
+}
+
+// New, unchanged and absent findings of one language.
+struct StateCounts {
+  long new_findings = 0;
+  long unchanged = 0;
+  long absent = 0;
+};
+
+// The counts of each language of a comparison: the audited languages in
+// order, then any other language of a finding, then "" for the findings of
+// no language, when there are such.
+std::vector<std::pair<std::string, StateCounts>> CountsByLanguage(const Json& doc,
+                                                                  const Comparison& comparison) {
+  std::map<std::string, StateCounts> counts;
+  for (size_t i = 0; i < comparison.identities.size(); ++i) {
+    StateCounts& c = counts[comparison.identities[i].language];
+    if (comparison.states[i] == BaselineState::kNew)
+      ++c.new_findings;
+    else
+      ++c.unchanged;
+  }
+  for (const FindingIdentity& id : comparison.absent) ++counts[id.language].absent;
+
+  std::vector<std::pair<std::string, StateCounts>> ordered;
+  for (const Json& s : At(doc, "statistics")) {
+    const std::string lang = Str(At(s, "language"));
+    if (lang.empty()) continue;
+    auto it = counts.find(lang);
+    ordered.emplace_back(lang, it == counts.end() ? StateCounts() : it->second);
+    if (it != counts.end()) counts.erase(it);
+  }
+  for (const auto& [lang, c] : counts)
+    if (!lang.empty()) ordered.emplace_back(lang, c);
+  if (counts.count("")) ordered.emplace_back("", counts[""]);
+  return ordered;
 }
 
 Json PhysicalLocation(const std::string& file, long line) {
@@ -117,6 +155,41 @@ std::string Where(const Json& location) {
   return text;
 }
 
+// The findings' tables, one per object in the order of its first finding.
+std::string FindingsByObject(const std::vector<const Json*>& findings) {
+  std::vector<std::string> objects;
+  std::map<std::string, std::vector<const Json*>> by_object;
+  for (const Json* fp : findings) {
+    const Json& f = *fp;
+    const std::string object = At(f, "object").is_string() ? Str(At(f, "object")) : "(whole manager)";
+    if (!by_object.count(object)) objects.push_back(object);
+    by_object[object].push_back(&f);
+  }
+  std::string h;
+  for (const std::string& object : objects) {
+    h += "<h3>" + Escape(object) + "</h3>\n<table class=\"findings\">\n"
+         "<tr><th>level</th><th>kind</th><th>element</th><th>language</th><th>location</th>"
+         "<th>what to add</th><th>report</th></tr>\n";
+    for (const Json* fp : by_object[object]) {
+      const Json& f = *fp;
+      const std::string level = Str(At(f, "level"));
+      std::string element;
+      if (At(f, "element").is_object()) element = Str(At(At(f, "element"), "type")) + " " + Str(At(At(f, "element"), "name"));
+      std::string add;
+      if (At(f, "message").is_object() && At(At(f, "message"), "add").is_string())
+        add = "<code>" + Escape(Str(At(At(f, "message"), "add"))) + "</code> in section <code>" +
+              Escape(Str(At(At(f, "message"), "section"))) + "</code> of <code>" +
+              Escape(Str(At(At(f, "message"), "file"))) + "</code>";
+      h += "<tr><td class=\"" + Escape(level) + "\">" + Escape(level) + "</td><td>" +
+           Escape(Str(At(f, "kind"))) + "</td><td>" + Escape(element) + "</td><td>" +
+           Escape(Str(At(f, "language"))) + "</td><td>" + Escape(Where(At(f, "location"))) + "</td><td>" +
+           add + "</td><td>" + Escape(ReportText(f)) + "</td></tr>\n";
+    }
+    h += "</table>\n";
+  }
+  return h;
+}
+
 }  // namespace
 
 bool IsFindingsDocument(const Json& doc, std::string& why) {
@@ -143,7 +216,9 @@ int LevelRank(const std::string& level) {
   return 0;
 }
 
-Json ToSarif(const Json& doc) {
+Json ToSarif(const Json& doc, const Comparison* baseline) {
+  const std::string manager = Str(At(At(doc, "run"), "manager"));
+  const std::vector<FindingIdentity> identities = baseline ? baseline->identities : IdentitiesOf(doc);
   Json rules = Json::array();
   std::map<std::string, int> rule_index;
   for (const Json& f : At(doc, "findings")) {
@@ -157,9 +232,23 @@ Json ToSarif(const Json& doc) {
     rule["defaultConfiguration"]["level"] = Str(At(f, "level"));
     rules.push_back(rule);
   }
+  // Kinds that only absent findings have: their level is not known here.
+  if (baseline) {
+    for (const FindingIdentity& id : baseline->absent) {
+      if (rule_index.count(id.kind)) continue;
+      rule_index[id.kind] = static_cast<int>(rules.size());
+      Json rule;
+      rule["id"] = id.kind;
+      rule["shortDescription"]["text"] = HelpOf(id.kind);
+      rule["help"]["text"] = HelpOf(id.kind);
+      rules.push_back(rule);
+    }
+  }
 
   Json results = Json::array();
+  size_t index = 0;
   for (const Json& f : At(doc, "findings")) {
+    const size_t i = index++;
     Json result;
     const std::string kind = Str(At(f, "kind"));
     result["ruleId"] = kind;
@@ -182,7 +271,8 @@ Json ToSarif(const Json& doc) {
                                    " belongs in section " + Str(At(At(f, "message"), "section")) + ".";
       result["relatedLocations"] = Json::array({related});
     }
-    result["partialFingerprints"]["msglintFinding/v1"] = Fingerprint(doc, f);
+    result["partialFingerprints"]["msglintFinding/v2"] = identities[i].Fingerprint(manager);
+    if (baseline) result["baselineState"] = StateName(baseline->states[i]);
     Json properties;
     properties["manager"] = At(At(doc, "run"), "manager");
     properties["object"] = At(f, "object");
@@ -192,6 +282,30 @@ Json ToSarif(const Json& doc) {
     properties["inputProblem"] = At(f, "input_problem");
     result["properties"] = properties;
     results.push_back(result);
+  }
+  if (baseline) {
+    for (const FindingIdentity& id : baseline->absent) {
+      Json result;
+      result["ruleId"] = id.kind;
+      result["ruleIndex"] = rule_index[id.kind];
+      result["kind"] = "pass";
+      result["level"] = "none";
+      result["message"]["text"] = "Fixed since the baseline: " + Describe(id) + ".";
+      result["partialFingerprints"]["msglintFinding/v2"] = id.Fingerprint(manager);
+      result["baselineState"] = StateName(BaselineState::kAbsent);
+      Json properties;
+      properties["manager"] = manager;
+      properties["object"] = id.object.empty() ? Json(nullptr) : Json(id.object);
+      if (id.element_type.empty()) {
+        properties["element"] = nullptr;
+      } else {
+        properties["element"]["type"] = id.element_type;
+        properties["element"]["name"] = id.element;
+      }
+      properties["language"] = id.language.empty() ? Json(nullptr) : Json(id.language);
+      result["properties"] = properties;
+      results.push_back(result);
+    }
   }
 
   Json notifications = Json::array();
@@ -225,7 +339,7 @@ Json ToSarif(const Json& doc) {
   return sarif;
 }
 
-bool Check(const Json& doc, const std::string& fail_on, std::string& out) {
+bool Check(const Json& doc, const std::string& fail_on, std::string& out, const Comparison* baseline) {
   for (const Json& s : At(doc, "statistics")) {
     out += Str(At(s, "language")) + ": " + std::to_string(Num(At(s, "required"))) + " required, " +
            std::to_string(Num(At(s, "present"))) + " present, " + std::to_string(Num(At(s, "missing"))) +
@@ -244,13 +358,25 @@ bool Check(const Json& doc, const std::string& fail_on, std::string& out) {
   }
   const int threshold = LevelRank(fail_on);
   long failing = 0;
-  for (const Json& f : At(doc, "findings"))
+  size_t index = 0;
+  for (const Json& f : At(doc, "findings")) {
+    const size_t i = index++;
+    if (baseline && baseline->states[i] != BaselineState::kNew) continue;
     if (LevelRank(Str(At(f, "level"))) >= threshold) ++failing;
-  out += std::to_string(failing) + " findings at or above " + fail_on + "\n";
+  }
+  if (!baseline) {
+    out += std::to_string(failing) + " findings at or above " + fail_on + "\n";
+  } else {
+    for (const auto& [lang, c] : CountsByLanguage(doc, *baseline))
+      out += "baseline " + (lang.empty() ? std::string("(no language)") : lang) + ": " +
+             std::to_string(c.new_findings) + " new, " + std::to_string(c.unchanged) + " unchanged, " +
+             std::to_string(c.absent) + " fixed\n";
+    out += std::to_string(failing) + " new findings at or above " + fail_on + "\n";
+  }
   return failing == 0 && At(doc, "input_problems").empty();
 }
 
-std::string ToHtml(const Json& doc) {
+std::string ToHtml(const Json& doc, const Comparison* baseline) {
   const std::string manager = Str(At(At(doc, "run"), "manager"));
   std::string h;
   h += "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n";
@@ -281,6 +407,16 @@ std::string ToHtml(const Json& doc) {
   }
   h += "</table>\n";
 
+  if (baseline) {
+    h += "<h2>Baseline</h2>\n<table id=\"baseline\">\n<tr><th>language</th><th>new</th>"
+         "<th>unchanged</th><th>fixed</th></tr>\n";
+    for (const auto& [lang, c] : CountsByLanguage(doc, *baseline))
+      h += "<tr><td>" + Escape(lang.empty() ? "(no language)" : lang) + "</td><td>" +
+           std::to_string(c.new_findings) + "</td><td>" + std::to_string(c.unchanged) + "</td><td>" +
+           std::to_string(c.absent) + "</td></tr>\n";
+    h += "</table>\n";
+  }
+
   if (!At(doc, "input_problems").empty()) {
     h += "<h2>Input problems</h2>\n<ul id=\"problems\">\n";
     for (const Json& p : At(doc, "input_problems")) {
@@ -294,36 +430,36 @@ std::string ToHtml(const Json& doc) {
     h += "</ul>\n";
   }
 
-  // Objects in the order of their first finding.
-  std::vector<std::string> objects;
-  std::map<std::string, std::vector<const Json*>> by_object;
-  for (const Json& f : At(doc, "findings")) {
-    const std::string object = At(f, "object").is_string() ? Str(At(f, "object")) : "(whole manager)";
-    if (!by_object.count(object)) objects.push_back(object);
-    by_object[object].push_back(&f);
-  }
-  h += "<h2>Findings</h2>\n";
-  if (objects.empty()) h += "<p>No findings.</p>\n";
-  for (const std::string& object : objects) {
-    h += "<h3>" + Escape(object) + "</h3>\n<table class=\"findings\">\n"
-         "<tr><th>level</th><th>kind</th><th>element</th><th>language</th><th>location</th>"
-         "<th>what to add</th><th>report</th></tr>\n";
-    for (const Json* fp : by_object[object]) {
-      const Json& f = *fp;
-      const std::string level = Str(At(f, "level"));
-      std::string element;
-      if (At(f, "element").is_object()) element = Str(At(At(f, "element"), "type")) + " " + Str(At(At(f, "element"), "name"));
-      std::string add;
-      if (At(f, "message").is_object() && At(At(f, "message"), "add").is_string())
-        add = "<code>" + Escape(Str(At(At(f, "message"), "add"))) + "</code> in section <code>" +
-              Escape(Str(At(At(f, "message"), "section"))) + "</code> of <code>" +
-              Escape(Str(At(At(f, "message"), "file"))) + "</code>";
-      h += "<tr><td class=\"" + Escape(level) + "\">" + Escape(level) + "</td><td>" +
-           Escape(Str(At(f, "kind"))) + "</td><td>" + Escape(element) + "</td><td>" +
-           Escape(Str(At(f, "language"))) + "</td><td>" + Escape(Where(At(f, "location"))) + "</td><td>" +
-           add + "</td><td>" + Escape(ReportText(f)) + "</td></tr>\n";
+  if (!baseline) {
+    std::vector<const Json*> all;
+    for (const Json& f : At(doc, "findings")) all.push_back(&f);
+    h += "<h2>Findings</h2>\n";
+    if (all.empty()) h += "<p>No findings.</p>\n";
+    h += FindingsByObject(all);
+  } else {
+    std::vector<const Json*> fresh, unchanged;
+    size_t index = 0;
+    for (const Json& f : At(doc, "findings"))
+      (baseline->states[index++] == BaselineState::kNew ? fresh : unchanged).push_back(&f);
+    h += "<h2 id=\"new\">New findings</h2>\n";
+    if (fresh.empty()) h += "<p>No new findings.</p>\n";
+    h += FindingsByObject(fresh);
+    h += "<h2 id=\"unchanged\">Unchanged findings</h2>\n";
+    if (unchanged.empty()) h += "<p>No unchanged findings.</p>\n";
+    h += FindingsByObject(unchanged);
+    h += "<h2 id=\"absent\">Fixed since the baseline</h2>\n";
+    if (baseline->absent.empty()) {
+      h += "<p>No finding of the baseline is gone.</p>\n";
+    } else {
+      h += "<table class=\"absent\">\n<tr><th>kind</th><th>object</th><th>element</th><th>message</th>"
+           "<th>language</th></tr>\n";
+      for (const FindingIdentity& id : baseline->absent) {
+        const std::string element = id.element_type.empty() ? "" : id.element_type + " " + id.element;
+        h += "<tr><td>" + Escape(id.kind) + "</td><td>" + Escape(id.object) + "</td><td>" + Escape(element) +
+             "</td><td>" + Escape(id.message) + "</td><td>" + Escape(id.language) + "</td></tr>\n";
+      }
+      h += "</table>\n";
     }
-    h += "</table>\n";
   }
   h += "</body>\n</html>\n";
   return h;

@@ -8,27 +8,34 @@
 
 #include <nlohmann/json.hpp>
 
-namespace report {
+#include "report/baseline.h"
 
-using Json = nlohmann::ordered_json;
+namespace report {
 
 // True when `doc` looks like a findings document this program knows
 // (schema "msglint-findings", version 1); else `why` says what is wrong.
 bool IsFindingsDocument(const Json& doc, std::string& why);
 
-// The SARIF 2.1.0 log of the findings.
-Json ToSarif(const Json& doc);
+// The SARIF 2.1.0 log of the findings. With a comparison with a baseline,
+// every result has its baselineState, and the absent findings follow the
+// others as results of their own.
+Json ToSarif(const Json& doc, const Comparison* baseline = nullptr);
 
-// The HTML page of the findings.
-std::string ToHtml(const Json& doc);
+// The HTML page of the findings. With a comparison with a baseline, the page
+// counts the new, unchanged and absent findings of each language and shows
+// the new findings first, then the unchanged ones, then the absent ones.
+std::string ToHtml(const Json& doc, const Comparison* baseline = nullptr);
 
 // The rank of a level: note 1, warning 2, error 3; 0 for anything else.
 int LevelRank(const std::string& level);
 
 // The check's lines (one per language, one per input problem, a count of
 // the findings at or above `fail_on`) in `out`; true when it passes: no
-// input problem and no such finding.
-bool Check(const Json& doc, const std::string& fail_on, std::string& out);
+// input problem and no such finding. With a comparison with a baseline, a
+// line per language counts the new, unchanged and fixed findings, and only
+// new findings at or above `fail_on` fail the check.
+bool Check(const Json& doc, const std::string& fail_on, std::string& out,
+           const Comparison* baseline = nullptr);
 
 }  // namespace report
 

@@ -1,28 +1,75 @@
 // sbin/msglint-report: reads the findings file of an msglint run and writes
-// it as JSON, SARIF or HTML, or checks it for CI (see msglint-report(1)).
+// it as JSON, SARIF or HTML, or checks it for CI, optionally against a
+// baseline of earlier findings; or writes such a baseline (see
+// msglint-report(1)).
 #include <iostream>
 #include <string>
 
 #include "pnl/file.h"
+#include "report/baseline.h"
 #include "report/report.h"
 #include "version/version.h"
 
 namespace {
 
+const char kUsage[] =
+    "usage: msglint-report [--format json|sarif|html] [--baseline FILE] [findings.json]\n"
+    "       msglint-report --check [--fail-on error|warning|note] [--baseline FILE] [findings.json]\n"
+    "       msglint-report --write-baseline FILE [findings.json]\n";
+
+// Exit statuses; msglint-report(1) lists them.
+constexpr int kUsageOrInput = 2;
+constexpr int kBaselineUnreadable = 3;
+constexpr int kBaselineMalformed = 4;
+constexpr int kBaselineForeign = 5;
+constexpr int kBaselineNewer = 6;
+constexpr int kBaselineOtherManager = 7;
+
 int Usage() {
-  std::cerr << "usage: msglint-report [--format json|sarif|html] [findings.json]\n"
-               "       msglint-report --check [--fail-on error|warning|note] [findings.json]"
-            << std::endl;
-  return 2;
+  std::cerr << kUsage << std::flush;
+  return kUsageOrInput;
+}
+
+// Reads the baseline at `path` for a comparison with `doc`; 0, or the exit
+// status after a line on standard error.
+int ReadBaseline(const std::string& path, const report::Json& doc, report::Baseline& baseline) {
+  std::string text;
+  if (!pnl_file::ReadFile(path, text)) {
+    std::cerr << "msglint-report: cannot read the baseline " << path << "; nothing compared" << std::endl;
+    return kBaselineUnreadable;
+  }
+  std::string why;
+  switch (report::Baseline::Parse(text, baseline, why)) {
+    case report::Baseline::Fault::kNone:
+      break;
+    case report::Baseline::Fault::kMalformed:
+      std::cerr << "msglint-report: the baseline " << path << " is malformed: " << why
+                << "; nothing compared" << std::endl;
+      return kBaselineMalformed;
+    case report::Baseline::Fault::kForeign:
+      std::cerr << "msglint-report: " << path << " is not a baseline of msglint: " << why
+                << "; nothing compared" << std::endl;
+      return kBaselineForeign;
+    case report::Baseline::Fault::kNewerVersion:
+      std::cerr << "msglint-report: the baseline " << path << " has " << why << "; nothing compared"
+                << std::endl;
+      return kBaselineNewer;
+  }
+  const std::string manager = doc["run"].value("manager", "");
+  if (baseline.manager() != manager) {
+    std::cerr << "msglint-report: the baseline " << path << " is of manager " << baseline.manager()
+              << ", the findings of manager " << manager << "; nothing compared" << std::endl;
+    return kBaselineOtherManager;
+  }
+  return 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   if (argc == 2 && std::string(argv[1]) == "--help") {
-    std::cout << "usage: msglint-report [--format json|sarif|html] [findings.json]\n"
-                 "       msglint-report --check [--fail-on error|warning|note] [findings.json]\n"
-                 "Reads the findings file of an msglint run (var/msglint/findings.json of the\n"
+    std::cout << kUsage
+              << "Reads the findings file of an msglint run (var/msglint/findings.json of the\n"
                  "installation that is the current directory). Manual: man msglint-report.\n";
     return 0;
   }
@@ -31,50 +78,85 @@ int main(int argc, char** argv) {
     return 0;
   }
   std::string format = "json";
+  bool format_given = false;
   std::string fail_on = "error";
+  bool fail_on_given = false;
   bool check = false;
+  std::string baseline_path;
+  std::string write_baseline_path;
   std::string path;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     if (arg == "--format" && i + 1 < argc) {
       format = argv[++i];
+      format_given = true;
       if (format != "json" && format != "sarif" && format != "html") return Usage();
     } else if (arg == "--check") {
       check = true;
     } else if (arg == "--fail-on" && i + 1 < argc) {
       fail_on = argv[++i];
+      fail_on_given = true;
       if (report::LevelRank(fail_on) == 0) return Usage();
+    } else if (arg == "--baseline" && i + 1 < argc && baseline_path.empty() && argv[i + 1][0] != '\0') {
+      baseline_path = argv[++i];
+    } else if (arg == "--write-baseline" && i + 1 < argc && write_baseline_path.empty() &&
+               argv[i + 1][0] != '\0') {
+      write_baseline_path = argv[++i];
     } else if (!arg.empty() && arg[0] != '-' && path.empty()) {
       path = arg;
     } else {
       return Usage();
     }
   }
+  // A baseline is written from the findings alone; the JSON output is the
+  // findings file as it stands.
+  if (!write_baseline_path.empty() && (check || format_given || fail_on_given || !baseline_path.empty()))
+    return Usage();
+  if (!baseline_path.empty() && !check && format == "json") return Usage();
   if (path.empty()) path = "var/msglint/findings.json";
 
   std::string text;
   if (!pnl_file::ReadFile(path, text)) {
     std::cerr << "msglint-report: cannot read " << path << std::endl;
-    return 2;
+    return kUsageOrInput;
   }
   const report::Json doc = report::Json::parse(text, nullptr, false);
   std::string why = doc.is_discarded() ? "not JSON" : "";
   if (why.empty()) report::IsFindingsDocument(doc, why);
   if (!why.empty()) {
     std::cerr << "msglint-report: " << path << ": " << why << std::endl;
-    return 2;
+    return kUsageOrInput;
+  }
+
+  if (!write_baseline_path.empty()) {
+    std::string error;
+    if (!pnl_file::ReplaceFile(write_baseline_path, report::Baseline::Of(doc).ToText(), &error)) {
+      std::cerr << "msglint-report: cannot write the baseline " << write_baseline_path << ": " << error
+                << std::endl;
+      return kUsageOrInput;
+    }
+    return 0;
+  }
+
+  report::Baseline baseline;
+  report::Comparison comparison;
+  const report::Comparison* compared = nullptr;
+  if (!baseline_path.empty()) {
+    if (int status = ReadBaseline(baseline_path, doc, baseline)) return status;
+    comparison = report::Compare(doc, baseline);
+    compared = &comparison;
   }
 
   if (check) {
     std::string out;
-    const bool passed = report::Check(doc, fail_on, out);
+    const bool passed = report::Check(doc, fail_on, out, compared);
     std::cout << out << std::flush;
     return passed ? 0 : 1;
   }
   if (format == "sarif")
-    std::cout << report::ToSarif(doc).dump(2) << "\n";
+    std::cout << report::ToSarif(doc, compared).dump(2) << "\n";
   else if (format == "html")
-    std::cout << report::ToHtml(doc);
+    std::cout << report::ToHtml(doc, compared);
   else
     std::cout << doc.dump(2) << "\n";
   std::cout.flush();

@@ -81,8 +81,9 @@ TEST(ReportTest, SarifHasOneRulePerKindAndFingerprintsWithoutLines) {
   EXPECT_EQ(7, result["locations"][0]["physicalLocation"]["region"]["startLine"]);
   EXPECT_EQ("etc/xml/m_msg_en.xml",
             result["relatedLocations"][0]["physicalLocation"]["artifactLocation"]["uri"]);
-  EXPECT_EQ("missing-hint|m|user.edit|field:name|hint_name|en",
-            result["partialFingerprints"]["msglintFinding/v1"]);
+  EXPECT_EQ("missing-hint|m|user.edit|field:name|hint_name|en|1",
+            result["partialFingerprints"]["msglintFinding/v2"]);
+  EXPECT_FALSE(result.contains("baselineState"));
 
   Json moved = Doc();
   moved["findings"][0]["location"]["line"] = 70;
@@ -97,6 +98,103 @@ TEST(ReportTest, HtmlShowsCoverageLocationsAndWhatToAdd) {
   EXPECT_NE(std::string::npos, html.find("&lt;msg name=&quot;hint_name&quot;&gt;&lt;/msg&gt;"));
   EXPECT_EQ(std::string::npos, html.find("http://"));
   EXPECT_EQ(std::string::npos, html.find("<script"));
+}
+
+// The example document compared with a baseline that holds its unused
+// message and a missing label that is gone; its missing hint is new.
+report::Comparison Compared() {
+  Json before = Doc();
+  before["findings"].erase(0);
+  Json label = Doc()["findings"][0];
+  label["kind"] = "missing-label";
+  label["element"]["name"] = "mail";
+  label["message"]["name"] = "mail";
+  before["findings"].push_back(label);
+  return report::Compare(Doc(), report::Baseline::Of(before));
+}
+
+TEST(ReportTest, SarifWithBaselineGivesEveryResultItsState) {
+  const report::Comparison comparison = Compared();
+  const Json sarif = report::ToSarif(Doc(), &comparison);
+  const Json& results = sarif["runs"][0]["results"];
+  ASSERT_EQ(3u, results.size());
+  EXPECT_EQ("new", results[0]["baselineState"]);
+  EXPECT_EQ("unchanged", results[1]["baselineState"]);
+  EXPECT_EQ("absent", results[2]["baselineState"]);
+  EXPECT_EQ("missing-label", results[2]["ruleId"]);
+  EXPECT_EQ(2, results[2]["ruleIndex"]);
+  EXPECT_EQ("missing-label", sarif["runs"][0]["tool"]["driver"]["rules"][2]["id"]);
+  EXPECT_EQ("none", results[2]["level"]);
+  EXPECT_EQ("Fixed since the baseline: missing-label field mail in user.edit, message mail [en].",
+            results[2]["message"]["text"]);
+  EXPECT_EQ("missing-label|m|user.edit|field:mail|mail|en|1",
+            results[2]["partialFingerprints"]["msglintFinding/v2"]);
+  EXPECT_FALSE(results[2].contains("locations"));
+}
+
+TEST(ReportTest, CheckWithBaselineFailsOnlyOnNewFindings) {
+  const report::Comparison comparison = Compared();
+  std::string out;
+  EXPECT_FALSE(report::Check(Doc(), "error", out, &comparison));
+  EXPECT_EQ("en: 4 required, 3 present, 1 missing, 0 empty (75.0%)\n"
+            "baseline en: 1 new, 1 unchanged, 1 fixed\n"
+            "1 new findings at or above error\n",
+            out);
+
+  // The hint in the baseline too: nothing new.
+  const report::Comparison same = report::Compare(Doc(), report::Baseline::Of(Doc()));
+  out.clear();
+  EXPECT_TRUE(report::Check(Doc(), "note", out, &same));
+  EXPECT_EQ("en: 4 required, 3 present, 1 missing, 0 empty (75.0%)\n"
+            "baseline en: 0 new, 2 unchanged, 0 fixed\n"
+            "0 new findings at or above note\n",
+            out);
+
+  // Only the unused message new: a note, below the level.
+  Json before = Doc();
+  before["findings"].erase(1);
+  const report::Comparison note = report::Compare(Doc(), report::Baseline::Of(before));
+  out.clear();
+  EXPECT_TRUE(report::Check(Doc(), "warning", out, &note));
+  EXPECT_EQ("0 new findings at or above warning\n", out.substr(out.rfind('\n', out.size() - 2) + 1));
+}
+
+TEST(ReportTest, CheckWithBaselineCountsFindingsOfNoLanguageAndOtherLanguages) {
+  Json doc = Doc();
+  doc["findings"][1]["language"] = nullptr;
+  Json before = Doc();
+  before["findings"][0]["language"] = "de";
+  const report::Comparison comparison = report::Compare(doc, report::Baseline::Of(before));
+  std::string out;
+  EXPECT_FALSE(report::Check(doc, "error", out, &comparison));
+  EXPECT_EQ("en: 4 required, 3 present, 1 missing, 0 empty (75.0%)\n"
+            "baseline en: 1 new, 0 unchanged, 1 fixed\n"
+            "baseline de: 0 new, 0 unchanged, 1 fixed\n"
+            "baseline (no language): 1 new, 0 unchanged, 0 fixed\n"
+            "1 new findings at or above error\n",
+            out);
+}
+
+TEST(ReportTest, HtmlWithBaselineShowsNewFindingsFirstAndCountsPerLanguage) {
+  const report::Comparison comparison = Compared();
+  const std::string html = report::ToHtml(Doc(), &comparison);
+  EXPECT_NE(std::string::npos,
+            html.find("<table id=\"baseline\">\n<tr><th>language</th><th>new</th><th>unchanged</th>"
+                      "<th>fixed</th></tr>\n<tr><td>en</td><td>1</td><td>1</td><td>1</td></tr>\n</table>\n"));
+  const size_t fresh = html.find("<h2 id=\"new\">New findings</h2>");
+  const size_t hint = html.find("hint_name&quot;&gt;");
+  const size_t unchanged = html.find("<h2 id=\"unchanged\">Unchanged findings</h2>");
+  const size_t unused = html.find("x - column is not found.");
+  const size_t absent = html.find("<h2 id=\"absent\">Fixed since the baseline</h2>");
+  const size_t label = html.find("<tr><td>missing-label</td><td>user.edit</td><td>field mail</td>"
+                                 "<td>mail</td><td>en</td></tr>");
+  EXPECT_LT(fresh, hint);
+  EXPECT_LT(hint, unchanged);
+  EXPECT_LT(unchanged, unused);
+  EXPECT_LT(unused, absent);
+  EXPECT_LT(absent, label);
+  EXPECT_NE(std::string::npos, label);
+  EXPECT_EQ(std::string::npos, report::ToHtml(Doc()).find("baseline"));
 }
 
 }  // namespace

@@ -1,0 +1,69 @@
+#include "report/fingerprint.h"
+
+#include <algorithm>
+#include <map>
+
+namespace report {
+
+namespace {
+
+std::string Str(const Json& value) { return value.is_string() ? value.get<std::string>() : ""; }
+
+// The member `key` of `object`; null when there is none.
+const Json& At(const Json& object, const char* key) {
+  static const Json kNull;
+  if (!object.is_object()) return kNull;
+  auto it = object.find(key);
+  return it == object.end() ? kNull : *it;
+}
+
+// A part of a fingerprint, its separators escaped.
+std::string Part(const std::string& text) {
+  std::string out;
+  for (char c : text) {
+    if (c == '\\' || c == '|') out += '\\';
+    out += c;
+  }
+  return out;
+}
+
+}  // namespace
+
+std::string FindingIdentity::Fingerprint(const std::string& manager) const {
+  const std::string element_part = element_type.empty() ? "" : element_type + ":" + element;
+  return Part(kind) + "|" + Part(manager) + "|" + Part(object) + "|" + Part(element_part) + "|" +
+         Part(message) + "|" + Part(language) + "|" + std::to_string(occurrence);
+}
+
+std::vector<FindingIdentity> IdentitiesOf(const Json& doc) {
+  std::vector<FindingIdentity> identities;
+  std::vector<std::string> texts;
+  for (const Json& f : At(doc, "findings")) {
+    FindingIdentity id;
+    id.kind = Str(At(f, "kind"));
+    id.object = Str(At(f, "object"));
+    if (At(f, "element").is_object()) {
+      id.element_type = Str(At(At(f, "element"), "type"));
+      id.element = Str(At(At(f, "element"), "name"));
+    }
+    if (At(f, "message").is_object()) id.message = Str(At(At(f, "message"), "name"));
+    id.language = Str(At(f, "language"));
+    id.occurrence = 0;
+    identities.push_back(id);
+    texts.push_back(Str(At(f, "report")));
+  }
+
+  // Findings that share the six parts, each group ranked by report text,
+  // then by report order.
+  std::map<FindingIdentity, std::vector<size_t>> groups;
+  for (size_t i = 0; i < identities.size(); ++i) groups[identities[i]].push_back(i);
+  for (auto& [key, members] : groups) {
+    std::stable_sort(members.begin(), members.end(),
+                     [&texts](size_t a, size_t b) { return texts[a] < texts[b]; });
+    long rank = 0;
+    for (size_t i : members) identities[i].occurrence = ++rank;
+  }
+  return identities;
+}
+
+}  // namespace report
