@@ -55,7 +55,9 @@ int ReadBaseline(const std::string& path, const report::Json& doc, report::Basel
                 << std::endl;
       return kBaselineNewer;
   }
-  const std::string manager = doc["run"].value("manager", "");
+  const report::Json& run = doc["run"];
+  const std::string manager =
+      run.contains("manager") && run["manager"].is_string() ? run["manager"].get<std::string>() : "";
   if (baseline.manager() != manager) {
     std::cerr << "msglint-report: the baseline " << path << " is of manager " << baseline.manager()
               << ", the findings of manager " << manager << "; nothing compared" << std::endl;
@@ -129,8 +131,13 @@ int main(int argc, char** argv) {
   }
 
   if (!write_baseline_path.empty()) {
+    const report::Baseline baseline = report::Baseline::Of(doc);
+    if (baseline.manager().empty()) {
+      std::cerr << "msglint-report: " << path << ": findings of no manager; no baseline written" << std::endl;
+      return kUsageOrInput;
+    }
     std::string error;
-    if (!pnl_file::ReplaceFile(write_baseline_path, report::Baseline::Of(doc).ToText(), &error)) {
+    if (!pnl_file::ReplaceFile(write_baseline_path, baseline.ToText(), &error)) {
       std::cerr << "msglint-report: cannot write the baseline " << write_baseline_path << ": " << error
                 << std::endl;
       return kUsageOrInput;
