@@ -246,6 +246,10 @@ void Execute::Run() {
   // process of its own holding the pipe, so the end of the child, not the
   // end of the pipe, ends the wait.
   fcntl(output[0], F_SETFL, fcntl(output[0], F_GETFL) | O_NONBLOCK);
+  // A descriptor that becomes readable when the child ends, so that the
+  // wait below wakes at its end rather than at the next tick; without one
+  // (a kernel older than 5.3) the wait looks again every few milliseconds.
+  const int child_fd = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
   std::string pending;
   bool pipe_open = true;
   bool reaped = false;
@@ -287,14 +291,17 @@ void Execute::Run() {
                     command_.c_str(), time_limit_s_);
       continue;
     }
-    struct pollfd fds = {output[0], POLLIN, 0};
+    struct pollfd fds[2];
+    nfds_t count = 0;
+    if (pipe_open) fds[count++] = {output[0], POLLIN, 0};
+    if (child_fd >= 0) fds[count++] = {child_fd, POLLIN, 0};
     int wait_ms = pipe_open ? 50 : 10;
+    // The child's end wakes the wait, so it may last until the time limit.
+    if (child_fd >= 0 && left > 0) wait_ms = left < 1000 ? static_cast<int>(left) : 1000;
     if (pipe_open && left > 0 && left < wait_ms) wait_ms = static_cast<int>(left);
-    if (pipe_open)
-      poll(&fds, 1, wait_ms);
-    else
-      poll(nullptr, 0, wait_ms);
+    poll(count > 0 ? fds : nullptr, count, wait_ms);
   }
+  if (child_fd >= 0) close(child_fd);
   close(output[0]);
   if (capture_)
     output_ += pending;
