@@ -244,6 +244,12 @@ bool ManagerCache::WriteChecked(const std::string& function,
   }
   bool ok = true;
   for (const std::string& lang : Languages()) {
+    const std::string path = dir + "/" + function + ".msg." + lang + ".xml";
+    // The sources are those this file was written from, and the file is
+    // still the one written: writing it again would give the same bytes.
+    auto written = written_.find(path);
+    if (written != written_.end() && written->second == pnl_file::Stamp(path))
+      continue;
     const SectionsByName& groups = Groups(lang);
     pnl_xml::Xml doc("messages");
     pnl_xml::XmlNode root = doc.GetRoot();
@@ -252,8 +258,13 @@ bool ManagerCache::WriteChecked(const std::string& function,
     // it ends there.
     std::set<std::string> resolved = {function};
     Resolve(function, groups, resolved, root);
-    ok = SaveTo(doc, dir + "/" + function + ".msg." + lang + ".xml", error) &&
-         ok;
+    if (SaveTo(doc, path, error)) {
+      const std::string stamp = pnl_file::Stamp(path);
+      if (!stamp.empty()) written_[path] = stamp;
+    } else {
+      written_.erase(path);
+      ok = false;
+    }
   }
   return ok;
 }

@@ -51,8 +51,10 @@ class ManagerCache {
   // common.L.xml. `lang` must be a plain name. False, with the reason in
   // `error`, when a file could not be written.
   bool WriteSession(const std::string& lang, std::string* error) const;
-  // Writes checked/F.msg.L.xml for every language L. False, with the
-  // reason in `error`, when a file could not be written.
+  // Writes checked/F.msg.L.xml for every language L, except a file that
+  // this cache wrote and that is unchanged since (same size, modification
+  // time and inode): it already holds what would be written. False, with
+  // the reason in `error`, when a file could not be written.
   bool WriteChecked(const std::string& function, std::string* error) const;
 
   // var/.xmlcache/M, relative to the installation directory.
@@ -81,6 +83,9 @@ class ManagerCache {
   // The stamp of every file read, "" for a file that was missing.
   mutable std::map<std::string, std::string> stamps_;
   mutable std::vector<std::string> metadata_names_;
+  // The stamp of each checked file just after it was written from the
+  // sources above.
+  mutable std::map<std::string, std::string> written_;
   mutable bool metadata_read_ = false;
 };
 
