@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <iostream>
+#include <unordered_map>
 
 #include <nlohmann/json.hpp>
 
@@ -225,53 +226,107 @@ FindingsRecorder& Findings() {
 
 // ---- Source lines ---------------------------------------------------------
 
-struct SourceLines::File {
-  pnl_xml::Xml doc;
-};
-
-const SourceLines::File& SourceLines::Load(const std::string& rel) {
-  std::shared_ptr<File>& file = files_[rel];
-  if (file) return *file;
-  file = std::make_shared<File>();
-  std::string text;
-  const std::string path = work_dir_ + "/" + rel;
-  if (pnl_file::ReadFile(path, text) && pnl_xml::CheckWellFormed(text, path, nullptr))
-    file->doc.LoadFromString(text, path);
-  return *file;
-}
-
 namespace {
 
-// The first element child of `parent` called `name` whose attribute "name"
-// is `value`; with `last`, the last one.
-pnl_xml::XmlNode ChildNamed(const pnl_xml::XmlNode& parent, const std::string& name,
-                            const std::string& value, bool last) {
-  pnl_xml::XmlNode found;
+// The element children of one parent called one name, by their attribute
+// "name": the first of each, or the last.
+using ChildrenByName = std::unordered_map<std::string, pnl_xml::XmlNode>;
+
+ChildrenByName IndexChildren(const pnl_xml::XmlNode& parent, const std::string& name,
+                             bool last) {
+  ChildrenByName index;
   for (pnl_xml::XmlNode child = parent.FirstChild(); child; child = child.Next()) {
-    if (child.Name() != name || child.GetProp("name") != value) continue;
-    found = child;
-    if (!last) break;
+    if (child.Name() != name) continue;
+    if (last)
+      index[child.GetProp("name")] = child;
+    else
+      index.emplace(child.GetProp("name"), child);
   }
-  return found;
+  return index;
 }
 
 }  // namespace
 
+// A parsed file and, built on first use, the indexes of the children that
+// were looked up in it, so that a run asking for the lines of thousands of
+// messages walks each section once rather than once per message.
+struct SourceLines::File {
+  pnl_xml::Xml doc;
+  // Keyed by the names that lead from the root to the parent, then the
+  // children's element name and whether the last of each is kept.
+  std::map<std::vector<std::string>, ChildrenByName> indexes;
+
+  // The child of `parent` (reached by `path`) called `name` whose attribute
+  // "name" is `value`: the first such, or with `last` the last.
+  pnl_xml::XmlNode ChildNamed(const pnl_xml::XmlNode& parent, std::vector<std::string> path,
+                              const std::string& name, const std::string& value, bool last) {
+    path.push_back(name);
+    path.push_back(last ? "last" : "first");
+    auto it = indexes.find(path);
+    if (it == indexes.end())
+      it = indexes.emplace(std::move(path), IndexChildren(parent, name, last)).first;
+    auto found = it->second.find(value);
+    return found != it->second.end() ? found->second : pnl_xml::XmlNode();
+  }
+};
+
+namespace {
+
+// The file read last, by any SourceLines of the process, and the path and
+// stamp it was read with: the audits of a run ask one after the other for
+// lines of the same message file and of the description, which is then
+// parsed once rather than once per audit and language.
+struct LastFile {
+  std::string path;
+  std::string stamp;
+  std::shared_ptr<SourceLines::File> file;
+};
+
+LastFile& Last() {
+  static LastFile* last = new LastFile();  // lives as long as the process
+  return *last;
+}
+
+}  // namespace
+
+SourceLines::File& SourceLines::Load(const std::string& rel) {
+  std::shared_ptr<File>& file = files_[rel];
+  if (file) return *file;
+  const std::string path = work_dir_ + "/" + rel;
+  const std::string stamp = pnl_file::Stamp(path);
+  LastFile& last = Last();
+  if (!stamp.empty() && last.file && last.path == path && last.stamp == stamp) {
+    file = last.file;
+    return *file;
+  }
+  file = std::make_shared<File>();
+  std::string text;
+  if (pnl_file::ReadFile(path, text) && pnl_xml::CheckWellFormed(text, path, nullptr))
+    file->doc.LoadFromString(text, path);
+  last.path = path;
+  last.stamp = stamp;
+  last.file = file;
+  return *file;
+}
+
+void SourceLines::ForgetLastFile() { Last() = LastFile(); }
+
 long SourceLines::Message(const std::string& manager, const std::string& lang,
                           const std::string& section, const std::string& name) {
-  const File& file = Load(MessageFile(manager, lang));
-  pnl_xml::XmlNode lang_node = ChildNamed(file.doc.GetRoot(), "lang", lang, false);
-  pnl_xml::XmlNode section_node = ChildNamed(lang_node, "messages", section, false);
+  File& file = Load(MessageFile(manager, lang));
+  pnl_xml::XmlNode lang_node = file.ChildNamed(file.doc.GetRoot(), {}, "lang", lang, false);
+  pnl_xml::XmlNode section_node =
+      file.ChildNamed(lang_node, {lang}, "messages", section, false);
   if (name.empty()) return section_node.Line();
-  return ChildNamed(section_node, "msg", name, false).Line();
+  return file.ChildNamed(section_node, {lang, section}, "msg", name, false).Line();
 }
 
 long SourceLines::Column(const std::string& manager, const std::string& list,
                          const std::string& column) {
-  const File& file = Load(DescriptionFile(manager));
-  pnl_xml::XmlNode metadata = ChildNamed(file.doc.GetRoot(), "metadata", list, true);
+  File& file = Load(DescriptionFile(manager));
+  pnl_xml::XmlNode metadata = file.ChildNamed(file.doc.GetRoot(), {}, "metadata", list, true);
   pnl_xml::XmlNode coldata = metadata.FindNode("coldata");
-  return ChildNamed(coldata, "col", column, false).Line();
+  return file.ChildNamed(coldata, {list, "coldata"}, "col", column, false).Line();
 }
 
 std::string DescriptionFile(const std::string& manager) { return "etc/xml/" + manager + ".xml"; }

@@ -113,9 +113,15 @@ class SourceLines {
   // Line of column `column` of the last list `list` in etc/xml/M.xml.
   long Column(const std::string& manager, const std::string& list, const std::string& column);
 
- private:
+  // The file read last is kept for the next SourceLines that asks for it
+  // while it is unchanged (same size, modification time and inode); this
+  // lets go of it.
+  static void ForgetLastFile();
+
   struct File;
-  const File& Load(const std::string& rel);
+
+ private:
+  File& Load(const std::string& rel);
   std::string work_dir_;
   std::map<std::string, std::shared_ptr<File>> files_;
 };
