@@ -632,6 +632,15 @@ bool Xml::LoadFromString(const std::string& text, const std::string& origin) {
   return parsed != nullptr;
 }
 
+bool Xml::LoadQuietly(const std::string& text, const std::string& origin) {
+  ErrorCollector collector;
+  xmlDocPtr parsed = ParseQuietly(text, origin, collector);
+  if (parsed != nullptr) DropDtd(parsed);
+  if (!doc_) doc_ = std::make_shared<DocHolder>();
+  Replace(*doc_, parsed, doc_.use_count() > 1);
+  return parsed != nullptr;
+}
+
 XmlNode Xml::GetRoot() const {
   if (!doc_ || doc_->doc == nullptr) return XmlNode();
   return XmlNode(doc_, xmlDocGetRootElement(doc_->doc));

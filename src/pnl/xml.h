@@ -140,6 +140,9 @@ class Xml {
   // Replaces the document by the parsed text; `origin` names it in
   // messages. On malformed text the document is left empty.
   bool LoadFromString(const std::string& text, const std::string& origin);
+  // The same, but malformed text is told nowhere (neither on standard
+  // error nor in the log): for readers that only look up what they can.
+  bool LoadQuietly(const std::string& text, const std::string& origin);
 
   // The root element; invalid when there is none.
   XmlNode GetRoot() const;

@@ -144,6 +144,18 @@ TEST_F(XmlTest, MalformedFileGivesEmptyDocumentOneStderrLineAndARecord) {
       Records());
 }
 
+TEST_F(XmlTest, AQuietLoadOfMalformedTextTellsNothing) {
+  Xml doc = Load(kMessages);
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(doc.LoadQuietly("<pnldata>\n</pnl>\n", "bad.xml"));
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
+  EXPECT_FALSE(doc.GetRoot());
+  EXPECT_EQ("", Records());
+  EXPECT_TRUE(doc.LoadQuietly(kMessages, "good.xml"));
+  EXPECT_EQ("pnldata", doc.GetRoot().Name());
+  EXPECT_EQ(2, doc.GetRoot().Line());
+}
+
 TEST_F(XmlTest, EmptyFileIsMalformed) {
   pnl_xml::SetProblemReporter(PrintProblem);
   dir_.Write("empty.xml", "");

@@ -301,8 +301,7 @@ SourceLines::File& SourceLines::Load(const std::string& rel) {
   }
   file = std::make_shared<File>();
   std::string text;
-  if (pnl_file::ReadFile(path, text) && pnl_xml::CheckWellFormed(text, path, nullptr))
-    file->doc.LoadFromString(text, path);
+  if (pnl_file::ReadFile(path, text)) file->doc.LoadQuietly(text, path);
   last.path = path;
   last.stamp = stamp;
   last.file = file;
