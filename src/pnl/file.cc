@@ -524,6 +524,7 @@ bool ReadFile(const std::string& path, std::string& text) {
     errno = S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
     return false;
   }
+  if (st.st_size > 0) text.reserve(static_cast<size_t>(st.st_size));
   char buffer[65536];
   bool ok = true;
   for (;;) {
