@@ -353,6 +353,35 @@ TEST(CacheTest, UnknownFunctionAndMalformedQueryGetAnErrorAndServingGoesOn) {
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=f"));
 }
 
+TEST(CacheTest, CheckedFilesUnchangedSinceTheirWriteAreNotWrittenAgain) {
+  ScratchDir dir;
+  WriteIncludes(dir);
+  ManagerCache cache("shop");
+  std::string error;
+  const std::string en = "var/.xmlcache/shop/checked/g.msg.en.xml";
+  const std::string ru = "var/.xmlcache/shop/checked/g.msg.ru.xml";
+  ASSERT_TRUE(cache.WriteChecked("g", &error));
+  const std::string en_stamp = pnl_file::Stamp(en);
+  const std::string ru_stamp = pnl_file::Stamp(ru);
+  ASSERT_TRUE(cache.WriteChecked("g", &error));
+  EXPECT_EQ(en_stamp, pnl_file::Stamp(en));
+  EXPECT_EQ(ru_stamp, pnl_file::Stamp(ru));
+
+  // A file changed or removed since is written again, and only that one.
+  dir.Write(en, "changed by someone else");
+  pnl_file::Remove(ru);
+  ASSERT_TRUE(cache.WriteChecked("g", &error));
+  EXPECT_EQ(Messages("g", ""), dir.Read(en));
+  EXPECT_EQ(Messages("g", ""), dir.Read(ru));
+
+  // Another cache (sources read again) writes every file once more.
+  const std::string rewritten = pnl_file::Stamp(en);
+  ManagerCache again("shop");
+  ASSERT_TRUE(again.WriteChecked("g", &error));
+  EXPECT_NE(rewritten, pnl_file::Stamp(en));
+  EXPECT_EQ(Messages("g", ""), dir.Read(en));
+}
+
 TEST(CacheTest, KeptSourcesAreFreshUntilAFileChangesOrAppears) {
   ScratchDir dir;
   WriteKernAndShop(dir);
