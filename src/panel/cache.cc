@@ -66,10 +66,20 @@ void Resolve(const std::string& name, const SectionsByName& groups,
   }
 }
 
+// Why the last file operation on `path` failed. LastError() often starts
+// with the path itself ("PATH: Permission denied", "PATH is a directory");
+// the reply names it once.
+std::string Reason(const std::string& path) {
+  const std::string& last = pnl_file::LastError();
+  if (last.compare(0, path.size() + 2, path + ": ") == 0) return last.substr(path.size() + 2);
+  if (last.compare(0, path.size() + 4, path + " is ") == 0) return "it" + last.substr(path.size());
+  return last;
+}
+
 bool SaveTo(const pnl_xml::Xml& doc, const std::string& path,
             std::string* error) {
   if (doc.Save(path, true)) return true;
-  *error = "cannot write " + path + ": " + pnl_file::LastError();
+  *error = "cannot write " + path + ": " + Reason(path);
   kLog.Write(3, "%s", error->c_str());
   return false;
 }
@@ -217,15 +227,21 @@ bool ManagerCache::WriteSession(const std::string& lang,
                                 std::string* error) const {
   const std::string dir = CacheDir();
   if (!pnl_file::MakeDirs(dir)) {
-    *error = "cannot create " + dir + ": " + pnl_file::LastError();
+    *error = "cannot create " + dir + ": " + Reason(dir);
     kLog.Write(3, "%s", error->c_str());
     return false;
   }
   const SectionsByName& groups = Groups(lang);
   bool ok = true;
   for (const std::string& name : KnownNames(lang)) {
-    ok = SaveTo(CollectSections(name, groups),
-                dir + "/" + name + ".msg." + lang + ".xml", error) && ok;
+    const std::string file = name + ".msg." + lang + ".xml";
+    // No file can carry such a name; the module tells it when it audits.
+    if (!pnl_file::FitsFileName(file)) {
+      kLog.Write(4, "no cache file for a name of %zu bytes: too long for a file name",
+                 name.size());
+      continue;
+    }
+    ok = SaveTo(CollectSections(name, groups), dir + "/" + file, error) && ok;
   }
   for (const char* name : {"desktop", "common"}) {
     ok = SaveTo(CollectSections(name, groups),
@@ -238,7 +254,7 @@ bool ManagerCache::WriteChecked(const std::string& function,
                                 std::string* error) const {
   const std::string dir = CacheDir() + "/checked";
   if (!pnl_file::MakeDirs(dir)) {
-    *error = "cannot create " + dir + ": " + pnl_file::LastError();
+    *error = "cannot create " + dir + ": " + Reason(dir);
     kLog.Write(3, "%s", error->c_str());
     return false;
   }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -411,6 +412,69 @@ TEST(CacheTest, RunningPanelAnswersFromChangedSources) {
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=h"));
   EXPECT_EQ(Messages("h", "<msg name=\"h1\">H</msg>"),
             dir.Read("var/.xmlcache/shop/checked/h.msg.en.xml"));
+}
+
+TEST(CacheTest, EntityReferencesAreNotCopiedAndNothingIsLoaded) {
+  ScratchDir dir;
+  ScratchDir outside;
+  outside.Write("secret", "SECRET-OUTSIDE-TEXT");
+  outside.Write("evil.dtd", "<!ENTITY d \"SECRET-DTD-TEXT\">");
+  ASSERT_EQ(0, chdir(dir.path().c_str()));
+  dir.Write("etc/xml/shop_msg_en.xml",
+            "<?xml version=\"1.0\"?>\n"
+            "<!DOCTYPE pnldata SYSTEM \"file://" + outside.path() + "/evil.dtd\" [\n"
+            " <!ENTITY x SYSTEM \"file://" + outside.path() + "/secret\">\n"
+            " <!ENTITY i \"inner\"> ]>\n"
+            "<pnldata><lang name=\"en\"><messages name=\"user\">"
+            "<msg name=\"title\">a&x;b&d;c&i;</msg>"
+            "<msg name=\"hint_name\" v=\"&i;\">Login</msg>"
+            "</messages></lang></pnldata>\n");
+  std::string error;
+  ASSERT_TRUE(ManagerCache("shop").WriteSession("en", &error)) << error;
+  EXPECT_EQ(Messages("user", "<msg name=\"title\">abc</msg>"
+                             "<msg name=\"hint_name\" v=\"\">Login</msg>"),
+            dir.Read("var/.xmlcache/shop/user.msg.en.xml"));
+}
+
+TEST(CacheTest, NameTooLongForAFileNameGetsNoFileAndNoError) {
+  ScratchDir dir;
+  // The file is written under a temporary name 16 bytes longer first.
+  const std::string longest(255 - 16 - std::string(".msg.en.xml").size(), 'n');
+  const std::string too_long = longest + "n";
+  dir.Write("etc/xml/shop_msg_en.xml",
+            "<pnldata><lang name=\"en\"><messages name=\"" + too_long +
+                "\"/><messages name=\"" + longest + "\"/></lang></pnldata>");
+  std::string error;
+  EXPECT_TRUE(ManagerCache("shop").WriteSession("en", &error)) << error;
+  EXPECT_EQ((std::vector<std::string>{"common.en.xml", "desktop.en.xml",
+                                      longest + ".msg.en.xml"}),
+            List("var/.xmlcache/shop"));
+}
+
+TEST(CacheTest, FailedWriteNamesThePathOnceWithTheReason) {
+  ScratchDir dir;
+  dir.Write("etc/xml/shop_msg_en.xml",
+            "<pnldata><lang name=\"en\"><messages name=\"user\"/></lang></pnldata>");
+  dir.MakeDir("var/.xmlcache/shop/checked");
+  ASSERT_EQ(0, chmod("var/.xmlcache/shop/checked", 0555));
+  if (pnl_file::WriteFile("var/.xmlcache/shop/checked/probe", "")) {
+    GTEST_SKIP() << "a read-only directory is writable for this user";
+  }
+  std::string error;
+  EXPECT_FALSE(ManagerCache("shop").WriteChecked("user", &error));
+  EXPECT_EQ("cannot write var/.xmlcache/shop/checked/user.msg.en.xml: Permission denied",
+            error);
+  chmod("var/.xmlcache/shop/checked", 0755);
+}
+
+TEST(CacheTest, DirectoryWhereACheckedFileBelongsIsAFailedWrite) {
+  ScratchDir dir;
+  dir.Write("etc/xml/shop_msg_en.xml",
+            "<pnldata><lang name=\"en\"><messages name=\"user\"/></lang></pnldata>");
+  dir.MakeDir("var/.xmlcache/shop/checked/user.msg.en.xml");
+  std::string error;
+  EXPECT_FALSE(ManagerCache("shop").WriteChecked("user", &error));
+  EXPECT_EQ("cannot write var/.xmlcache/shop/checked/user.msg.en.xml: it is a directory", error);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <stdarg.h>
 #include <stdlib.h>
 #include <string.h>
@@ -408,6 +409,11 @@ bool IsPlainName(const std::string& name) {
          name.find('\0') == std::string::npos;
 }
 
+// A file is written under a temporary name first (see DirHandle::WriteFile):
+// "." + name + "." + pid (at most 7 digits) + "." + attempt (at most 2) +
+// ".tmp" is 16 bytes longer than the name.
+bool FitsFileName(const std::string& name) { return name.size() + 16 <= NAME_MAX; }
+
 bool IsRegularFile(const std::string& path) {
   struct stat st;
   return !path.empty() && stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
@@ -521,8 +527,11 @@ bool ReadFile(const std::string& path, std::string& text) {
   }
   if (!S_ISREG(st.st_mode)) {
     close(fd);
-    errno = S_ISDIR(st.st_mode) ? EISDIR : EINVAL;
-    return false;
+    if (S_ISDIR(st.st_mode)) {
+      errno = EISDIR;
+      return false;
+    }
+    return Fail(path + " is " + KindOf(st.st_mode) + ", not a regular file", EINVAL);
   }
   if (st.st_size > 0) text.reserve(static_cast<size_t>(st.st_size));
   char buffer[65536];

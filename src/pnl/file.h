@@ -19,6 +19,10 @@ std::string GetCurrentDir();
 // names, language codes and cache file names must pass it before they
 // become part of a path.
 bool IsPlainName(const std::string& name);
+// True when `name` is short enough to be the name of a file that WriteFile
+// writes: with the temporary name it is written under first, at most
+// NAME_MAX (255) bytes, so `name` has at most 239.
+bool FitsFileName(const std::string& name);
 
 // True when `path` is a regular file, or a symbolic link to one.
 bool IsRegularFile(const std::string& path);
@@ -67,7 +71,8 @@ FILE* OpenForWriting(const std::string& path);
 // `path`. Returns false on failure, with LastError() set.
 bool WriteFile(const std::string& path, const std::string& text);
 // Reads the whole regular file; false when it cannot be read (a FIFO or a
-// device is never opened for reading).
+// device is never opened for reading: errno is then EINVAL and LastError()
+// says what stands there, "PATH is a FIFO, not a regular file").
 bool ReadFile(const std::string& path, std::string& text);
 // An identity of the regular file at `path` (device, inode, size, change
 // times): equal stamps mean the file has not changed. "" when there is no

@@ -352,6 +352,12 @@ TEST_F(DirHandleTest, AppendingRefusesALinkEvenADanglingOne) {
   EXPECT_EQ("fifo is a FIFO", pnl_file::LastError());
 }
 
+TEST(FileNameTest, FitsFileNameLeavesRoomForTheTemporaryName) {
+  EXPECT_TRUE(pnl_file::FitsFileName(std::string(239, 'n')));
+  EXPECT_FALSE(pnl_file::FitsFileName(std::string(240, 'n')));
+  EXPECT_TRUE(pnl_file::FitsFileName("a.msg.en.xml"));
+}
+
 TEST_F(DirHandleTest, RemovalNeverFollowsALinkOnThePath) {
   outside_.Write("M/theirs", "x");
   outside_.Write("M.hash", "x");
@@ -436,6 +442,8 @@ TEST_F(FileTest, ReadFileRefusesAFifoWithoutWaitingForAWriter) {
   ASSERT_EQ(mkfifo((dir_.path() + "/pipe.xml").c_str(), 0600), 0);
   std::string text = "left over";
   EXPECT_FALSE(pnl_file::ReadFile(dir_.path() + "/pipe.xml", text));
+  EXPECT_EQ(EINVAL, errno);
+  EXPECT_EQ(dir_.path() + "/pipe.xml is a FIFO, not a regular file", pnl_file::LastError());
   EXPECT_EQ(text, "");
   EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/pipe.xml"), "");
 }

@@ -77,30 +77,35 @@ void SetUpLibxml() {
   xmlSetExternalEntityLoader(NoEntityLoader);
 }
 
-// Cuts entity reference nodes loose from their declarations, which live
-// in the DTD that is freed after the parse; the references stay in the
-// tree as references that nothing can expand. A reference also points at
-// its declaration's text (content), which goes with the DTD.
-void DetachEntityRefs(xmlNodePtr node) {
-  for (; node != nullptr; node = node->next) {
+// Removes every entity reference from the tree before the DTD that declares
+// it is freed. Nothing is ever expanded or loaded from outside, so a
+// reference reads as nothing; removing it also keeps every document written
+// from this tree well-formed, since the declaration does not travel with it.
+void DropEntityRefs(xmlNodePtr node) {
+  while (node != nullptr) {
+    xmlNodePtr next = node->next;
     if (node->type == XML_ENTITY_REF_NODE) {
+      // The children and content of a reference are its declaration's.
       node->children = nullptr;
       node->last = nullptr;
       node->content = nullptr;
-      continue;
+      xmlUnlinkNode(node);
+      xmlFreeNode(node);
+    } else {
+      if (node->type == XML_ELEMENT_NODE) {
+        for (xmlAttrPtr attr = node->properties; attr != nullptr;
+             attr = attr->next)
+          DropEntityRefs(attr->children);
+      }
+      if (node->type == XML_ELEMENT_NODE || node->type == XML_DOCUMENT_NODE)
+        DropEntityRefs(node->children);
     }
-    if (node->type == XML_ELEMENT_NODE) {
-      for (xmlAttrPtr attr = node->properties; attr != nullptr;
-           attr = attr->next)
-        DetachEntityRefs(attr->children);
-    }
-    if (node->type == XML_ELEMENT_NODE || node->type == XML_DOCUMENT_NODE)
-      DetachEntityRefs(node->children);
+    node = next;
   }
 }
 
 void DropDtd(xmlDocPtr doc) {
-  DetachEntityRefs(doc->children);
+  DropEntityRefs(doc->children);
   xmlDtdPtr internal_subset = doc->intSubset;
   xmlDtdPtr external_subset = doc->extSubset;
   if (internal_subset != nullptr) {
@@ -121,6 +126,16 @@ void Tell(const std::string& path, const std::string& line) {
   if (g_reporter != nullptr) g_reporter(path, line);
 }
 
+// The parser's message in words for the people who wrote the file: the
+// limits that protect the parser are told as such, without the name of the
+// parser's option that would lift them.
+std::string Reword(const std::string& message) {
+  if (message.find("XML_PARSE_HUGE") == std::string::npos) return message;
+  if (message.rfind("Excessive depth in document", 0) == 0)
+    return "the document is nested too deeply (the limit is 256 levels)";
+  return "the document is too large for the parser's limits";
+}
+
 // Parses `text` silently; nullptr, with the parser's line and message in
 // `collector`, when it is not well-formed.
 xmlDocPtr ParseQuietly(const std::string& text, const std::string& origin,
@@ -135,6 +150,7 @@ xmlDocPtr ParseQuietly(const std::string& text, const std::string& origin,
   g_collector = nullptr;
   if (doc == nullptr && collector.rank == 0)
     collector.message = "not a well-formed document";
+  collector.message = Reword(collector.message);
   return doc;
 }
 
@@ -617,7 +633,10 @@ bool Xml::LoadFromFile(const std::string& path) {
     pnl_log::Level level = missing ? 6 : 3;
     if (Log().Check(level))
       Log().Write(level, "Cannot read %s: %s", path.c_str(), strerror(error));
-    if (!missing) Tell(path, path + ": cannot read: " + strerror(error));
+    // A FIFO or device where the file should be is named for what it is.
+    if (!missing)
+      Tell(path, error == EINVAL ? pnl_file::LastError()
+                                 : path + ": cannot read: " + strerror(error));
     return false;
   }
   const bool ok = LoadFromString(text, path);

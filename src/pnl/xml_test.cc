@@ -1,5 +1,7 @@
 #include "pnl/xml.h"
 
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 #include "pnl/file.h"
@@ -156,6 +158,32 @@ TEST_F(XmlTest, AQuietLoadOfMalformedTextTellsNothing) {
   EXPECT_EQ(2, doc.GetRoot().Line());
 }
 
+TEST_F(XmlTest, FifoIsNamedForWhatItIsAndNotOpened) {
+  pnl_xml::SetProblemReporter(PrintProblem);
+  ASSERT_EQ(0, mkfifo((dir_.path() + "/pipe.xml").c_str(), 0600));
+  Xml doc;
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(doc.LoadFromFile("pipe.xml"));
+  EXPECT_EQ("pipe.xml is a FIFO, not a regular file\n", testing::internal::GetCapturedStderr());
+  EXPECT_FALSE(doc.GetRoot());
+}
+
+TEST_F(XmlTest, TooDeepDocumentIsToldInOurWords) {
+  pnl_xml::SetProblemReporter(PrintProblem);
+  std::string text;
+  for (int i = 0; i < 300; ++i) text += "<a>";
+  for (int i = 0; i < 300; ++i) text += "</a>";
+  dir_.Write("deep.xml", text + "\n");
+  Xml doc;
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(doc.LoadFromFile("deep.xml"));
+  EXPECT_EQ("deep.xml:1: the document is nested too deeply (the limit is 256 levels)\n",
+            testing::internal::GetCapturedStderr());
+  pnl_xml::ParseProblem problem;
+  EXPECT_FALSE(pnl_xml::CheckWellFormed(text, "deep.xml", &problem));
+  EXPECT_EQ("the document is nested too deeply (the limit is 256 levels)", problem.message);
+}
+
 TEST_F(XmlTest, EmptyFileIsMalformed) {
   pnl_xml::SetProblemReporter(PrintProblem);
   dir_.Write("empty.xml", "");
@@ -183,9 +211,11 @@ TEST_F(XmlTest, InternalEntitiesLoadWithoutExpanding) {
   EXPECT_EQ("xy", doc.GetRoot().Str());
   // XPath's own string value does not expand it either.
   EXPECT_EQ(1u, XPath(doc, "//msg[.='xy']").size());
+  // Nor is the reference written back: without its declaration it would
+  // make the text not well-formed.
   EXPECT_EQ(
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-      "<r><msg name=\"a\">x&b;y</msg></r>\n",
+      "<r><msg name=\"a\">xy</msg></r>\n",
       doc.ToString(true));
 }
 
@@ -523,14 +553,18 @@ TEST_F(XmlTest, AppendChildCopiesAcrossDocuments) {
       target.ToString(true));
 }
 
-TEST_F(XmlTest, AppendChildOfEntityReferenceKeepsItUnexpanded) {
+TEST_F(XmlTest, EntityReferencesAreDroppedSoCopiesStayWellFormed) {
   testing::internal::CaptureStderr();
-  Xml source = Load("<!DOCTYPE r [<!ENTITY e \"E\">]><r><m>a&e;b</m></r>");
+  Xml source = Load("<!DOCTYPE r [<!ENTITY e \"E\">]><r><m a=\"x&e;y\">a&e;b</m></r>");
   testing::internal::GetCapturedStderr();
   Xml target("t");
   XmlNode copy = target.GetRoot().AppendChild(source.GetNodes("//m")[0]);
   EXPECT_EQ("ab", copy.Str());
   EXPECT_EQ(1u, target.GetNodes("//m[.='ab']").size());
+  EXPECT_EQ(
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<t><m a=\"xy\">ab</m></t>\n",
+      target.ToString(true));
 }
 
 // Found by fuzzing: a reference in an attribute value kept a pointer to
