@@ -283,11 +283,7 @@ bool MissedCheck::usedFunctionToCheck(const std::string& func, const std::string
   const std::string work_dir = pnl_file::GetCurrentDir();
   const std::string cache_file = pnl_file::GoodPath(work_dir + "/var/.xmlcache/" + PNL_NAME() +
                                                     "/checked/" + func + ".msg." + lang + ".xml");
-  // The panel writes the checked files of every language whatever the
-  // request names, so the request always asks in Russian. Every piece is
-  // one argument, whatever blanks the directory or the names hold.
-  run_command({pnl_file::GoodPath(work_dir + "/sbin/pnlctl"), "-m", PNL_NAME(), func, "lang=ru"},
-              true);
+  call_panel_function(func);
   if (!pnl_file::Exists(cache_file)) return false;
   pnl_xml::Xml messages;
   messages.LoadFromFile(cache_file);

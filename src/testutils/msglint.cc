@@ -79,6 +79,45 @@ void tell_write_error(const std::string& path, const std::string& reason) {
 
 bool write_failed() { return !msglint_private::failed_writes().empty(); }
 
+std::set<std::string>& msglint_private::unanswered_queries() {
+  static std::set<std::string> unanswered;
+  return unanswered;
+}
+
+bool panel_failed() { return !msglint_private::unanswered_queries().empty(); }
+
+namespace {
+
+// What the panel says when a cache file or its directory could not be
+// written: "cannot write PATH: REASON", "cannot create DIR: REASON".
+bool IsWriteFailure(const std::string& error) {
+  return str::StartsWith(error, "cannot write ") || str::StartsWith(error, "cannot create ");
+}
+
+void TellOnce(std::set<std::string>& told, const std::string& line) {
+  if (!told.insert(line).second) return;
+  if (msglint_log.Check(3)) msglint_log.Write(3, "%s", line.c_str());
+  std::cout.flush();
+  std::cerr << "msglint: " << line << std::endl;
+}
+
+}  // namespace
+
+void tell_panel_error(const std::string& manager, const std::string& error) {
+  const std::string line = "panel of " + manager + ": " + error;
+  if (IsWriteFailure(error)) {
+    TellOnce(msglint_private::failed_writes(), line);
+    return;
+  }
+  TellOnce(msglint_private::unanswered_queries(), line);
+}
+
+void tell_unanswered(const std::string& line) {
+  if (!msglint_private::unanswered_queries().insert(line).second) return;
+  std::cout.flush();
+  std::cerr << line << std::endl;
+}
+
 namespace {
 
 // What may stand at a path the run uses.
@@ -137,18 +176,17 @@ std::vector<std::string> unsafe_paths(const std::string& manager) {
 pnl_xml::Xml ask_panel(const std::string& manager, const std::string& query) {
   pnl_client::Local client(manager, "checkXml");
   pnl_xml::Xml reply = client.Query(query);
-  if (!client.Error().empty()) {
-    std::cout.flush();
-    std::cerr << "pnl_client: " << client.Error() << std::endl;
-  }
+  // The client has logged it already.
+  if (!client.Error().empty()) tell_unanswered("pnl_client: " + client.Error());
+  pnl_xml::XPath errors(reply, "/doc/error");
+  if (!errors.empty()) tell_panel_error(manager, errors[0].Str());
   return reply;
 }
 
-int run_command(const std::vector<std::string>& argv, bool must_succeed) {
-  pnl_proc::Execute command(argv);
-  const int status = command.Result();
-  if (status == 0 || (command.Started() && !must_succeed)) return status;
+namespace {
 
+// Tells that a command cannot be run or failed.
+void TellCommandFailure(pnl_proc::Execute& command, const std::vector<std::string>& argv) {
   const std::string line = command.Line();
   const char* what = command.Started() ? "failed" : "cannot be run";
   if (msglint_log.Check(3))
@@ -163,7 +201,83 @@ int run_command(const std::vector<std::string>& argv, bool must_succeed) {
     problem.message = std::string("command ") + what + ": " + line + ": " + command.Error();
     Findings().AddProblem(problem);
   }
+}
+
+}  // namespace
+
+int run_command(const std::vector<std::string>& argv, bool must_succeed) {
+  pnl_proc::Execute command(argv);
+  const int status = command.Result();
+  if (status == 0 || (command.Started() && !must_succeed)) return status;
+  TellCommandFailure(command, argv);
   return status;
+}
+
+void call_panel_function(const std::string& function) {
+  const std::string work_dir = pnl_file::GetCurrentDir();
+  // The panel writes the checked files of every language whatever the
+  // request names, so the request always asks in Russian. Every piece is
+  // one argument, whatever blanks the directory or the names hold.
+  const std::vector<std::string> argv = {pnl_file::GoodPath(work_dir + "/sbin/pnlctl"), "-m",
+                                         PNL_NAME(), function, "lang=ru"};
+  pnl_proc::Execute command(argv);
+  command.CaptureOutput();
+  const int status = command.Result();
+  std::vector<std::string> lines;
+  if (!command.Output().empty()) {
+    split(command.Output(), '\n', lines);
+    if (lines.back().empty()) lines.pop_back();
+  }
+  for (const std::string& line : lines)
+    if (msglint_log.Check(5)) msglint_log.Write(5, "%s: %s", command.Line().c_str(), line.c_str());
+  if (status == 0) return;
+  if (!command.Started()) {
+    TellCommandFailure(command, argv);
+    return;
+  }
+  // pnlctl names a query without an answer and, after "pnlctl: M: ", the
+  // panel's error; the others fail as any command does.
+  const std::string own = "pnlctl: " + PNL_NAME() + ": ";
+  bool told = false;
+  for (const std::string& line : lines) {
+    if (str::StartsWith(line, "pnl_client: ")) {
+      tell_unanswered(line);
+      InputProblem problem;
+      problem.kind = "panel-query-failed";
+      problem.message = line.substr(std::string("pnl_client: ").size());
+      Findings().AddProblem(problem);
+      told = true;
+    } else if (str::StartsWith(line, own) && line != own + "no reply") {
+      const std::string error = line.substr(own.size());
+      if (!IsWriteFailure(error)) continue;
+      tell_panel_error(PNL_NAME(), error);
+      told = true;
+    }
+  }
+  if (!told) TellCommandFailure(command, argv);
+}
+
+void tell_names_too_long(const std::vector<std::string>& langs) {
+  const std::string description = "etc/xml/" + PNL_NAME() + ".xml";
+  pnl_xml::Xml doc;
+  doc.LoadFromFile(pnl_file::GetCurrentDir() + "/" + description);
+  std::set<std::string> told;
+  for (pnl_xml::XmlNode metadata : doc.GetNodes("/pnldata/metadata")) {
+    const std::string name = metadata.GetProp("name");
+    bool fits = true;
+    for (const std::string& lang : langs)
+      fits = fits && pnl_file::FitsFileName(name + ".msg." + lang + ".xml");
+    if (fits || !told.insert(name).second) continue;
+    // The name itself may be thousands of bytes long: its start is enough.
+    const std::size_t kShown = 40;
+    const std::string shown = name.substr(0, kShown) + (name.size() > kShown ? "..." : "");
+    const std::string line = "skipping \"" + shown + "\" (" + std::to_string(name.size()) +
+                             " bytes) of " + description +
+                             ": the name is too long for a file name";
+    if (msglint_log.Check(3)) msglint_log.Write(3, "%s", line.c_str());
+    std::cout.flush();
+    std::cerr << "msglint: " << line << std::endl;
+  }
 }
 
 // ---- XML file discovery -------------------------------------------------
@@ -380,6 +494,8 @@ int kelmain(int argc, char** argv) {
     if (PNL_NAME() != "kern") RecordFailedQuery(ask_panel("kern", query), "kern", query);
   }
 
+  tell_names_too_long(langs);
+
   if (report_mode == "-f") {
     for (const std::string& lang : langs) {
       check_repeats(lang);
@@ -404,6 +520,13 @@ int kelmain(int argc, char** argv) {
   }
   Findings().Write(work_dir);
   if (write_failed()) return kWriteError;
+  if (result >= 0 && panel_failed()) {
+    const std::string line = "the panel did not answer every query: the report is incomplete";
+    if (msglint_log.Check(3)) msglint_log.Write(3, "%s", line.c_str());
+    std::cout.flush();
+    std::cerr << "msglint: " << line << std::endl;
+    return kPanelFailure;
+  }
   return result;
 }
 

@@ -53,8 +53,33 @@ std::string cut_prefix(std::string name);
 
 // Sends `query` to the panel of `manager` and returns its reply; a query
 // that gets no answer is told on standard error, naming the manager and
-// the query (the log has it too), and gives an empty document.
+// the query (the log has it too), and gives an empty document. An error
+// reply is told as tell_panel_error does.
 pnl_xml::Xml ask_panel(const std::string& manager, const std::string& query);
+
+// Calls function `function` of the checked manager's panel through
+// sbin/pnlctl, which has the panel write its checked files. A query that
+// got no answer is told as ask_panel tells it; a checked file that the
+// panel could not write as tell_panel_error tells it; any other failure as
+// run_command tells it.
+void call_panel_function(const std::string& function);
+
+// Tells once on standard error and in the log each form or list of the
+// checked manager's description whose name, made a cache file name for one
+// of `langs`, is too long for a file name: the panel writes no cache file
+// for it, so the audits that read the cache pass over it.
+void tell_names_too_long(const std::vector<std::string>& langs);
+
+// Tells an error reply of `manager`'s panel once per run, on standard error
+// and in the log: "msglint: panel of M: ERROR". An error that says a cache
+// file could not be written ends the run with kWriteError; any other leaves
+// a query without its answer (kPanelFailure).
+void tell_panel_error(const std::string& manager, const std::string& error);
+// Tells `line`, which names a query that got no answer, once per run on
+// standard error; the run then ends with kPanelFailure.
+void tell_unanswered(const std::string& line);
+// Whether a query to a panel got no answer, or an error reply, in this run.
+bool panel_failed();
 
 // Runs the program argv[0] with the arguments `argv` (no shell: every
 // argument reaches the program as it stands) and waits for it; returns its
@@ -73,6 +98,11 @@ const int kUnsafeInstallation = 64;
 // writing var/test_msgs, ecl.xml or the cache failed (a full disk, an I/O
 // error): the report is incomplete.
 const int kWriteError = 65;
+// a query to a panel got no answer or an error reply (a panel that cannot
+// run, a socket path too long): the audits missed what the panel writes,
+// so the report is incomplete. The audit file's failures (255, 65) come
+// first.
+const int kPanelFailure = 66;
 
 // The paths below the current directory that the run of `manager` creates,
 // writes or removes and that hold something they must not: one sentence
@@ -180,6 +210,10 @@ std::set<std::string>& told_programs();
 
 // The paths whose write failure has been told in this run.
 std::set<std::string>& failed_writes();
+
+// The queries without an answer (and the panel's error replies) told in
+// this run.
+std::set<std::string>& unanswered_queries();
 
 // The columns of every list of a manager's description: list name -> its
 // column names in description order. A later list of the same name wins.

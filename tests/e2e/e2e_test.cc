@@ -31,6 +31,9 @@
 //   expected_test_msgs   optional: the complete audit file var/test_msgs;
 //   expected_requests    optional: lines "MANAGER COUNT", the number of
 //                        session requests that MANAGER's panel logged;
+//   expected_panel_starts optional: lines "MANAGER COUNT", the number of
+//                        times a panel of MANAGER started serving (its log
+//                        records "serving MANAGER");
 //   expected_log_contains optional: lines that must each occur somewhere in
 //                        var/log/msglint.log (cases whose expected standard
 //                        output is empty show with it that the run got as
@@ -266,6 +269,16 @@ int SessionRequests(const std::string& install, const std::string& manager) {
   for (const std::string& record :
        Lines(testing_support::LogRecords(install, manager))) {
     if (record.find("request: func=session&") != std::string::npos) ++count;
+  }
+  return count;
+}
+
+// The number of times a panel of `manager` started serving in `install`.
+int PanelStarts(const std::string& install, const std::string& manager) {
+  int count = 0;
+  for (const std::string& record :
+       Lines(testing_support::LogRecords(install, manager))) {
+    if (record.find("serving " + manager + " (pid ") != std::string::npos) ++count;
   }
   return count;
 }
@@ -523,6 +536,16 @@ TEST_P(E2eCase, GivesExpectedOutput) {
       fields >> manager >> count;
       EXPECT_EQ(count, SessionRequests(install, manager))
           << "session requests logged by the panel of " << manager;
+    }
+  }
+  if (fs::exists(dir / "expected_panel_starts")) {
+    for (const std::string& line : Lines(ReadFile(dir / "expected_panel_starts"))) {
+      std::istringstream fields(line);
+      std::string manager;
+      int count = -1;
+      fields >> manager >> count;
+      EXPECT_EQ(count, PanelStarts(install, manager))
+          << "starts logged by the panels of " << manager;
     }
   }
   if (fs::exists(dir / "expected_log_contains")) {
