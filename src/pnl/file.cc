@@ -137,7 +137,7 @@ bool OpenParent(const std::string& path, DirHandle* dir, std::string* name) {
 }
 
 // Writes all of `text` to `fd`; false with errno set on failure.
-bool WriteAll(int fd, const std::string& text) {
+bool WriteAll(int fd, std::string_view text) {
   const char* data = text.data();
   size_t left = text.size();
   while (left > 0) {
@@ -319,6 +319,11 @@ int DirHandle::OpenFile(const std::string& name, bool truncate, int mode) const 
 }
 
 bool DirHandle::WriteFile(const std::string& name, const std::string& text) const {
+  return WriteFile(name, std::vector<std::string_view>{text});
+}
+
+bool DirHandle::WriteFile(const std::string& name,
+                          const std::vector<std::string_view>& pieces) const {
   const std::string shown = Join(path_, name);
   if (!IsPlainName(name)) return Fail(shown + ": not a plain name", EINVAL);
   struct stat st;
@@ -343,7 +348,12 @@ bool DirHandle::WriteFile(const std::string& name, const std::string& text) cons
   }
   if (fd < 0) return Fail(shown + ": " + strerror(errno), errno);
   fchmod(fd, mode);
-  int error = WriteAll(fd, text) ? 0 : errno;
+  int error = 0;
+  for (std::string_view piece : pieces) {
+    if (WriteAll(fd, piece)) continue;
+    error = errno;
+    break;
+  }
   if (close(fd) != 0 && error == 0) error = errno;
   if (error == 0 && renameat(fd_, tmp.c_str(), fd_, name.c_str()) != 0) error = errno;
   if (error != 0) {
@@ -490,10 +500,14 @@ std::string GoodPath(const std::string& path) {
 }
 
 bool WriteFile(const std::string& path, const std::string& text) {
+  return WriteFile(path, std::vector<std::string_view>{text});
+}
+
+bool WriteFile(const std::string& path, const std::vector<std::string_view>& pieces) {
   DirHandle dir;
   std::string name;
   if (!OpenParent(path, &dir, &name)) return false;
-  return dir.WriteFile(name, text);
+  return dir.WriteFile(name, pieces);
 }
 
 FILE* OpenForWriting(const std::string& path) {

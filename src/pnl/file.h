@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -70,6 +71,9 @@ FILE* OpenForWriting(const std::string& path);
 // renamed into place), as DirHandle::WriteFile does in the directory of
 // `path`. Returns false on failure, with LastError() set.
 bool WriteFile(const std::string& path, const std::string& text);
+// The same with the text given as pieces in order, so that a large file
+// need not be held whole in memory.
+bool WriteFile(const std::string& path, const std::vector<std::string_view>& pieces);
 // Reads the whole regular file; false when it cannot be read (a FIFO or a
 // device is never opened for reading: errno is then EINVAL and LastError()
 // says what stands there, "PATH is a FIFO, not a regular file").
@@ -173,6 +177,7 @@ class DirHandle {
   // `name` is refused and left alone. A short write (a full disk) removes
   // the temporary file and fails.
   bool WriteFile(const std::string& name, const std::string& text) const;
+  bool WriteFile(const std::string& name, const std::vector<std::string_view>& pieces) const;
   // Removes the entry `name`: a file, a link (as a link), or a directory
   // with everything in it, walked by descriptor without following any
   // link. True when nothing is left there.

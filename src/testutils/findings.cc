@@ -34,6 +34,87 @@ double Percent(long present, long required) {
   return std::round(1000.0 * static_cast<double>(present) / static_cast<double>(required)) / 10.0;
 }
 
+// The document's way of writing JSON: two spaces a level. A text that is not
+// valid UTF-8 (a language given on the command line can be anything) has
+// its bad bytes replaced rather than stopping the run.
+std::string Dump(const ordered_json& value) {
+  return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+// Appends `text` to `out` with every line after the first indented by
+// `spaces` more: a value dumped on its own, placed deeper in the document.
+// JSON texts hold no raw newline, so every newline is a line break.
+void Indent(std::string_view text, int spaces, std::string* out) {
+  const std::string indent = "\n" + std::string(spaces, ' ');
+  size_t start = 0;
+  for (size_t nl = text.find('\n'); nl != std::string_view::npos; nl = text.find('\n', start)) {
+    out->append(text.substr(start, nl - start));
+    out->append(indent);
+    start = nl + 1;
+  }
+  out->append(text.substr(start));
+}
+
+ordered_json ProblemsJson(const std::vector<InputProblem>& problems_in) {
+  ordered_json problems = ordered_json::array();
+  for (const InputProblem& problem : problems_in) {
+    ordered_json item;
+    item["kind"] = problem.kind;
+    item["file"] = StringOrNull(problem.file);
+    item["line"] = problem.line > 0 ? ordered_json(problem.line) : ordered_json(nullptr);
+    item["message"] = StringOrNull(problem.message);
+    item["language"] = StringOrNull(problem.language);
+    problems.push_back(item);
+  }
+  return problems;
+}
+
+// A finding's entry of the document, but for its last member
+// "input_problem".
+ordered_json FindingEntry(const Finding& f, const std::string& manager, long id) {
+  ordered_json item;
+  item["id"] = id;
+  item["kind"] = f.kind;
+  item["level"] = FindingLevel(f.kind);
+  item["audit"] = f.audit;
+  item["manager"] = manager;
+  item["object"] = StringOrNull(f.object);
+  if (f.element_type.empty()) {
+    item["element"] = nullptr;
+  } else {
+    ordered_json element;
+    element["type"] = f.element_type;
+    element["name"] = f.element;
+    item["element"] = element;
+  }
+  item["language"] = StringOrNull(f.language);
+  item["result_bit"] = f.result_bit ? ordered_json(f.result_bit) : ordered_json(nullptr);
+  if (f.message_name.empty()) {
+    item["message"] = nullptr;
+  } else {
+    ordered_json message;
+    message["name"] = f.message_name;
+    message["section"] = StringOrNull(f.section);
+    message["file"] = f.language.empty() ? ordered_json(nullptr)
+                                         : ordered_json(MessageFile(manager, f.language));
+    message["add"] = f.kind.starts_with("missing-") || f.kind.starts_with("empty-")
+                         ? ordered_json("<msg name=\"" + f.message_name + "\"></msg>")
+                         : ordered_json(nullptr);
+    item["message"] = message;
+  }
+  if (f.file.empty()) {
+    item["location"] = nullptr;
+  } else {
+    ordered_json location;
+    location["file"] = f.file;
+    location["line"] = f.line > 0 ? ordered_json(f.line) : ordered_json(nullptr);
+    item["location"] = location;
+  }
+  item["report"] = f.report;
+  item["audit_line"] = StringOrNull(f.audit_line);
+  return item;
+}
+
 }  // namespace
 
 std::string FindingLevel(const std::string& kind) {
@@ -70,7 +151,16 @@ FindingsRecorder::Counts& FindingsRecorder::CountsOf(const std::string& lang,
 }
 
 void FindingsRecorder::Add(const Finding& finding) {
-  findings_.push_back(finding);
+  if (keep_findings_) findings_.push_back(finding);
+  // The entry as it stands inside the document's "findings" array (four
+  // spaces in), without its closing line.
+  std::string text = Dump(FindingEntry(finding, manager_, finding_count() + 1));
+  text.resize(text.size() - 2);  // "\n}"
+  Indent(text, 4, &entries_text_);
+  auto known = std::find(entry_languages_.begin(), entry_languages_.end(), finding.language);
+  const size_t language = static_cast<size_t>(known - entry_languages_.begin());
+  if (known == entry_languages_.end()) entry_languages_.push_back(finding.language);
+  entries_.push_back({entries_text_.size(), language});
   if (!IsMessageLookup(finding)) return;
   Counts& counts = CountsOf(finding.language, finding.object);
   if (finding.kind.starts_with("empty-"))
@@ -87,29 +177,16 @@ void FindingsRecorder::Present(const std::string& lang, const std::string& objec
 
 void FindingsRecorder::Clear() { *this = FindingsRecorder(); }
 
-std::string FindingsRecorder::ToJson() const {
-  ordered_json doc;
-  doc["schema"] = "msglint-findings";
-  doc["version"] = kFindingsSchemaVersion;
-
+ordered_json FindingsRecorder::RunJson() const {
   ordered_json run;
   run["manager"] = manager_;
   run["mode"] = mode_ == "-s" ? "short" : "full";
   run["arguments"] = arguments_;
   run["languages"] = languages_;
-  doc["run"] = run;
+  return run;
+}
 
-  ordered_json problems = ordered_json::array();
-  for (const InputProblem& problem : problems_) {
-    ordered_json item;
-    item["kind"] = problem.kind;
-    item["file"] = StringOrNull(problem.file);
-    item["line"] = problem.line > 0 ? ordered_json(problem.line) : ordered_json(nullptr);
-    item["message"] = StringOrNull(problem.message);
-    item["language"] = StringOrNull(problem.language);
-    problems.push_back(item);
-  }
-
+ordered_json FindingsRecorder::StatisticsJson() const {
   // Every audited language has its statistics, also one that needed nothing.
   ordered_json statistics = ordered_json::array();
   std::vector<std::string> langs = languages_;
@@ -147,51 +224,19 @@ std::string FindingsRecorder::ToJson() const {
     entry["objects"] = per_object;
     statistics.push_back(entry);
   }
-  doc["statistics"] = statistics;
+  return statistics;
+}
 
+std::string FindingsRecorder::LiteralJson() const {
+  ordered_json doc;
+  doc["schema"] = "msglint-findings";
+  doc["version"] = kFindingsSchemaVersion;
+  doc["run"] = RunJson();
+  doc["statistics"] = StatisticsJson();
   ordered_json findings = ordered_json::array();
   long id = 0;
   for (const Finding& f : findings_) {
-    ordered_json item;
-    item["id"] = ++id;
-    item["kind"] = f.kind;
-    item["level"] = FindingLevel(f.kind);
-    item["audit"] = f.audit;
-    item["manager"] = manager_;
-    item["object"] = StringOrNull(f.object);
-    if (f.element_type.empty()) {
-      item["element"] = nullptr;
-    } else {
-      ordered_json element;
-      element["type"] = f.element_type;
-      element["name"] = f.element;
-      item["element"] = element;
-    }
-    item["language"] = StringOrNull(f.language);
-    item["result_bit"] = f.result_bit ? ordered_json(f.result_bit) : ordered_json(nullptr);
-    if (f.message_name.empty()) {
-      item["message"] = nullptr;
-    } else {
-      ordered_json message;
-      message["name"] = f.message_name;
-      message["section"] = StringOrNull(f.section);
-      message["file"] = f.language.empty() ? ordered_json(nullptr)
-                                           : ordered_json(MessageFile(manager_, f.language));
-      message["add"] = f.kind.starts_with("missing-") || f.kind.starts_with("empty-")
-                           ? ordered_json("<msg name=\"" + f.message_name + "\"></msg>")
-                           : ordered_json(nullptr);
-      item["message"] = message;
-    }
-    if (f.file.empty()) {
-      item["location"] = nullptr;
-    } else {
-      ordered_json location;
-      location["file"] = f.file;
-      location["line"] = f.line > 0 ? ordered_json(f.line) : ordered_json(nullptr);
-      item["location"] = location;
-    }
-    item["report"] = f.report;
-    item["audit_line"] = StringOrNull(f.audit_line);
+    ordered_json item = FindingEntry(f, manager_, ++id);
     bool caused = false;
     for (const InputProblem& p : problems_)
       if (p.language.empty() || p.language == f.language) caused = true;
@@ -199,8 +244,58 @@ std::string FindingsRecorder::ToJson() const {
     findings.push_back(item);
   }
   doc["findings"] = findings;
-  doc["input_problems"] = problems;
-  return doc.dump(2) + "\n";
+  doc["input_problems"] = ProblemsJson(problems_);
+  return Dump(doc) + "\n";
+}
+
+std::vector<std::string_view> FindingsRecorder::Pieces(std::string* head,
+                                                       std::string* tail) const {
+  ordered_json doc;
+  doc["schema"] = "msglint-findings";
+  doc["version"] = kFindingsSchemaVersion;
+  doc["run"] = RunJson();
+  doc["statistics"] = StatisticsJson();
+  *head = Dump(doc);
+  head->resize(head->size() - 2);  // "\n}"
+  *head += entries_.empty() ? ",\n  \"findings\": []" : ",\n  \"findings\": [\n    ";
+
+  tail->assign("\n  ],\n  \"input_problems\": ");
+  if (entries_.empty()) tail->erase(0, 4);
+  Indent(Dump(ProblemsJson(problems_)), 2, tail);
+  *tail += "\n}\n";
+
+  // A finding comes from an input problem when a problem concerns all
+  // languages or the finding's own.
+  bool all_languages = false;
+  std::vector<bool> caused(entry_languages_.size(), false);
+  for (const InputProblem& p : problems_) {
+    if (p.language.empty()) all_languages = true;
+    for (size_t i = 0; i < entry_languages_.size(); ++i)
+      if (entry_languages_[i] == p.language) caused[i] = true;
+  }
+  static constexpr std::string_view kCaused = ",\n      \"input_problem\": true\n    }";
+  static constexpr std::string_view kNotCaused = ",\n      \"input_problem\": false\n    }";
+  static constexpr std::string_view kBetween = ",\n    ";
+
+  std::vector<std::string_view> pieces;
+  pieces.reserve(3 * entries_.size() + 2);
+  pieces.push_back(*head);
+  const std::string_view text = entries_text_;
+  size_t start = 0;
+  for (size_t i = 0; i < entries_.size(); ++i) {
+    if (i > 0) pieces.push_back(kBetween);
+    pieces.push_back(text.substr(start, entries_[i].end - start));
+    pieces.push_back(all_languages || caused[entries_[i].language] ? kCaused : kNotCaused);
+    start = entries_[i].end;
+  }
+  pieces.push_back(*tail);
+  return pieces;
+}
+
+std::string FindingsRecorder::ToJson() const {
+  std::string head, tail, text;
+  for (std::string_view piece : Pieces(&head, &tail)) text += piece;
+  return text;
 }
 
 bool FindingsRecorder::Write(const std::string& work_dir) const {
@@ -208,11 +303,12 @@ bool FindingsRecorder::Write(const std::string& work_dir) const {
   const std::string dir = var + "/msglint";
   const std::string path = dir + "/findings.json";
   std::string why;
+  std::string head, tail;
   if (pnl_file::IsLink(var) || pnl_file::IsLink(dir) || pnl_file::IsLink(path))
     why = "refusing a symbolic link";
   else if (!pnl_file::MakeDirs(dir))
     why = "cannot create var/msglint";
-  else if (!pnl_file::WriteFile(path, ToJson()))
+  else if (!pnl_file::WriteFile(path, Pieces(&head, &tail)))
     why = std::strerror(errno);
   if (why.empty()) return true;
   std::cerr << "msglint: cannot write var/msglint/findings.json: " << why << std::endl;

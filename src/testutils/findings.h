@@ -13,7 +13,10 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include <nlohmann/json_fwd.hpp>
 
 // Version of the findings document; raised when a field changes meaning or
 // goes away (new fields keep it).
@@ -57,24 +60,35 @@ class FindingsRecorder {
               const std::vector<std::string>& arguments);
   void SetLanguages(const std::vector<std::string>& languages);
 
+  // Each finding becomes its entry of the document at once; the recorder
+  // keeps that text, not the Finding, so that a run of a hundred thousand
+  // findings holds about the bytes of its file.
   void Add(const Finding& finding);
   void AddProblem(const InputProblem& problem);
   // One message that the missing-message audit required of `object` in
   // `lang` and found present with a text.
   void Present(const std::string& lang, const std::string& object);
 
-  const std::vector<Finding>& findings() const { return findings_; }
+  long finding_count() const { return static_cast<long>(entries_.size()); }
   const std::vector<InputProblem>& problems() const { return problems_; }
 
   // The whole document, indented by two spaces, ending in a newline.
   std::string ToJson() const;
 
-  // Writes ToJson() to var/msglint/findings.json under `work_dir`, never
-  // through a symbolic link; on failure one line on standard error.
+  // Writes the document to var/msglint/findings.json under `work_dir` piece
+  // by piece (never the whole text at once), never through a symbolic link;
+  // on failure one line on standard error.
   bool Write(const std::string& work_dir) const;
 
   // Forgets everything (tests run several audits in one process).
   void Clear();
+
+  // From now on the recorder also keeps every Finding as given, so that
+  // LiteralJson() can build the document the plain way, as one JSON value
+  // dumped whole; tests check ToJson() against it.
+  void KeepFindings() { keep_findings_ = true; }
+  const std::vector<Finding>& findings() const { return findings_; }
+  std::string LiteralJson() const;
 
  private:
   struct Counts {
@@ -82,12 +96,30 @@ class FindingsRecorder {
     long missing = 0;
     long empty = 0;
   };
+  // Where a finding's entry ends in `entries_text_`, and the language it
+  // concerns (its index in `entry_languages_`): the entry's last member,
+  // "input_problem", depends on problems that may be met later in the run
+  // and is added when the document is written.
+  struct Entry {
+    size_t end = 0;
+    size_t language = 0;
+  };
+  // The document's pieces in order; views into `entries_text_` and into
+  // `head` and `tail`, which the caller keeps alive.
+  std::vector<std::string_view> Pieces(std::string* head, std::string* tail) const;
+  nlohmann::ordered_json RunJson() const;
+  nlohmann::ordered_json StatisticsJson() const;
+
   std::string manager_;
   std::string mode_;
   std::vector<std::string> arguments_;
   std::vector<std::string> languages_;
-  std::vector<Finding> findings_;
+  std::string entries_text_;
+  std::vector<Entry> entries_;
+  std::vector<std::string> entry_languages_;
   std::vector<InputProblem> problems_;
+  bool keep_findings_ = false;
+  std::vector<Finding> findings_;
   // language -> object -> counts, and the order objects were first met.
   std::map<std::string, std::map<std::string, Counts>> counts_;
   std::map<std::string, std::vector<std::string>> object_order_;

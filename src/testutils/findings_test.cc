@@ -71,6 +71,49 @@ TEST(FindingsRecorderTest, WritesTheWholeDocument) {
   EXPECT_EQ(0u, recorder.ToJson().find("{\n  \"schema\": \"msglint-findings\",\n  \"version\": 1,"));
 }
 
+// The document written piece by piece is byte for byte the one dumped whole
+// from the findings as given: with no finding, one, several, problems of one
+// language and of all, texts that need escaping and bytes that are not
+// UTF-8.
+TEST(FindingsRecorderTest, PiecesMakeTheLiteralDocument) {
+  auto check = [](FindingsRecorder& recorder) {
+    EXPECT_EQ(recorder.LiteralJson(), recorder.ToJson());
+  };
+  FindingsRecorder recorder;
+  recorder.KeepFindings();
+  check(recorder);
+  recorder.SetRun("m", "-f", {"-f", "en", "fr"});
+  recorder.SetLanguages({"en", "ru"});
+  check(recorder);
+  recorder.Add(MissingHint());
+  check(recorder);
+  Finding other = MissingHint();
+  other.kind = "unused-message";
+  other.audit = "unused";
+  other.language = "ru";
+  other.report = "line \"one\"\n\ttab \\ back\n";
+  other.message_name = "";
+  other.file = "";
+  recorder.Add(other);
+  Finding bare;
+  bare.kind = "self-included-condition";
+  bare.report = "bad \xff byte\n";
+  recorder.Add(bare);
+  recorder.Present("en", "user.edit");
+  check(recorder);
+  InputProblem ru;
+  ru.kind = "malformed-file";
+  ru.language = "ru";
+  recorder.AddProblem(ru);
+  check(recorder);
+  InputProblem all;
+  all.kind = "missing-file";
+  all.file = "etc/xml/m.xml";
+  recorder.AddProblem(all);
+  check(recorder);
+  EXPECT_EQ(3, recorder.finding_count());
+}
+
 TEST(FindingsRecorderTest, AProblemOfAllLanguagesMarksEveryFinding) {
   FindingsRecorder recorder;
   recorder.Add(MissingHint());
