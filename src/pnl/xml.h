@@ -214,6 +214,9 @@ bool ScanElements(const std::string& text, const std::string& origin,
 // load parses its file and every query is evaluated as written, so that
 // the two ways can be checked against each other.
 void SetLiteralEvaluation(bool literal);
+// Whether SetLiteralEvaluation(true) is in force; the audits' own shortcuts
+// follow it too.
+bool IsLiteralEvaluation();
 
 }  // namespace pnl_xml
 

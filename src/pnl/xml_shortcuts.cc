@@ -319,4 +319,6 @@ Plan PlanQuery(DocHolder& holder, const std::string& query) {
 
 void SetLiteralEvaluation(bool literal) { internal::g_literal = literal; }
 
+bool IsLiteralEvaluation() { return internal::g_literal; }
+
 }  // namespace pnl_xml

@@ -156,3 +156,42 @@ TEST_F(ColumnHintsTest, HintListHoldsEachSectionsOwnHintsAscending) {
 }
 
 }  // namespace
+
+namespace {
+
+// The hint table read by the element scanner is the one the parsed document
+// and its query give (literal evaluation), also for files that the scanner
+// leaves to the parser: namespaces, prefixes, a DTD, other encodings,
+// malformed text, sections at other depths, nested and odd elements.
+TEST_F(ColumnHintsTest, ScannedHintsAreTheQueriedHints) {
+  const std::string sections =
+      "<messages name=\"user\"><msg name=\"hint_b\">B</msg><!-- c --><msg name=\"hint_a\"/>"
+      "<include name=\"other\"/><msg name=\"title\"/><deep><msg name=\"hint_deep\"/></deep>"
+      "</messages><messages name=\"other\"><msg name=\"hint_o\">&amp;</msg></messages>"
+      "<messages><msg name=\"hint_anon\"/></messages>";
+  const std::vector<std::string> files = {
+      "<pnldata>" + En(sections) + "<lang name=\"ru\">" + sections + "</lang></pnldata>",
+      "<pnldata><group>" + En(sections) + "</group>" + En(sections) + "</pnldata>",
+      "<other>" + En(sections) + "</other>",
+      "<pnldata xmlns=\"urn:x\">" + En(sections) + "</pnldata>",
+      "<pnldata xmlns:p=\"urn:p\"><p:lang name=\"en\">" + sections + "</p:lang>" +
+          En("<messages p:name=\"x\"><msg name=\"hint_x\"/></messages>") + "</pnldata>",
+      "<!DOCTYPE pnldata [<!ATTLIST msg name CDATA \"hint_default\">]><pnldata>" +
+          En("<messages name=\"d\"><msg/></messages>") + "</pnldata>",
+      "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><pnldata>" + En(sections) + "</pnldata>",
+      "<pnldata>" + En(sections),
+      "",
+  };
+  for (const std::string& file : files) {
+    dir_.Write("etc/xml/sab_msg_en.xml", file);
+    ColumnList::HintList scanned("sab", "en");
+    scanned.Parse();
+    pnl_xml::SetLiteralEvaluation(true);
+    ColumnList::HintList queried("sab", "en");
+    queried.Parse();
+    pnl_xml::SetLiteralEvaluation(false);
+    EXPECT_EQ(queried.table, scanned.table) << file;
+  }
+}
+
+}  // namespace

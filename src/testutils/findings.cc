@@ -156,11 +156,18 @@ void FindingsRecorder::Add(const Finding& finding) {
   // spaces in), without its closing line.
   std::string text = Dump(FindingEntry(finding, manager_, finding_count() + 1));
   text.resize(text.size() - 2);  // "\n}"
-  Indent(text, 4, &entries_text_);
+  constexpr size_t kBlock = 1 << 20;
+  if (entry_text_.empty() || entry_text_.back().size() + 2 * text.size() > kBlock) {
+    entry_text_.emplace_back();
+    entry_text_.back().reserve(std::max(kBlock, 2 * text.size()));
+  }
+  std::string& block = entry_text_.back();
+  const size_t begin = block.size();
+  Indent(text, 4, &block);
   auto known = std::find(entry_languages_.begin(), entry_languages_.end(), finding.language);
   const size_t language = static_cast<size_t>(known - entry_languages_.begin());
   if (known == entry_languages_.end()) entry_languages_.push_back(finding.language);
-  entries_.push_back({entries_text_.size(), language});
+  entries_.push_back({entry_text_.size() - 1, begin, block.size(), language});
   if (!IsMessageLookup(finding)) return;
   Counts& counts = CountsOf(finding.language, finding.object);
   if (finding.kind.starts_with("empty-"))
@@ -280,13 +287,12 @@ std::vector<std::string_view> FindingsRecorder::Pieces(std::string* head,
   std::vector<std::string_view> pieces;
   pieces.reserve(3 * entries_.size() + 2);
   pieces.push_back(*head);
-  const std::string_view text = entries_text_;
-  size_t start = 0;
   for (size_t i = 0; i < entries_.size(); ++i) {
+    const Entry& entry = entries_[i];
     if (i > 0) pieces.push_back(kBetween);
-    pieces.push_back(text.substr(start, entries_[i].end - start));
-    pieces.push_back(all_languages || caused[entries_[i].language] ? kCaused : kNotCaused);
-    start = entries_[i].end;
+    pieces.push_back(std::string_view(entry_text_[entry.block])
+                         .substr(entry.begin, entry.end - entry.begin));
+    pieces.push_back(all_languages || caused[entry.language] ? kCaused : kNotCaused);
   }
   pieces.push_back(*tail);
   return pieces;

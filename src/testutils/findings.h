@@ -96,15 +96,19 @@ class FindingsRecorder {
     long missing = 0;
     long empty = 0;
   };
-  // Where a finding's entry ends in `entries_text_`, and the language it
-  // concerns (its index in `entry_languages_`): the entry's last member,
-  // "input_problem", depends on problems that may be met later in the run
-  // and is added when the document is written.
+  // Where a finding's entry stands in `entry_text_` (which block, from where
+  // to where), and the language it concerns (its index in
+  // `entry_languages_`): the entry's last member, "input_problem", depends
+  // on problems that may be met later in the run and is added when the
+  // document is written. The entries' text is kept in blocks of about a
+  // megabyte, so that it never has to be moved to grow.
   struct Entry {
+    size_t block = 0;
+    size_t begin = 0;
     size_t end = 0;
     size_t language = 0;
   };
-  // The document's pieces in order; views into `entries_text_` and into
+  // The document's pieces in order; views into `entry_text_` and into
   // `head` and `tail`, which the caller keeps alive.
   std::vector<std::string_view> Pieces(std::string* head, std::string* tail) const;
   nlohmann::ordered_json RunJson() const;
@@ -114,7 +118,7 @@ class FindingsRecorder {
   std::string mode_;
   std::vector<std::string> arguments_;
   std::vector<std::string> languages_;
-  std::string entries_text_;
+  std::vector<std::string> entry_text_;
   std::vector<Entry> entries_;
   std::vector<std::string> entry_languages_;
   std::vector<InputProblem> problems_;

@@ -224,6 +224,12 @@ class ColumnList {
   // The hint messages of every messages section of a language's message
   // file: section name -> its "hint_" message names, ascending. Only the
   // hints written directly in a section count; includes add nothing.
+  //
+  // A large manager's message file parses into a document of many times its
+  // size, and only the sections' names and their children's names are
+  // needed here, so a plain file (UTF-8, no namespaces, no DTD) is read
+  // with the element scanner instead; any other file, and every file under
+  // literal evaluation, is parsed as a document and queried.
   class HintList {
    public:
     HintList(const std::string& manager, const std::string& lang);
@@ -233,6 +239,17 @@ class ColumnList {
     std::string lang;
     std::map<std::string, std::vector<std::string>> table;
     pnl_xml::Xml doc;
+
+   private:
+    // One messages section: its name and its element children as (element
+    // name, "name" attribute).
+    struct Section {
+      std::string name;
+      std::vector<std::pair<std::string, std::string>> children;
+    };
+    bool ScanSections(std::vector<Section>* sections) const;
+    void QuerySections(std::vector<Section>* sections);
+    std::string path_;
   };
 
   std::string manager;
