@@ -524,9 +524,9 @@ class ParsedFiles {
       return;
     }
     if (it != entries_.end()) Drop(it);
-    if (Cost(size) > kMaxBytes / 8) return;  // too large to keep beside others
+    if (size > kMaxBytes / 8) return;  // too large to keep beside others
     while (!entries_.empty() &&
-           (entries_.size() >= kMaxEntries || bytes_ + Cost(size) > kMaxBytes))
+           (entries_.size() >= kMaxEntries || bytes_ + 2 * size > kMaxBytes))
       DropOldest();
     holder->in_file_cache = true;
     Entry entry;
@@ -536,7 +536,7 @@ class ParsedFiles {
     entry.generation = holder->generation;
     entry.last_use = ++clock_;
     entries_.emplace(path, std::move(entry));
-    bytes_ += Cost(size);
+    bytes_ += 2 * size;
   }
 
   // Lets go of `holder` if it is kept, so that its owner may reuse it.
@@ -553,14 +553,7 @@ class ParsedFiles {
 
  private:
   static constexpr std::size_t kMaxEntries = 32;
-  // What the kept documents may cost in memory. A parsed document takes
-  // about sixteen times its file's bytes (a node, its attribute and the
-  // text between elements for every short message), and a kept one may
-  // have its untouched copy beside it. So only the audits' small, often
-  // reloaded cache files are kept; a whole message file of a large manager
-  // is parsed when it is needed and freed after.
-  static constexpr std::size_t kMaxBytes = 96u << 20;
-  static constexpr std::size_t Cost(std::size_t file_size) { return 2 * 16 * file_size; }
+  static constexpr std::size_t kMaxBytes = 256u << 20;  // counted twice the file sizes
 
   struct Entry {
     std::string stamp;
@@ -578,7 +571,7 @@ class ParsedFiles {
   }
 
   void Drop(std::unordered_map<std::string, Entry>::iterator it) {
-    bytes_ -= Cost(it->second.size);
+    bytes_ -= 2 * it->second.size;
     it->second.shared->in_file_cache = false;
     FreePristine(it->second);
     entries_.erase(it);

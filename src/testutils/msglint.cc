@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <iostream>
+#include <string_view>
 #include <thread>
 
 #include "pnl/client.h"
@@ -927,9 +928,11 @@ bool ColumnList::HintList::ScanSections(std::vector<Section>* sections) const {
   std::vector<pnl_xml::ElementSpan> spans;
   std::string error;
   if (!pnl_xml::ScanElements(text, path_, &spans, &error)) return false;
+  const std::string_view bytes = text;
   for (const pnl_xml::ElementSpan& span : spans) {
     // A prefix in a start tag, of the element or of an attribute.
-    if (text.find(':', span.begin) < span.content_begin) return false;
+    const std::string_view tag = bytes.substr(span.begin, span.content_begin - span.begin);
+    if (tag.find(':') != std::string_view::npos) return false;
   }
   if (spans.empty() || spans[0].name != "pnldata") return true;
 
