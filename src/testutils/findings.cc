@@ -451,7 +451,12 @@ bool CheckFile(FindingsRecorder& recorder, const std::string& work_dir, const st
   if (!pnl_file::ReadFile(path, text)) {
     const int error = errno;
     problem.kind = pnl_file::Exists(path) ? "unreadable-file" : "missing-file";
-    problem.message = std::strerror(error);
+    // A directory or a FIFO where the file belongs is named as such, not by
+    // the error number the refusal left.
+    const std::string what = pnl_file::Describe(path);
+    problem.message = what.starts_with("a ") && what != "a regular file"
+                          ? what + ", not a regular file"
+                          : std::string(std::strerror(error));
     recorder.AddProblem(problem);
     return false;
   }

@@ -1,5 +1,7 @@
 #include "testutils/findings.h"
 
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -183,6 +185,21 @@ TEST(InputProblemsTest, DroppedUnexaminedMalformedAndMissing) {
   EXPECT_EQ("fr", problems[1]["language"]);
   EXPECT_EQ("language-not-checked", problems[2]["kind"]);
   EXPECT_EQ("de", problems[2]["language"]);
+}
+
+TEST(InputProblemsTest, DirectoryAndFifoAreNamedAsSuch) {
+  ScratchDir dir;
+  dir.Write("etc/xml/m.xml", "<pnldata/>\n");
+  dir.MakeDir("etc/xml/m_msg_en.xml");
+  ASSERT_EQ(0, mkfifo((dir.path() + "/etc/xml/m_msg_ru.xml").c_str(), 0644));
+  FindingsRecorder recorder;
+  RecordInputProblems(recorder, dir.path(), "m", {"en", "ru"}, {"en", "ru"});
+  const json problems = json::parse(recorder.ToJson())["input_problems"];
+  ASSERT_EQ(2u, problems.size());
+  EXPECT_EQ("unreadable-file", problems[0]["kind"]);
+  EXPECT_EQ("a directory, not a regular file", problems[0]["message"]);
+  EXPECT_EQ("unreadable-file", problems[1]["kind"]);
+  EXPECT_EQ("a FIFO, not a regular file", problems[1]["message"]);
 }
 
 TEST(InputProblemsTest, MissingDescription) {
