@@ -67,15 +67,7 @@ cmake --build "$build" --target kern pnlctl msglint_launcher msglint_module nosl
 nosleep="$build/tests/libnosleep.so"
 python=/usr/bin/python3
 
-stop_panels() {
-  local pid
-  for pid in var/run/*.pid; do
-    [ -f "$pid" ] || continue
-    pid="$(cat "$pid")"
-    kill "$pid" 2>/dev/null || true
-    for _ in $(seq 50); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
-  done
-}
+. "$here/tests/support/stop_panels.sh"
 
 # Peak RSS in kB of the running panels (the largest).
 panel_rss() {

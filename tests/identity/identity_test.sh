@@ -21,15 +21,7 @@ cases="$source_dir/tests/identity/cases"
 python=/usr/bin/python3
 failed=0
 
-stop_panels() {
-  local pid
-  for pid in var/run/*.pid; do
-    [ -f "$pid" ] || continue
-    pid="$(cat "$pid")"
-    kill "$pid" 2>/dev/null || true
-    for _ in $(seq 50); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
-  done
-}
+. "$source_dir/tests/support/stop_panels.sh"
 
 # One line per file of the cache: the SHA-256 of its bytes and its path.
 cache_digest() {
