@@ -207,10 +207,17 @@ Execute::Execute(const std::string& command, int /*flags*/)
     : argv_(SplitWords(command)), command_(command) {}
 
 Execute::~Execute() {
-  // Run() always waits for its child, so nothing is left running here.
+  // A command started and never waited for is waited for here, so nothing
+  // is left running.
+  Wait();
 }
 
 void Execute::Run() {
+  Start();
+  Wait();
+}
+
+void Execute::Start() {
   if (ran_) return;
   ran_ = true;
   status_ = -1;
@@ -241,11 +248,22 @@ void Execute::Run() {
     return;
   }
   started_ = true;
+  pid_ = pid;
+  output_fd_ = output[0];
+  deadline_ms_ = NowMs() + time_limit_s_ * 1000LL;
+}
+
+void Execute::Wait() {
+  if (pid_ < 0) return;
+  const pid_t pid = pid_;
+  const int out = output_fd_;
+  pid_ = -1;
+  output_fd_ = -1;
 
   // Gather the output until the child has ended. A command may leave a
   // process of its own holding the pipe, so the end of the child, not the
   // end of the pipe, ends the wait.
-  fcntl(output[0], F_SETFL, fcntl(output[0], F_GETFL) | O_NONBLOCK);
+  fcntl(out, F_SETFL, fcntl(out, F_GETFL) | O_NONBLOCK);
   // A descriptor that becomes readable when the child ends, so that the
   // wait below wakes at its end rather than at the next tick; without one
   // (a kernel older than 5.3) the wait looks again every few milliseconds.
@@ -255,7 +273,7 @@ void Execute::Run() {
   bool reaped = false;
   bool killed = false;
   int wait_status = 0;
-  long long deadline = NowMs() + time_limit_s_ * 1000LL;
+  const long long deadline = deadline_ms_;
   for (;;) {
     if (pipe_open) {
       char buffer[4096];
@@ -263,7 +281,7 @@ void Execute::Run() {
       // Bounded, so that a command that writes without end cannot keep
       // the time limit from being checked.
       for (int i = 0; i < 256; ++i) {
-        n = read(output[0], buffer, sizeof(buffer));
+        n = read(out, buffer, sizeof(buffer));
         if (n <= 0) break;
         pending.append(buffer, static_cast<size_t>(n));
       }
@@ -293,7 +311,7 @@ void Execute::Run() {
     }
     struct pollfd fds[2];
     nfds_t count = 0;
-    if (pipe_open) fds[count++] = {output[0], POLLIN, 0};
+    if (pipe_open) fds[count++] = {out, POLLIN, 0};
     if (child_fd >= 0) fds[count++] = {child_fd, POLLIN, 0};
     int wait_ms = pipe_open ? 50 : 10;
     // The child's end wakes the wait, so it may last until the time limit.
@@ -302,7 +320,7 @@ void Execute::Run() {
     poll(count > 0 ? fds : nullptr, count, wait_ms);
   }
   if (child_fd >= 0) close(child_fd);
-  close(output[0]);
+  close(out);
   if (capture_)
     output_ += pending;
   else
@@ -323,7 +341,8 @@ void Execute::Run() {
 }
 
 int Execute::Result() {
-  Run();
+  Start();
+  Wait();
   return status_;
 }
 

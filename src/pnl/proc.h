@@ -72,6 +72,12 @@ class Execute {
 
   // Runs the command and returns when it has finished.
   void Run();
+  // Starts the command and returns at once; Wait (or Result) waits for its
+  // end. Several commands may run at once this way. What the command
+  // prints waits in its pipe meanwhile.
+  void Start();
+  // Waits for a started command to end; nothing when none runs.
+  void Wait();
   // Runs the command if it has not run, waits for it, and returns its exit
   // status; -1 when it could not be started, was killed or died by a signal.
   int Result();
@@ -82,6 +88,8 @@ class Execute {
   const std::string& Error() const { return error_; }
   // The command as CommandLine shows it.
   std::string Line() const { return CommandLine(argv_); }
+  // The argument vector it runs.
+  const std::vector<std::string>& Arguments() const { return argv_; }
 
  private:
   std::vector<std::string> argv_;
@@ -93,6 +101,11 @@ class Execute {
   bool ran_ = false;
   int status_ = -1;
   int time_limit_s_ = 120;
+  // While started and not waited for: the child, the read end of its
+  // output pipe, and when it is to be killed.
+  pid_t pid_ = -1;
+  int output_fd_ = -1;
+  long long deadline_ms_ = 0;
 };
 
 // Closes every file descriptor from `first` up, except `keep` (-1 keeps

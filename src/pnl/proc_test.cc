@@ -62,6 +62,29 @@ TEST_F(ProcTest, ResultRunsTheCommandWhenNotRun) {
   EXPECT_EQ(0, touch.Result());
 }
 
+TEST_F(ProcTest, StartedCommandsRunTogetherAndEachKeepsItsOutput) {
+  // The first waits until the second has run: both must be running at once.
+  pnl_proc::Execute first({"sh", "-c", "while [ ! -e second ]; do sleep 0.01; done; echo one"});
+  pnl_proc::Execute second({"sh", "-c", "touch second; echo two; exit 2"});
+  first.CaptureOutput();
+  second.CaptureOutput();
+  first.Start();
+  second.Start();
+  EXPECT_EQ(0, first.Result());
+  EXPECT_EQ("one\n", first.Output());
+  EXPECT_EQ(2, second.Result());
+  EXPECT_EQ("two\n", second.Output());
+  EXPECT_EQ("exit status 2", second.Error());
+}
+
+TEST_F(ProcTest, WaitWithoutStartDoesNothing) {
+  pnl_proc::Execute touch("touch made", 0);
+  touch.Wait();
+  EXPECT_FALSE(pnl_file::Exists("made"));
+  EXPECT_EQ(0, touch.Result());
+  EXPECT_TRUE(pnl_file::Exists("made"));
+}
+
 TEST_F(ProcTest, NoShellSemicolonIsAnArgument) {
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
@@ -189,6 +212,10 @@ TEST_F(ProcTest, NothingIsLeftBehind) {
   }
   {
     pnl_proc::Execute never("true", 0);  // destroyed without running
+  }
+  {
+    pnl_proc::Execute started("sleep 0.05", 0);  // destroyed while running
+    started.Start();
   }
   EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
 }
