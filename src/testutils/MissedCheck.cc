@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <sstream>
 
 #include "pnl/file.h"
@@ -14,6 +15,7 @@
 #include "pnl/str.h"
 #include "testutils/findings.h"
 #include "testutils/msglint.h"
+#include "testutils/ordered_steps.h"
 
 namespace {
 
@@ -82,6 +84,10 @@ const ExclusionRow kExclusions[] = {
     {"rudpnl", "dashboard.info", "type"},
 };
 
+// How many pnlctl runs of the audit may run at once: enough to keep two
+// processors busy while the audit goes on.
+const std::size_t kPanelCallsAtOnce = 4;
+
 // Colours that a setcolor element may name, compared exactly.
 const char* const kAllowedColors[] = {"red", "green", "blue", "yellow", "cyan"};
 
@@ -144,12 +150,36 @@ LastReport& Last() {
 
 void Report(FILE* out_file, pnl_log::Level level, const std::string& record,
             const std::string& coded, const std::string& sentence) {
-  Last() = LastReport{coded, sentence};
-  if (msglint_log.Check(level)) msglint_log.Write(level, "%s", record.c_str());
-  if (fputs(coded.c_str(), out_file) < 0 || fflush(out_file) != 0)
-    tell_write_error("var/test_msgs", strerror(errno));
-  fputs(sentence.c_str(), stdout);
-  fflush(stdout);
+  in_order([out_file, level, record, coded, sentence] {
+    Last() = LastReport{coded, sentence};
+    if (msglint_log.Check(level)) msglint_log.Write(level, "%s", record.c_str());
+    if (fputs(coded.c_str(), out_file) < 0 || fflush(out_file) != 0)
+      tell_write_error("var/test_msgs", strerror(errno));
+    fputs(sentence.c_str(), stdout);
+    fflush(stdout);
+  });
+}
+
+// Writes `text` as a log record of `level`, in its place among what the
+// audit says.
+void Log(pnl_log::Level level, const std::string& text) {
+  if (!msglint_log.Check(level)) return;
+  in_order([level, text] { msglint_log.Write(level, "%s", text.c_str()); });
+}
+
+// Prints `text` on standard output, in its place among what the audit says.
+void Print(const std::string& text) {
+  in_order([text] {
+    fputs(text.c_str(), stdout);
+    fflush(stdout);
+  });
+}
+
+// Counts a message of `object` in `lang` found present, in its place
+// among what the audit says (the findings file lists objects in the order
+// first met).
+void Present(const std::string& lang, const std::string& object) {
+  in_order([lang, object] { Findings().Present(lang, object); });
 }
 
 // Records the finding just reported (or, with `sentence`, printed): its
@@ -171,15 +201,19 @@ void Record(const char* kind, const std::string& object, const char* element_typ
   finding.section = section;
   finding.file = DescriptionFile(PNL_NAME());
   finding.line = line;
-  if (sentence.empty()) {
+  if (!sentence.empty()) {
+    finding.report = sentence;
+    in_order([finding] { Findings().Add(finding); });
+    return;
+  }
+  // The finding just reported: its texts are there once the report is.
+  in_order([finding]() mutable {
     finding.report = Last().sentence;
     finding.audit_line = Last().coded;
     if (!finding.audit_line.empty() && finding.audit_line.back() == '\n')
       finding.audit_line.pop_back();
-  } else {
-    finding.report = sentence;
-  }
-  Findings().Add(finding);
+    Findings().Add(finding);
+  });
 }
 
 // The query that finds the message `name` in a messages document.
@@ -233,6 +267,14 @@ int MissedCheck::check() {
   if (msglint_log.Check(9))
     msglint_log.Write(9, "%s:%d Validating xml on self-included conditions.", MSGLINT_HERE);
   main_xml.LoadFromFile(main_xml_path);
+
+  // The pnlctl runs of the audit go on while the audit does, a few at a
+  // time; what it says stays in order behind them. Under literal
+  // evaluation each run is waited for where it starts, as the audit reads.
+  std::unique_ptr<OrderedSteps> steps;
+  if (!pnl_xml::IsLiteralEvaluation()) steps = std::make_unique<OrderedSteps>(kPanelCallsAtOnce);
+  set_audit_steps(steps.get());
+
   if (report_mode == "-f") ValidateNext(main_xml, "//pnldata", {}, "pnldata");
 
   pnl_xml::XPath metadata(main_xml, "//pnldata/metadata");
@@ -260,6 +302,9 @@ int MissedCheck::check() {
     }
   }
 
+  if (steps) steps->Finish();
+  set_audit_steps(nullptr);
+
   if (fclose(out_file) != 0) tell_write_error("var/test_msgs", strerror(errno));
   out_file = nullptr;
 
@@ -280,14 +325,33 @@ bool MissedCheck::isExcludedProp(std::string form, const std::string& prop) {
 
 bool MissedCheck::usedFunctionToCheck(const std::string& func, const std::string& field,
                                       const std::string& lang) {
+  call_panel_function(func);
+  return checkedHasHint(func, field, lang);
+}
+
+bool MissedCheck::checkedHasHint(const std::string& func, const std::string& field,
+                                 const std::string& lang) {
   const std::string work_dir = pnl_file::GetCurrentDir();
   const std::string cache_file = pnl_file::GoodPath(work_dir + "/var/.xmlcache/" + PNL_NAME() +
                                                     "/checked/" + func + ".msg." + lang + ".xml");
-  call_panel_function(func);
   if (!pnl_file::Exists(cache_file)) return false;
   pnl_xml::Xml messages;
   messages.LoadFromFile(cache_file);
   return !pnl_xml::XPath(messages, MsgQuery("hint_" + field)).empty();
+}
+
+void MissedCheck::whenHintChecked(const std::string& func, const std::string& field,
+                                  const std::string& lang, std::function<void(bool)> then) {
+  OrderedSteps* steps = audit_steps();
+  if (steps == nullptr) {
+    then(usedFunctionToCheck(func, field, lang));
+    return;
+  }
+  steps->After(panel_function_command(func),
+               [this, func, field, lang, then](pnl_proc::Execute& command) {
+                 panel_function_done(command);
+                 then(checkedHasHint(func, field, lang));
+               });
 }
 
 void MissedCheck::add_kern_common_msg(pnl_xml::Xml& msgs, const std::string& lang) {
@@ -321,7 +385,7 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
     if (isExcludedProp(meta_name, name)) continue;
     if (Contains(field_skip_list, meta_name + "." + name)) {
       if (msglint_log.Check(4))
-        msglint_log.Write(4, "Skiping %s from %s 'cause it's in the shit list.", F, M);
+        Log(4, Format("Skiping %s from %s 'cause it's in the shit list.", F, M));
       continue;
     }
 
@@ -339,9 +403,8 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
         continue;
       if (textdata[0].GetProp("name") == name) {
         if (msglint_log.Check(3))
-          msglint_log.Write(3, "Textdata name = field name with value: %s in form: %s \n", F, M);
-        printf("Textdata name = field name with value: %s in form: %s \n", F, M);
-        fflush(stdout);
+          Log(3, Format("Textdata name = field name with value: %s in form: %s \n", F, M));
+        Print(Format("Textdata name = field name with value: %s in form: %s \n", F, M));
         Record("textdata-named-like-field", meta_name, "field", name, "", 0, "", "",
                textdata[0].Line(),
                Format("Textdata name = field name with value: %s in form: %s \n", F, M));
@@ -354,22 +417,22 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
     };
     if (only(msg_textdata)) {
       if (msglint_log.Check(4))
-        msglint_log.Write(4, "Only textdata in field '%s' in '%s' skiping it", F, M);
+        Log(4, Format("Only textdata in field '%s' in '%s' skiping it", F, M));
       continue;
     }
     if (only(links)) {
       if (msglint_log.Check(4))
-        msglint_log.Write(4, "Only links presented in field '%s' in '%s' skiping it", F, M);
+        Log(4, Format("Only links presented in field '%s' in '%s' skiping it", F, M));
       continue;
     }
     if (only(descs)) {
       if (msglint_log.Check(4))
-        msglint_log.Write(4, "Only descriptions presented in field '%s' in '%s' skiping it", F, M);
+        Log(4, Format("Only descriptions presented in field '%s' in '%s' skiping it", F, M));
       continue;
     }
     if (only(hidden)) {
       if (msglint_log.Check(4))
-        msglint_log.Write(4, "Skiping field '%s' in '%s' 'cause it is hidden", F, M);
+        Log(4, Format("Skiping field '%s' in '%s' 'cause it is hidden", F, M));
       continue;
     }
 
@@ -381,21 +444,18 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
       const std::string convert = domains[0].GetProp("convert");
       if (convert.empty()) {
         if (msglint_log.Check(3))
-          msglint_log.Write(3, "No attribute convert on field %s for form named \"%s\" \n", F, M);
-        printf("No attribute convert on field %s for form named \"%s\" \n", F, M);
-        fflush(stdout);
+          Log(3, Format("No attribute convert on field %s for form named \"%s\" \n", F, M));
+        Print(Format("No attribute convert on field %s for form named \"%s\" \n", F, M));
         ++title_errors;
         Record("missing-convert", meta_name, "field", name, "", 16, "", "", domains[0].Line(),
                Format("No attribute convert on field %s for form named \"%s\" \n", F, M));
       } else if (convert != "punycode") {
         if (msglint_log.Check(3))
-          msglint_log.Write(3,
-                            "Wrong attribute value convert %s on field %s for form named "
+          Log(3, Format("Wrong attribute value convert %s on field %s for form named "
                             "\"%s\" \n",
-                            convert.c_str(), F, M);
-        printf("Wrong attribute value convert %s on field %s for form named \"%s\" \n",
-               convert.c_str(), F, M);
-        fflush(stdout);
+                            convert.c_str(), F, M));
+        Print(Format("Wrong attribute value convert %s on field %s for form named \"%s\" \n",
+                     convert.c_str(), F, M));
         ++title_errors;
         Record("wrong-convert", meta_name, "field", name, "", 16, "", "", domains[0].Line(),
                Format("Wrong attribute value convert %s on field %s for form named \"%s\" \n",
@@ -407,9 +467,8 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
       hint_fields.push_back(name);
 
     if (checkboxes.size() > descs.size() && msglint_log.Check(4))
-      msglint_log.Write(
-          4, "size of descriptions is less than size of checkbox in \"%s\" with field name \"%s\".",
-          M, F);
+      Log(4, Format("size of descriptions is less than size of checkbox in \"%s\" with field name \"%s\".",
+          M, F));
 
     for (pnl_xml::XmlNode desc : descs) {
       const std::string desc_name = desc.GetProp("name");
@@ -434,13 +493,12 @@ void MissedCheck::ValidateNext(pnl_xml::Xml doc, const std::string& path,
 
     if (Contains(conditions, cond)) {
       if (msglint_log.Check(3))
-        msglint_log.Write(3,
-                          "There are self-included conditions for xml: \"%s\" with condition "
+        Log(3, Format("There are self-included conditions for xml: \"%s\" with condition "
                           "(if) = \"%s\".",
-                          child_name.c_str(), cond.c_str());
-      printf("There are self-included conditions for xml: \"%s\" with condition (if) = \"%s\".\n",
-             child_name.c_str(), cond.c_str());
-      fflush(stdout);
+                          child_name.c_str(), cond.c_str()));
+      Print(Format(
+          "There are self-included conditions for xml: \"%s\" with condition (if) = \"%s\".\n",
+          child_name.c_str(), cond.c_str()));
       Record("self-included-condition", "", "element", child_name, "", 0, "", "", child.Line(),
              Format("There are self-included conditions for xml: \"%s\" with condition (if) = "
                     "\"%s\".\n",
@@ -465,7 +523,7 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
     const std::string form_file = cache_dir + "/" + form + ".msg." + lang + ".xml";
     const std::string common_file = cache_dir + "/common.msg." + lang + ".xml";
     if (!pnl_file::Exists(form_file)) {
-      if (msglint_log.Check(4)) msglint_log.Write(4, "File \"%s\" not exist.", form_file.c_str());
+      if (msglint_log.Check(4)) Log(4, Format("File \"%s\" not exist.", form_file.c_str()));
       continue;
     }
     pnl_xml::Xml messages;
@@ -476,7 +534,7 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
 
     if (Contains(lang_skip_list, form)) {
       if (msglint_log.Check(4))
-        msglint_log.Write(4, "Skiping %s from titles 'cause it's in the shit list.", F);
+        Log(4, Format("Skiping %s from titles 'cause it's in the shit list.", F));
       continue;
     }
     if (form.find("filter") != std::string::npos) continue;
@@ -489,7 +547,7 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
       ++title_errors;
       Record("missing-title", form, "form", form, lang, 16, "title", form, form_line);
     } else {
-      Findings().Present(lang, form);
+      Present(lang, form);
     }
 
     for (const std::string& field : hint_fields) {
@@ -501,55 +559,46 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
           form.find("filter") != std::string::npos)
         continue;
 
+      const MessageState label_state = label.empty()             ? MessageState::kMissing
+                                       : label[0].Str().empty() ? MessageState::kEmpty
+                                                                : MessageState::kPresent;
+      const long line = element_lines["field:" + field];
       if (hint.empty()) {
-        if (usedFunctionToCheck(form, field, lang)) continue;
-        if (manager == "rudpnl" && field == "confinfo") continue;
-        if (manager == "rudpnl" && field == "net" && form == "vlan.edit") continue;
-        if (manager == "kelpnl" && field == "stat" && form == "usermove.last") continue;
-        if (manager == "kelpnl" && field == "comment" && form == "admin.edit") continue;
-        Report(out_file, 4,
-               Format("There is no hint for field \"%s\" from \"%s\" on %s language.", N, F, L),
-               Format("HINT %s.%s %s\n", F, N, L),
-               Format("There is no hint for field \"%s\" from \"%s\" on %s language.\n", N, F, L) +
-                   Format("Must be: <msg name=\"hint_%s\"></msg>\n", N));
-        ++hint_errors;
-        Record("missing-hint", form, "field", field, lang, 2, "hint_" + field, form,
-               element_lines["field:" + field]);
-      } else if (hint[0].Str().empty()) {
+        // What follows for this field waits for the panel's checked
+        // messages; the audit goes on meanwhile.
+        whenHintChecked(form, field, lang, [this, form, field, lang, label_state, line](bool used) {
+          if (used) return;
+          const std::string& manager = PNL_NAME();
+          if (manager == "rudpnl" && field == "confinfo") return;
+          if (manager == "rudpnl" && field == "net" && form == "vlan.edit") return;
+          if (manager == "kelpnl" && field == "stat" && form == "usermove.last") return;
+          if (manager == "kelpnl" && field == "comment" && form == "admin.edit") return;
+          const char* const F = form.c_str();
+          const char* const N = field.c_str();
+          const char* const L = lang.c_str();
+          Report(out_file, 4,
+                 Format("There is no hint for field \"%s\" from \"%s\" on %s language.", N, F, L),
+                 Format("HINT %s.%s %s\n", F, N, L),
+                 Format("There is no hint for field \"%s\" from \"%s\" on %s language.\n", N, F,
+                        L) +
+                     Format("Must be: <msg name=\"hint_%s\"></msg>\n", N));
+          ++hint_errors;
+          Record("missing-hint", form, "field", field, lang, 2, "hint_" + field, form, line);
+          check_label(form, field, lang, label_state, line);
+        });
+        continue;
+      }
+      if (hint[0].Str().empty()) {
         Report(out_file, 4,
                Format("Hint for field \"%s\" from \"%s\" on %s language is empty.", N, F, L),
                Format("EMPTY HINT %s.%s %s\n", F, N, L),
                Format("Hint for field \"%s\" from \"%s\" on %s language is empty.\n", N, F, L));
         ++hint_errors;
-        Record("empty-hint", form, "field", field, lang, 2, "hint_" + field, form,
-               element_lines["field:" + field]);
+        Record("empty-hint", form, "field", field, lang, 2, "hint_" + field, form, line);
       } else {
-        Findings().Present(lang, form);
+        Present(lang, form);
       }
-
-      if (label.empty()) {
-        if (manager == "rudpnl" && field == "confinfo" && form == "spareaddmoveconfirm") continue;
-        if (manager == "kelpnl" && field == "stat" && form == "usermove.last") continue;
-        if (manager == "kelpnl" && field == "comment" && form == "admin.edit") continue;
-        Report(out_file, 3,
-               Format("There is no label for field \"%s\" from \"%s\" on %s language.", N, F, L),
-               Format("LABEL %s.%s %s\n", F, N, L),
-               Format("There is no label for field \"%s\" from \"%s\" on %s language.\n", N, F, L));
-        ++label_errors;
-        Record("missing-label", form, "field", field, lang, 4, field, form,
-               element_lines["field:" + field]);
-      } else if (label[0].Str().empty()) {
-        // An empty label is reported with the empty-hint texts on purpose.
-        Report(out_file, 3,
-               Format("Hint for field \"%s\" from \"%s\" on %s language is empty.", N, F, L),
-               Format("EMPTY HINT %s.%s %s\n", F, N, L),
-               Format("Hint for field \"%s\" from \"%s\" on %s language is empty.\n", N, F, L));
-        ++label_errors;
-        Record("empty-label", form, "field", field, lang, 4, field, form,
-               element_lines["field:" + field]);
-      } else {
-        Findings().Present(lang, form);
-      }
+      check_label(form, field, lang, label_state, line);
     }
 
     for (const std::string& checkbox : checkbox_descs) {
@@ -576,9 +625,38 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
         Record("empty-checkbox-description", form, "checkbox", checkbox, lang, 8, checkbox, form,
                element_lines["checkbox:" + checkbox]);
       } else {
-        Findings().Present(lang, form);
+        Present(lang, form);
       }
     }
+  }
+}
+
+void MissedCheck::check_label(const std::string& form, const std::string& field,
+                              const std::string& lang, MessageState label, long line) {
+  const std::string& manager = PNL_NAME();
+  const char* const F = form.c_str();
+  const char* const N = field.c_str();
+  const char* const L = lang.c_str();
+  if (label == MessageState::kMissing) {
+    if (manager == "rudpnl" && field == "confinfo" && form == "spareaddmoveconfirm") return;
+    if (manager == "kelpnl" && field == "stat" && form == "usermove.last") return;
+    if (manager == "kelpnl" && field == "comment" && form == "admin.edit") return;
+    Report(out_file, 3,
+           Format("There is no label for field \"%s\" from \"%s\" on %s language.", N, F, L),
+           Format("LABEL %s.%s %s\n", F, N, L),
+           Format("There is no label for field \"%s\" from \"%s\" on %s language.\n", N, F, L));
+    ++label_errors;
+    Record("missing-label", form, "field", field, lang, 4, field, form, line);
+  } else if (label == MessageState::kEmpty) {
+    // An empty label is reported with the empty-hint texts on purpose.
+    Report(out_file, 3,
+           Format("Hint for field \"%s\" from \"%s\" on %s language is empty.", N, F, L),
+           Format("EMPTY HINT %s.%s %s\n", F, N, L),
+           Format("Hint for field \"%s\" from \"%s\" on %s language is empty.\n", N, F, L));
+    ++label_errors;
+    Record("empty-label", form, "field", field, lang, 4, field, form, line);
+  } else {
+    Present(lang, form);
   }
 }
 
@@ -596,7 +674,7 @@ void MissedCheck::check_list() {
   auto assemble = [this, &list, &assembled](const std::string& lang) -> const pnl_xml::Xml* {
     const std::string list_file = cache_dir + "/" + list + ".msg." + lang + ".xml";
     if (!pnl_file::Exists(list_file)) {
-      if (msglint_log.Check(4)) msglint_log.Write(4, "File \"%s\" not exist.", list_file.c_str());
+      if (msglint_log.Check(4)) Log(4, Format("File \"%s\" not exist.", list_file.c_str()));
       return nullptr;
     }
     auto kept = assembled.find(lang);
@@ -614,7 +692,7 @@ void MissedCheck::check_list() {
 
     if (Contains(list_skip_list, list + "." + column_name)) {
       if (msglint_log.Check(4))
-        msglint_log.Write(4, "Skiping collumn %s from %s 'cause it's in the shit list.", N, S);
+        Log(4, Format("Skiping collumn %s from %s 'cause it's in the shit list.", N, S));
       continue;
     }
 
@@ -636,7 +714,7 @@ void MissedCheck::check_list() {
         Record("missing-column-description", list, "column", column_name, lang, 8, column_name,
                list, column.Line());
       } else {
-        Findings().Present(lang, list);
+        Present(lang, list);
       }
     }
 
@@ -771,7 +849,7 @@ void MissedCheck::check_list() {
         Record(short_name.empty() ? "missing-button-short-name" : "empty-button-short-name", list,
                "button", button_name, lang, 2, "short_" + button_name, list, button.Line());
       } else {
-        Findings().Present(lang, list);
+        Present(lang, list);
       }
 
       pnl_xml::XPath hint(*messages, MsgQuery("hint_" + button_name));
@@ -786,7 +864,7 @@ void MissedCheck::check_list() {
         Record(hint.empty() ? "missing-button-hint" : "empty-button-hint", list, "button",
                button_name, lang, 2, "hint_" + button_name, list, button.Line());
       } else {
-        Findings().Present(lang, list);
+        Present(lang, list);
       }
     }
   }
@@ -837,7 +915,7 @@ void MissedCheck::check_mainmenu() {
       pnl_xml::XPath menu_msg(messages, MsgQuery("menu_" + item));
       pnl_xml::XPath plain_msg(messages, MsgQuery(item));
       if (!menu_msg.empty() || !plain_msg.empty()) {
-        Findings().Present(lang, "mainmenu");
+        Present(lang, "mainmenu");
         continue;
       }
 

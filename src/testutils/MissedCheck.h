@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -22,8 +23,19 @@ class MissedCheck {
   int check();
 
   bool isExcludedProp(std::string form, const std::string& prop);
+  // Calls the panel function `func` (pnlctl) and tells whether the checked
+  // messages it leaves for `lang` hold the hint of `field`.
   bool usedFunctionToCheck(const std::string& func, const std::string& field,
                            const std::string& lang);
+  // Whether the checked messages of `func` for `lang` hold the hint of
+  // `field`, as the panel left them.
+  bool checkedHasHint(const std::string& func, const std::string& field,
+                      const std::string& lang);
+  // usedFunctionToCheck with the answer given to `then`: at once, or, while
+  // the audit runs its steps in order, once the pnlctl run has ended (the
+  // audit going on meanwhile).
+  void whenHintChecked(const std::string& func, const std::string& field,
+                       const std::string& lang, std::function<void(bool)> then);
   void add_kern_common_msg(pnl_xml::Xml& msgs, const std::string& lang);
 
   void check_form_fields(bool multi_form, const pnl_xml::XmlNode& form,
@@ -31,6 +43,12 @@ class MissedCheck {
                          std::vector<std::string>& checkbox_descs);
   void check_form_langs(const std::vector<std::string>& hint_fields,
                         const std::vector<std::string>& checkbox_descs);
+  // What the description's messages say of a message.
+  enum class MessageState { kMissing, kEmpty, kPresent };
+  // Reports the label of `field` of form `form` in `lang` when missing or
+  // empty (at `line` of the description).
+  void check_label(const std::string& form, const std::string& field, const std::string& lang,
+                   MessageState label, long line);
   void check_list();
   void check_mainmenu();
   void ValidateNext(pnl_xml::Xml doc, const std::string& path,

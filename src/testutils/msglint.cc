@@ -214,15 +214,39 @@ int run_command(const std::vector<std::string>& argv, bool must_succeed) {
   return status;
 }
 
+namespace {
+OrderedSteps* g_audit_steps = nullptr;
+}  // namespace
+
+void set_audit_steps(OrderedSteps* steps) { g_audit_steps = steps; }
+
+OrderedSteps* audit_steps() { return g_audit_steps; }
+
+void in_order(std::function<void()> step) {
+  if (g_audit_steps != nullptr)
+    g_audit_steps->Then(std::move(step));
+  else
+    step();
+}
+
 void call_panel_function(const std::string& function) {
+  std::unique_ptr<pnl_proc::Execute> command = panel_function_command(function);
+  command->Run();
+  panel_function_done(*command);
+}
+
+std::unique_ptr<pnl_proc::Execute> panel_function_command(const std::string& function) {
   const std::string work_dir = pnl_file::GetCurrentDir();
   // The panel writes the checked files of every language whatever the
   // request names, so the request always asks in Russian. Every piece is
   // one argument, whatever blanks the directory or the names hold.
-  const std::vector<std::string> argv = {pnl_file::GoodPath(work_dir + "/sbin/pnlctl"), "-m",
-                                         PNL_NAME(), function, "lang=ru"};
-  pnl_proc::Execute command(argv);
-  command.CaptureOutput();
+  auto command = std::make_unique<pnl_proc::Execute>(std::vector<std::string>{
+      pnl_file::GoodPath(work_dir + "/sbin/pnlctl"), "-m", PNL_NAME(), function, "lang=ru"});
+  command->CaptureOutput();
+  return command;
+}
+
+void panel_function_done(pnl_proc::Execute& command) {
   const int status = command.Result();
   std::vector<std::string> lines;
   if (!command.Output().empty()) {
@@ -233,7 +257,7 @@ void call_panel_function(const std::string& function) {
     if (msglint_log.Check(5)) msglint_log.Write(5, "%s: %s", command.Line().c_str(), line.c_str());
   if (status == 0) return;
   if (!command.Started()) {
-    TellCommandFailure(command, argv);
+    TellCommandFailure(command, command.Arguments());
     return;
   }
   // pnlctl names a query without an answer and, after "pnlctl: M: ", the
@@ -255,7 +279,7 @@ void call_panel_function(const std::string& function) {
       told = true;
     }
   }
-  if (!told) TellCommandFailure(command, argv);
+  if (!told) TellCommandFailure(command, command.Arguments());
 }
 
 void tell_names_too_long(const std::vector<std::string>& langs) {
@@ -403,8 +427,10 @@ namespace {
 void TellFileProblem(const std::string& path, const std::string& line) {
   static std::set<std::string> told;
   if (!told.insert(path).second) return;
-  std::cout.flush();
-  std::cerr << line << std::endl;
+  in_order([line] {
+    std::cout.flush();
+    std::cerr << line << std::endl;
+  });
 }
 
 }  // namespace

@@ -5,7 +5,9 @@
 #ifndef TESTUTILS_MSGLINT_H_
 #define TESTUTILS_MSGLINT_H_
 
+#include <functional>
 #include <map>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
@@ -14,7 +16,9 @@
 
 #include "pnl/file.h"
 #include "pnl/log.h"
+#include "pnl/proc.h"
 #include "pnl/xml.h"
+#include "testutils/ordered_steps.h"
 
 // The module's exported entry: argv[0] program, argv[1] manager name, then
 // an optional report mode ("-s" or "-f") and one or more language codes.
@@ -63,6 +67,19 @@ pnl_xml::Xml ask_panel(const std::string& manager, const std::string& query);
 // panel could not write as tell_panel_error tells it; any other failure as
 // run_command tells it.
 void call_panel_function(const std::string& function);
+// While the missing-message audit runs, what the module says goes through
+// its ordered steps (see OrderedSteps), so that it stays behind the panel
+// calls that run meanwhile; otherwise (null steps) it is said at once.
+void set_audit_steps(OrderedSteps* steps);
+OrderedSteps* audit_steps();
+// Runs `step` now, or in its place among the audit's ordered steps.
+void in_order(std::function<void()> step);
+
+// call_panel_function in two halves, for a caller that runs the command
+// while it goes on: the command, not started yet, and what is done once it
+// has ended (its output logged, its failure told).
+std::unique_ptr<pnl_proc::Execute> panel_function_command(const std::string& function);
+void panel_function_done(pnl_proc::Execute& command);
 
 // Tells once on standard error and in the log each form or list of the
 // checked manager's description whose name, made a cache file name for one
