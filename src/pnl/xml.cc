@@ -277,6 +277,24 @@ XmlNode XmlNode::AppendChild(const char* name) {
   return XmlNode(doc_, added);
 }
 
+std::string XmlNode::ToString() const {
+  if (node_ == nullptr) return std::string();
+  xmlBufferPtr buffer = xmlBufferCreate();
+  if (buffer == nullptr) return std::string();
+  std::string text;
+  // The encoding named as for a whole document: characters are written as
+  // they are, not as character references.
+  xmlSaveCtxtPtr save = xmlSaveToBuffer(buffer, "UTF-8", 0);
+  if (save != nullptr) {
+    xmlSaveTree(save, static_cast<xmlNodePtr>(node_));
+    xmlSaveClose(save);
+    text.assign(reinterpret_cast<const char*>(xmlBufferContent(buffer)),
+                static_cast<std::size_t>(xmlBufferLength(buffer)));
+  }
+  xmlBufferFree(buffer);
+  return text;
+}
+
 XmlNode XmlNode::AppendChild(const XmlNode& node) {
   if (!IsElement(node_) || node.node_ == nullptr) return XmlNode();
   xmlNodePtr source = static_cast<xmlNodePtr>(node.node_);
@@ -539,6 +557,8 @@ class ParsedFiles {
     bytes_ += 2 * size;
   }
 
+  std::size_t size() const { return entries_.size(); }
+
   // Lets go of `holder` if it is kept, so that its owner may reuse it.
   void Forget(const DocHolder* holder) {
     for (auto& [path, entry] : entries_) {
@@ -610,9 +630,17 @@ Xml::Xml(const std::string& root_name) : doc_(std::make_shared<DocHolder>()) {
   }
 }
 
+namespace {
+bool g_keep_parsed_files = true;
+}  // namespace
+
+void SetKeepParsedFiles(bool keep) { g_keep_parsed_files = keep; }
+
+std::size_t KeptParsedFiles() { return Files().size(); }
+
 bool Xml::LoadFromFile(const std::string& path) {
   std::string stamp;
-  if (!internal::LiteralEvaluation()) {
+  if (!internal::LiteralEvaluation() && g_keep_parsed_files) {
     if (doc_) Files().Forget(doc_.get());
     stamp = pnl_file::Stamp(path);
     if (!stamp.empty() && (!doc_ || doc_.use_count() == 1)) {

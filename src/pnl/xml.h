@@ -63,6 +63,11 @@ class XmlNode {
   // Text content: the concatenated text and CDATA of the node's subtree
   // (the value of an attribute node). Entity references are not expanded.
   std::string Str() const;
+  // The node written as Xml::ToString(true) writes it inside a document
+  // (unformatted, UTF-8): a document made of a root element and copies of
+  // nodes appended to it is written as the root's start tag, then each
+  // child's ToString, then its end tag. "" for an invalid node.
+  std::string ToString() const;
   // The line of the file where the element starts, as the parser counted
   // it (for an attribute or text node, the line of its element); 0 for an
   // invalid node or a node that was built rather than parsed.
@@ -217,6 +222,14 @@ void SetLiteralEvaluation(bool literal);
 // Whether SetLiteralEvaluation(true) is in force; the audits' own shortcuts
 // follow it too.
 bool IsLiteralEvaluation();
+
+// Whether loads keep parsed files for a later load of the same file (on
+// unless turned off). A program that reads each file once and keeps only
+// what it needs of it (the panel) turns it off, so that no document
+// outlives its last handle.
+void SetKeepParsedFiles(bool keep);
+// How many parsed files are kept now.
+std::size_t KeptParsedFiles();
 
 }  // namespace pnl_xml
 

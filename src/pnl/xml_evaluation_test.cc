@@ -233,4 +233,23 @@ TEST_F(ParsedFileTest, NodesTakenBeforeKeepTheirDocumentFromBeingHandedOut) {
   EXPECT_EQ(Texts(again), "a;;");
 }
 
+TEST_F(ParsedFileTest, WithoutKeepingNoLoadIsKept) {
+  dir_.Write("kept.xml", "<messages><msg>a</msg></messages>");
+  dir_.Write("read.xml", "<messages><msg>b</msg></messages>");
+  const std::size_t before = pnl_xml::KeptParsedFiles();
+  {
+    pnl_xml::Xml doc;
+    doc.LoadFromFile("kept.xml");
+  }
+  EXPECT_EQ(before + 1, pnl_xml::KeptParsedFiles());
+  pnl_xml::SetKeepParsedFiles(false);
+  {
+    pnl_xml::Xml doc;
+    doc.LoadFromFile("read.xml");
+    EXPECT_EQ(Texts(doc), "b;");
+  }
+  pnl_xml::SetKeepParsedFiles(true);
+  EXPECT_EQ(before + 1, pnl_xml::KeptParsedFiles());
+}
+
 }  // namespace

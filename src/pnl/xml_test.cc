@@ -553,6 +553,27 @@ TEST_F(XmlTest, AppendChildCopiesAcrossDocuments) {
       target.ToString(true));
 }
 
+TEST_F(XmlTest, NodeToStringIsHowTheDocumentWritesIt) {
+  // Non-ASCII text, markup characters, CDATA, a comment, an empty element
+  // and an element whose namespace is declared above it.
+  Xml source = Load(
+      "<doc xmlns:x=\"urn:x\"><m name=\"a&amp;b\">Пароль &lt; &quot;é&quot;"
+      "<![CDATA[<raw>]]><!-- c --><e/></m><x:m name='n'>ü</x:m></doc>");
+  Xml target("messages");
+  target.GetRoot().SetProp("name", "s");
+  std::string body;
+  for (XmlNode node = source.GetRoot().FirstChild(); node; node = node.Next())
+    body += target.GetRoot().AppendChild(node).ToString();
+  EXPECT_EQ(
+      "<m name=\"a&amp;b\">Пароль &lt; \"é\"<![CDATA[<raw>]]><!-- c --><e/></m>"
+      "<x:m xmlns:x=\"urn:x\" name=\"n\">ü</x:m>",
+      body);
+  EXPECT_EQ("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<messages name=\"s\">" + body +
+                "</messages>\n",
+            target.ToString(true));
+  EXPECT_EQ("", XmlNode().ToString());
+}
+
 TEST_F(XmlTest, EntityReferencesAreDroppedSoCopiesStayWellFormed) {
   testing::internal::CaptureStderr();
   Xml source = Load("<!DOCTYPE r [<!ENTITY e \"E\">]><r><m a=\"x&e;y\">a&e;b</m></r>");
