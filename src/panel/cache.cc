@@ -14,54 +14,56 @@ namespace {
 const pnl_log::Module kLog("cache", "panel");
 const char kBase[] = "kern";
 
+using Section = ManagerCache::Section;
 using SectionsByName = ManagerCache::SectionsByName;
 
-SectionsByName GroupByName(const std::vector<pnl_xml::XmlNode>& sections) {
-  SectionsByName groups;
-  for (const pnl_xml::XmlNode& section : sections)
-    groups[section.GetProp("name")].push_back(section);
-  return groups;
-}
-
-const std::vector<pnl_xml::XmlNode>& SectionsNamed(const SectionsByName& groups,
-                                                   const std::string& name) {
-  static const std::vector<pnl_xml::XmlNode> kNone;
+const std::vector<Section>& SectionsNamed(const SectionsByName& groups, const std::string& name) {
+  static const std::vector<Section> kNone;
   auto it = groups.find(name);
   return it != groups.end() ? it->second : kNone;
 }
 
-// A document <messages name="name"> holding copies of the element
-// children of every section called `name`, in order.
-pnl_xml::Xml CollectSections(const std::string& name, const SectionsByName& groups) {
+// The text of a cache file <messages name="name"> holding `children`, as
+// the document made of copies of them writes itself.
+std::string MessagesFile(const std::string& name, const std::vector<const std::string*>& children) {
   pnl_xml::Xml doc("messages");
   pnl_xml::XmlNode root = doc.GetRoot();
   root.SetProp("name", name);
-  for (const pnl_xml::XmlNode& section : SectionsNamed(groups, name)) {
-    for (pnl_xml::XmlNode child = section.FirstChild(); child;
-         child = child.Next())
-      root.AppendChild(child);
-  }
-  return doc;
+  if (children.empty()) return doc.ToString(true);
+  // The start and end tags as the document writes them, around a mark.
+  root.AppendChild("x");
+  const std::string whole = doc.ToString(true);
+  const std::size_t mark = whole.rfind("<x/>");
+  std::string text = whole.substr(0, mark);
+  for (const std::string* child : children) text += *child;
+  text += whole.substr(mark + 4);
+  return text;
 }
 
-// Appends to `root` the messages that resolve for section `name`: the msg
+// The element children of every section called `name`, in order.
+std::vector<const std::string*> CollectSections(const std::string& name,
+                                                const SectionsByName& groups) {
+  std::vector<const std::string*> children;
+  for (const Section& section : SectionsNamed(groups, name))
+    for (const Section::Child& child : section.children) children.push_back(&child.text);
+  return children;
+}
+
+// Appends to `out` the messages that resolve for section `name`: the msg
 // children of its sections, then, depth first, those of the sections its
 // include children name. `resolved` holds the names already taken.
 void Resolve(const std::string& name, const SectionsByName& groups,
-             std::set<std::string>& resolved, pnl_xml::XmlNode& root) {
-  const std::vector<pnl_xml::XmlNode>& sections = SectionsNamed(groups, name);
-  for (const pnl_xml::XmlNode& section : sections) {
-    for (pnl_xml::XmlNode child = section.FirstChild(); child;
-         child = child.Next())
-      if (child.Name() == "msg") root.AppendChild(child);
-  }
-  for (const pnl_xml::XmlNode& section : sections) {
-    for (pnl_xml::XmlNode child = section.FirstChild(); child;
-         child = child.Next()) {
-      if (child.Name() != "include") continue;
-      std::string included = child.GetProp("name");
+             std::set<std::string>& resolved, std::vector<const std::string*>& out) {
+  const std::vector<Section>& sections = SectionsNamed(groups, name);
+  for (const Section& section : sections)
+    for (const Section::Child& child : section.children)
+      if (child.name == "msg") out.push_back(&child.text);
+  for (const Section& section : sections) {
+    for (const Section::Child& child : section.children) {
+      if (child.name != "include") continue;
+      const std::string& included = child.include;
       if (included.empty() || !resolved.insert(included).second) continue;
-      Resolve(included, groups, resolved, root);
+      Resolve(included, groups, resolved, out);
     }
   }
 }
@@ -76,9 +78,8 @@ std::string Reason(const std::string& path) {
   return last;
 }
 
-bool SaveTo(const pnl_xml::Xml& doc, const std::string& path,
-            std::string* error) {
-  if (doc.Save(path, true)) return true;
+bool SaveTo(const std::string& text, const std::string& path, std::string* error) {
+  if (pnl_file::WriteFile(path, text)) return true;
   *error = "cannot write " + path + ": " + Reason(path);
   kLog.Write(3, "%s", error->c_str());
   return false;
@@ -106,12 +107,6 @@ bool ManagerCache::Fresh() const {
   for (const auto& [path, stamp] : stamps_)
     if (pnl_file::Stamp(path) != stamp) return false;
   return true;
-}
-
-const SectionsByName& ManagerCache::Groups(const std::string& lang) const {
-  auto kept = groups_.find(lang);
-  if (kept != groups_.end()) return kept->second;
-  return groups_[lang] = GroupByName(Sections(lang));
 }
 
 const std::unordered_set<std::string>& ManagerCache::KnownSet(
@@ -157,23 +152,42 @@ std::vector<std::string> ManagerCache::Languages() const {
   return langs;
 }
 
-const std::vector<pnl_xml::XmlNode>& ManagerCache::Sections(
-    const std::string& lang) const {
-  auto kept = sections_.find(lang);
-  if (kept != sections_.end()) return kept->second;
-  std::vector<pnl_xml::XmlNode>& sections = sections_[lang];
+const ManagerCache::Language& ManagerCache::Read(const std::string& lang) const {
+  auto kept = languages_.find(lang);
+  if (kept != languages_.end()) return kept->second;
+  Language& language = languages_[lang];
+  // Only what the cache files need is kept of the parsed documents, which
+  // go when this returns: a large manager's messages in every language
+  // would take many times their size as documents.
   for (const std::string& source : Sources()) {
     pnl_xml::Xml doc = Load("etc/xml/" + source + "_msg_" + lang + ".xml");
     // The language is compared here rather than pasted into the
     // expression, so that no code can change what is selected.
     for (pnl_xml::XmlNode lang_node : doc.GetNodes("/pnldata/lang")) {
       if (lang_node.GetProp("name") != lang) continue;
-      for (pnl_xml::XmlNode child = lang_node.FirstChild(); child;
-           child = child.Next())
-        if (child.Name() == "messages") sections.push_back(child);
+      for (pnl_xml::XmlNode child = lang_node.FirstChild(); child; child = child.Next()) {
+        if (child.Name() != "messages") continue;
+        const std::string name = child.GetProp("name");
+        language.section_names.push_back(name);
+        Section& section = language.sections.emplace_back();
+        for (pnl_xml::XmlNode element = child.FirstChild(); element; element = element.Next()) {
+          Section::Child& kept_child = section.children.emplace_back();
+          kept_child.name = element.Name();
+          if (kept_child.name == "include") kept_child.include = element.GetProp("name");
+          // Written as a copy of it in a cache file writes itself.
+          pnl_xml::Xml copy("messages");
+          kept_child.text = copy.GetRoot().AppendChild(element).ToString();
+        }
+      }
     }
   }
-  return sections;
+  // Grouped by name once all are read (moving them earlier would leave the
+  // grouped ones behind).
+  for (std::size_t i = 0; i < language.sections.size(); ++i)
+    language.by_name[language.section_names[i]].push_back(std::move(language.sections[i]));
+  language.sections.clear();
+  language.sections.shrink_to_fit();
+  return language;
 }
 
 const std::vector<std::string>& ManagerCache::MetadataNames() const {
@@ -192,9 +206,7 @@ const std::vector<std::string>& ManagerCache::KnownNames(
     const std::string& lang) const {
   auto kept = known_names_.find(lang);
   if (kept != known_names_.end()) return kept->second;
-  std::vector<std::string> all;
-  for (const pnl_xml::XmlNode& section : Sections(lang))
-    all.push_back(section.GetProp("name"));
+  std::vector<std::string> all = Read(lang).section_names;
   for (const std::string& name : MetadataNames()) all.push_back(name);
 
   std::vector<std::string>& known = known_names_[lang];
@@ -231,7 +243,7 @@ bool ManagerCache::WriteSession(const std::string& lang,
     kLog.Write(3, "%s", error->c_str());
     return false;
   }
-  const SectionsByName& groups = Groups(lang);
+  const SectionsByName& groups = Read(lang).by_name;
   bool ok = true;
   for (const std::string& name : KnownNames(lang)) {
     const std::string file = name + ".msg." + lang + ".xml";
@@ -241,10 +253,10 @@ bool ManagerCache::WriteSession(const std::string& lang,
                  name.size());
       continue;
     }
-    ok = SaveTo(CollectSections(name, groups), dir + "/" + file, error) && ok;
+    ok = SaveTo(MessagesFile(name, CollectSections(name, groups)), dir + "/" + file, error) && ok;
   }
   for (const char* name : {"desktop", "common"}) {
-    ok = SaveTo(CollectSections(name, groups),
+    ok = SaveTo(MessagesFile(name, CollectSections(name, groups)),
                 dir + "/" + name + "." + lang + ".xml", error) && ok;
   }
   return ok;
@@ -266,15 +278,12 @@ bool ManagerCache::WriteChecked(const std::string& function,
     auto written = written_.find(path);
     if (written != written_.end() && written->second == pnl_file::Stamp(path))
       continue;
-    const SectionsByName& groups = Groups(lang);
-    pnl_xml::Xml doc("messages");
-    pnl_xml::XmlNode root = doc.GetRoot();
-    root.SetProp("name", function);
     // The function itself counts as resolved, so an include cycle back to
     // it ends there.
     std::set<std::string> resolved = {function};
-    Resolve(function, groups, resolved, root);
-    if (SaveTo(doc, path, error)) {
+    std::vector<const std::string*> messages;
+    Resolve(function, Read(lang).by_name, resolved, messages);
+    if (SaveTo(MessagesFile(function, messages), path, error)) {
       const std::string stamp = pnl_file::Stamp(path);
       if (!stamp.empty()) written_[path] = stamp;
     } else {

@@ -33,9 +33,6 @@ class ManagerCache {
   // links to regular files) etc/xml/M_msg_L.xml, in byte order of the file
   // names. Codes that are not plain names ("", ".", "..") are left out.
   std::vector<std::string> Languages() const;
-  // The message sections of language `lang`: the "messages" elements of
-  // every "lang" element named `lang`, source by source in document order.
-  const std::vector<pnl_xml::XmlNode>& Sections(const std::string& lang) const;
   // The names of the "/pnldata/metadata" elements of every source's main
   // description, source by source in document order (repeats kept).
   const std::vector<std::string>& MetadataNames() const;
@@ -64,20 +61,41 @@ class ManagerCache {
   // was when it was read: same size, modification time and inode.
   bool Fresh() const;
 
+  // A message section (a "messages" element of a "lang" element) as the
+  // cache files need it: its element children, each with its name, the
+  // name it includes (for an include element) and its text as a copy of it
+  // writes itself in a cache file.
+  struct Section {
+    struct Child {
+      std::string name;
+      std::string include;
+      std::string text;
+    };
+    std::vector<Child> children;
+  };
   // The sections of one language grouped by name, each group in the order
   // of the sections (source by source, in document order).
-  using SectionsByName = std::map<std::string, std::vector<pnl_xml::XmlNode>>;
+  using SectionsByName = std::map<std::string, std::vector<Section>>;
 
  private:
+  // What is kept of one language's message files.
+  struct Language {
+    // The name of every section, source by source in document order.
+    std::vector<std::string> section_names;
+    SectionsByName by_name;
+    std::vector<Section> sections;  // only while they are read
+  };
+
   // Loads a source file of the installation, noting its stamp.
   pnl_xml::Xml Load(const std::string& path) const;
-  const SectionsByName& Groups(const std::string& lang) const;
+  // The message sections of language `lang`: the "messages" elements of
+  // every "lang" element named `lang`, source by source in document order.
+  const Language& Read(const std::string& lang) const;
   const std::unordered_set<std::string>& KnownSet(const std::string& lang) const;
 
   std::string manager_;
   // What has been read so far, by language.
-  mutable std::map<std::string, std::vector<pnl_xml::XmlNode>> sections_;
-  mutable std::map<std::string, SectionsByName> groups_;
+  mutable std::map<std::string, Language> languages_;
   mutable std::map<std::string, std::vector<std::string>> known_names_;
   mutable std::map<std::string, std::unordered_set<std::string>> known_sets_;
   // The stamp of every file read, "" for a file that was missing.

@@ -12,6 +12,7 @@
 #include "pnl/file.h"
 #include "panel/panel.h"
 #include "pnl/server.h"
+#include "pnl/xml.h"
 #include "version/version.h"
 
 namespace {
@@ -47,6 +48,8 @@ int main(int argc, char** argv) {
     return 1;
   }
 
+  // The panel keeps what it needs of each file it reads, not the document.
+  pnl_xml::SetKeepParsedFiles(false);
   panel::Panel panel(manager);
   pnl_server::ServerOptions options;
   options.too_long_reply = panel::Panel::ErrorReply("request too long");
