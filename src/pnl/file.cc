@@ -322,8 +322,32 @@ bool DirHandle::WriteFile(const std::string& name, const std::string& text) cons
   return WriteFile(name, std::vector<std::string_view>{text});
 }
 
+namespace {
+
+// The pieces of a vector, in order.
+class VectorSource : public PieceSource {
+ public:
+  explicit VectorSource(const std::vector<std::string_view>& pieces) : pieces_(pieces) {}
+  bool Next(std::string_view* piece) override {
+    if (next_ == pieces_.size()) return false;
+    *piece = pieces_[next_++];
+    return true;
+  }
+
+ private:
+  const std::vector<std::string_view>& pieces_;
+  std::size_t next_ = 0;
+};
+
+}  // namespace
+
 bool DirHandle::WriteFile(const std::string& name,
                           const std::vector<std::string_view>& pieces) const {
+  VectorSource source(pieces);
+  return WriteFile(name, source);
+}
+
+bool DirHandle::WriteFile(const std::string& name, PieceSource& source) const {
   const std::string shown = Join(path_, name);
   if (!IsPlainName(name)) return Fail(shown + ": not a plain name", EINVAL);
   struct stat st;
@@ -349,11 +373,13 @@ bool DirHandle::WriteFile(const std::string& name,
   if (fd < 0) return Fail(shown + ": " + strerror(errno), errno);
   fchmod(fd, mode);
   int error = 0;
-  for (std::string_view piece : pieces) {
+  std::string_view piece;
+  while (source.Next(&piece)) {
     if (WriteAll(fd, piece)) continue;
     error = errno;
     break;
   }
+  if (error == 0) error = source.Error();
   if (close(fd) != 0 && error == 0) error = errno;
   if (error == 0 && renameat(fd_, tmp.c_str(), fd_, name.c_str()) != 0) error = errno;
   if (error != 0) {
@@ -508,6 +534,63 @@ bool WriteFile(const std::string& path, const std::vector<std::string_view>& pie
   std::string name;
   if (!OpenParent(path, &dir, &name)) return false;
   return dir.WriteFile(name, pieces);
+}
+
+bool WriteFile(const std::string& path, PieceSource& source) {
+  DirHandle dir;
+  std::string name;
+  if (!OpenParent(path, &dir, &name)) return false;
+  return dir.WriteFile(name, source);
+}
+
+ScratchFile::ScratchFile() {
+  const char* base = getenv("TMPDIR");
+  const std::string dir = base != nullptr && *base == '/' ? base : "/tmp";
+  fd_ = open(dir.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+  if (fd_ >= 0) return;
+  // A file system without unnamed files: a named one, unlinked at once.
+  std::string tmpl = dir + "/msglint-XXXXXX";
+  fd_ = mkostemp(tmpl.data(), O_CLOEXEC);
+  if (fd_ >= 0) unlink(tmpl.c_str());
+}
+
+ScratchFile::~ScratchFile() {
+  if (fd_ >= 0) close(fd_);
+}
+
+long long ScratchFile::Append(std::string_view data) {
+  if (fd_ < 0) {
+    errno = EBADF;
+    return -1;
+  }
+  const long long start = size_;
+  std::size_t done = 0;
+  while (done < data.size()) {
+    ssize_t n = pwrite(fd_, data.data() + done, data.size() - done, size_ + done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) {
+      if (n == 0) errno = ENOSPC;
+      return -1;
+    }
+    done += static_cast<std::size_t>(n);
+  }
+  size_ += static_cast<long long>(data.size());
+  return start;
+}
+
+bool ScratchFile::Read(long long offset, std::size_t size, std::string* out) const {
+  out->resize(size);
+  std::size_t done = 0;
+  while (done < size) {
+    ssize_t n = pread(fd_, out->data() + done, size - done, offset + done);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) {
+      if (n == 0) errno = EIO;
+      return false;
+    }
+    done += static_cast<std::size_t>(n);
+  }
+  return true;
 }
 
 FILE* OpenForWriting(const std::string& path) {

@@ -74,6 +74,41 @@ bool WriteFile(const std::string& path, const std::string& text);
 // The same with the text given as pieces in order, so that a large file
 // need not be held whole in memory.
 bool WriteFile(const std::string& path, const std::vector<std::string_view>& pieces);
+// The text of a file given piece by piece, for a file too large to be
+// held whole in memory even as views: Next sets `piece` to the next piece
+// (valid until the next call) and returns true, or returns false at the
+// end; Error() is then an errno value when the pieces could not all be had.
+class PieceSource {
+ public:
+  virtual ~PieceSource() = default;
+  virtual bool Next(std::string_view* piece) = 0;
+  virtual int Error() const { return 0; }
+};
+bool WriteFile(const std::string& path, PieceSource& source);
+
+// Scratch data kept out of memory: a file that no other process can reach
+// (created in the system's temporary directory, $TMPDIR or /tmp, and
+// unlinked at once), gone with the object.
+class ScratchFile {
+ public:
+  ScratchFile();
+  ~ScratchFile();
+  ScratchFile(const ScratchFile&) = delete;
+  ScratchFile& operator=(const ScratchFile&) = delete;
+  // False when no such file could be made.
+  bool ok() const { return fd_ >= 0; }
+  // Appends `data` and returns where it starts, or -1 (errno set) when it
+  // could not all be written.
+  long long Append(std::string_view data);
+  // Reads `size` bytes at `offset` into `out`; false (errno set) when they
+  // cannot all be read.
+  bool Read(long long offset, std::size_t size, std::string* out) const;
+
+ private:
+  int fd_ = -1;
+  long long size_ = 0;
+};
+
 // Reads the whole regular file; false when it cannot be read (a FIFO or a
 // device is never opened for reading: errno is then EINVAL and LastError()
 // says what stands there, "PATH is a FIFO, not a regular file").
@@ -178,6 +213,7 @@ class DirHandle {
   // the temporary file and fails.
   bool WriteFile(const std::string& name, const std::string& text) const;
   bool WriteFile(const std::string& name, const std::vector<std::string_view>& pieces) const;
+  bool WriteFile(const std::string& name, PieceSource& source) const;
   // Removes the entry `name`: a file, a link (as a link), or a directory
   // with everything in it, walked by descriptor without following any
   // link. True when nothing is left there.

@@ -273,6 +273,71 @@ TEST_F(FileTest, WriteFileFailureKeepsNothingAndReportsFalse) {
   EXPECT_EQ("", text);
 }
 
+// Pieces made one at a time; fails with EIO after `fail_after` pieces
+// when that is set.
+class CountingSource : public pnl_file::PieceSource {
+ public:
+  explicit CountingSource(int count, int fail_after = -1)
+      : count_(count), fail_after_(fail_after) {}
+  bool Next(std::string_view* piece) override {
+    if (given_ == fail_after_ || given_ == count_) return false;
+    text_ = std::to_string(given_++) + ";";
+    *piece = text_;
+    return true;
+  }
+  int Error() const override { return given_ == fail_after_ ? EIO : 0; }
+
+ private:
+  int count_;
+  int fail_after_;
+  int given_ = 0;
+  std::string text_;
+};
+
+TEST_F(FileTest, WriteFileFromASourceWritesEveryPieceInOrder) {
+  CountingSource source(12);
+  EXPECT_TRUE(pnl_file::WriteFile("f", source));
+  EXPECT_EQ("0;1;2;3;4;5;6;7;8;9;10;11;", dir_.Read("f"));
+}
+
+TEST_F(FileTest, WriteFileFromASourceThatFailsKeepsTheOldFile) {
+  dir_.Write("f", "old");
+  CountingSource source(12, 5);
+  EXPECT_FALSE(pnl_file::WriteFile("f", source));
+  EXPECT_EQ("f: " + std::string(strerror(EIO)), pnl_file::LastError());
+  EXPECT_EQ("old", dir_.Read("f"));
+  pnl_file::Dir reader(".");
+  std::string names;
+  while (reader.Read()) names += reader.Name() + " ";
+  EXPECT_EQ("f var ", names);
+}
+
+TEST(ScratchFileTest, KeepsWhatIsAppendedWhereNobodyElseSeesIt) {
+  testing_support::ScratchDir tmp;
+  const char* old = getenv("TMPDIR");
+  const std::string old_tmpdir = old != nullptr ? old : "";
+  setenv("TMPDIR", tmp.path().c_str(), 1);
+  {
+    pnl_file::ScratchFile scratch;
+    ASSERT_TRUE(scratch.ok());
+    EXPECT_EQ(0, scratch.Append("first "));
+    EXPECT_EQ(6, scratch.Append(std::string(100000, 'x')));
+    EXPECT_EQ(100006, scratch.Append("last"));
+    std::string text;
+    ASSERT_TRUE(scratch.Read(100006, 4, &text));
+    EXPECT_EQ("last", text);
+    ASSERT_TRUE(scratch.Read(0, 7, &text));
+    EXPECT_EQ("first x", text);
+    EXPECT_FALSE(scratch.Read(100006, 5, &text));  // past the end
+    pnl_file::Dir listing(tmp.path());
+    EXPECT_FALSE(listing.Read()) << "a name in the temporary directory";
+  }
+  if (old != nullptr)
+    setenv("TMPDIR", old_tmpdir.c_str(), 1);
+  else
+    unsetenv("TMPDIR");
+}
+
 TEST_F(FileTest, MakeDirsCreatesParents) {
   EXPECT_TRUE(pnl_file::MakeDirs("a/b/c"));
   EXPECT_TRUE(pnl_file::Exists("a/b/c"));
