@@ -158,8 +158,11 @@ void FindingsRecorder::Add(const Finding& finding) {
   text.resize(text.size() - 2);  // "\n}"
   constexpr size_t kBlock = 1 << 20;
   if (entry_text_.empty() || entry_text_.back().size() + 2 * text.size() > kBlock) {
+    if (!entry_text_.empty()) Spill(entry_text_.size() - 1);
     entry_text_.emplace_back();
     entry_text_.back().reserve(std::max(kBlock, 2 * text.size()));
+    spilled_at_.push_back(-1);
+    block_sizes_.push_back(0);
   }
   std::string& block = entry_text_.back();
   const size_t begin = block.size();
@@ -168,6 +171,7 @@ void FindingsRecorder::Add(const Finding& finding) {
   const size_t language = static_cast<size_t>(known - entry_languages_.begin());
   if (known == entry_languages_.end()) entry_languages_.push_back(finding.language);
   entries_.push_back({entry_text_.size() - 1, begin, block.size(), language});
+  block_sizes_.back() = block.size();
   if (!IsMessageLookup(finding)) return;
   Counts& counts = CountsOf(finding.language, finding.object);
   if (finding.kind.starts_with("empty-"))
@@ -255,52 +259,132 @@ std::string FindingsRecorder::LiteralJson() const {
   return Dump(doc) + "\n";
 }
 
-std::vector<std::string_view> FindingsRecorder::Pieces(std::string* head,
-                                                       std::string* tail) const {
+void FindingsRecorder::Spill(size_t block) {
+  if (!scratch_) scratch_ = std::make_shared<pnl_file::ScratchFile>();
+  if (!scratch_->ok()) return;
+  const long long at = scratch_->Append(entry_text_[block]);
+  if (at < 0) return;  // kept in memory
+  spilled_at_[block] = at;
+  std::string().swap(entry_text_[block]);
+}
+
+std::string FindingsRecorder::Head() const {
   ordered_json doc;
   doc["schema"] = "msglint-findings";
   doc["version"] = kFindingsSchemaVersion;
   doc["run"] = RunJson();
   doc["statistics"] = StatisticsJson();
-  *head = Dump(doc);
-  head->resize(head->size() - 2);  // "\n}"
-  *head += entries_.empty() ? ",\n  \"findings\": []" : ",\n  \"findings\": [\n    ";
-
-  tail->assign("\n  ],\n  \"input_problems\": ");
-  if (entries_.empty()) tail->erase(0, 4);
-  Indent(Dump(ProblemsJson(problems_)), 2, tail);
-  *tail += "\n}\n";
-
-  // A finding comes from an input problem when a problem concerns all
-  // languages or the finding's own.
-  bool all_languages = false;
-  std::vector<bool> caused(entry_languages_.size(), false);
-  for (const InputProblem& p : problems_) {
-    if (p.language.empty()) all_languages = true;
-    for (size_t i = 0; i < entry_languages_.size(); ++i)
-      if (entry_languages_[i] == p.language) caused[i] = true;
-  }
-  static constexpr std::string_view kCaused = ",\n      \"input_problem\": true\n    }";
-  static constexpr std::string_view kNotCaused = ",\n      \"input_problem\": false\n    }";
-  static constexpr std::string_view kBetween = ",\n    ";
-
-  std::vector<std::string_view> pieces;
-  pieces.reserve(3 * entries_.size() + 2);
-  pieces.push_back(*head);
-  for (size_t i = 0; i < entries_.size(); ++i) {
-    const Entry& entry = entries_[i];
-    if (i > 0) pieces.push_back(kBetween);
-    pieces.push_back(std::string_view(entry_text_[entry.block])
-                         .substr(entry.begin, entry.end - entry.begin));
-    pieces.push_back(all_languages || caused[entry.language] ? kCaused : kNotCaused);
-  }
-  pieces.push_back(*tail);
-  return pieces;
+  std::string head = Dump(doc);
+  head.resize(head.size() - 2);  // "\n}"
+  head += entries_.empty() ? ",\n  \"findings\": []" : ",\n  \"findings\": [\n    ";
+  return head;
 }
 
+std::string FindingsRecorder::Tail() const {
+  std::string tail = "\n  ],\n  \"input_problems\": ";
+  if (entries_.empty()) tail.erase(0, 4);
+  Indent(Dump(ProblemsJson(problems_)), 2, &tail);
+  tail += "\n}\n";
+  return tail;
+}
+
+// The document's pieces in order, each entry's text read back from the
+// scratch file a block at a time.
+class FindingsRecorder::Document : public pnl_file::PieceSource {
+ public:
+  explicit Document(const FindingsRecorder& recorder)
+      : recorder_(recorder), head_(recorder.Head()), tail_(recorder.Tail()) {
+    // A finding comes from an input problem when a problem concerns all
+    // languages or the finding's own.
+    caused_.assign(recorder.entry_languages_.size(), false);
+    for (const InputProblem& p : recorder.problems_) {
+      if (p.language.empty()) all_languages_ = true;
+      for (size_t i = 0; i < caused_.size(); ++i)
+        if (recorder.entry_languages_[i] == p.language) caused_[i] = true;
+    }
+  }
+
+  bool Next(std::string_view* piece) override {
+    static constexpr std::string_view kCaused = ",\n      \"input_problem\": true\n    }";
+    static constexpr std::string_view kNotCaused = ",\n      \"input_problem\": false\n    }";
+    static constexpr std::string_view kBetween = ",\n    ";
+    const std::vector<Entry>& entries = recorder_.entries_;
+    // Each entry gives three pieces: what stands before it, its text, and
+    // its last member; then the tail.
+    if (step_ == 0) {
+      step_ = 1;
+      *piece = head_;
+      return true;
+    }
+    if (entry_ == entries.size()) {
+      if (step_ == 4) return false;
+      step_ = 4;
+      *piece = tail_;
+      return true;
+    }
+    const Entry& entry = entries[entry_];
+    switch (step_) {
+      case 1:
+        step_ = 2;
+        if (entry_ > 0) {
+          *piece = kBetween;
+          return true;
+        }
+        [[fallthrough]];
+      case 2: {
+        step_ = 3;
+        const std::string* block = Block(entry.block);
+        if (block == nullptr) {
+          entry_ = entries.size();  // nothing more can be had
+          step_ = 4;
+          return false;
+        }
+        *piece = std::string_view(*block).substr(entry.begin, entry.end - entry.begin);
+        return true;
+      }
+      default:
+        step_ = 1;
+        ++entry_;
+        *piece = all_languages_ || caused_[entry.language] ? kCaused : kNotCaused;
+        return true;
+    }
+  }
+
+  int Error() const override { return error_; }
+
+ private:
+  // The text of block `block`, read back when it was spilled; null (with
+  // the reason in `error_`) when it cannot be read.
+  const std::string* Block(size_t block) {
+    const long long at = recorder_.spilled_at_[block];
+    if (at < 0) return &recorder_.entry_text_[block];
+    if (loaded_ != block) {
+      if (!recorder_.scratch_->Read(at, recorder_.block_sizes_[block], &buffer_)) {
+        error_ = errno != 0 ? errno : EIO;
+        return nullptr;
+      }
+      loaded_ = block;
+    }
+    return &buffer_;
+  }
+
+  const FindingsRecorder& recorder_;
+  std::string head_;
+  std::string tail_;
+  bool all_languages_ = false;
+  std::vector<bool> caused_;
+  size_t entry_ = 0;
+  int step_ = 0;
+  std::string buffer_;
+  size_t loaded_ = static_cast<size_t>(-1);
+  int error_ = 0;
+};
+
 std::string FindingsRecorder::ToJson() const {
-  std::string head, tail, text;
-  for (std::string_view piece : Pieces(&head, &tail)) text += piece;
+  Document document(*this);
+  std::string text;
+  std::string_view piece;
+  while (document.Next(&piece)) text += piece;
   return text;
 }
 
@@ -309,12 +393,12 @@ bool FindingsRecorder::Write(const std::string& work_dir) const {
   const std::string dir = var + "/msglint";
   const std::string path = dir + "/findings.json";
   std::string why;
-  std::string head, tail;
+  Document document(*this);
   if (pnl_file::IsLink(var) || pnl_file::IsLink(dir) || pnl_file::IsLink(path))
     why = "refusing a symbolic link";
   else if (!pnl_file::MakeDirs(dir))
     why = "cannot create var/msglint";
-  else if (!pnl_file::WriteFile(path, Pieces(&head, &tail)))
+  else if (!pnl_file::WriteFile(path, document))
     why = std::strerror(errno);
   if (why.empty()) return true;
   std::cerr << "msglint: cannot write var/msglint/findings.json: " << why << std::endl;

@@ -18,6 +18,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "pnl/file.h"
+
 // Version of the findings document; raised when a field changes meaning or
 // goes away (new fields keep it).
 constexpr int kFindingsSchemaVersion = 1;
@@ -61,8 +63,10 @@ class FindingsRecorder {
   void SetLanguages(const std::vector<std::string>& languages);
 
   // Each finding becomes its entry of the document at once; the recorder
-  // keeps that text, not the Finding, so that a run of a hundred thousand
-  // findings holds about the bytes of its file.
+  // keeps that text, not the Finding, in blocks of about a megabyte, and a
+  // full block goes to a scratch file (see pnl_file::ScratchFile) until the
+  // document is written: a run of a hundred thousand findings holds one
+  // block of them in memory (all of them when no scratch file can be had).
   void Add(const Finding& finding);
   void AddProblem(const InputProblem& problem);
   // One message that the missing-message audit required of `object` in
@@ -108,9 +112,14 @@ class FindingsRecorder {
     size_t end = 0;
     size_t language = 0;
   };
-  // The document's pieces in order; views into `entry_text_` and into
-  // `head` and `tail`, which the caller keeps alive.
-  std::vector<std::string_view> Pieces(std::string* head, std::string* tail) const;
+  class Document;
+  friend class Document;
+  // The document's first members and its "findings" array opened; the
+  // array closed and the members after it.
+  std::string Head() const;
+  std::string Tail() const;
+  // Sends a full block to the scratch file, if one can be had.
+  void Spill(size_t block);
   nlohmann::ordered_json RunJson() const;
   nlohmann::ordered_json StatisticsJson() const;
 
@@ -119,6 +128,11 @@ class FindingsRecorder {
   std::vector<std::string> arguments_;
   std::vector<std::string> languages_;
   std::vector<std::string> entry_text_;
+  // Where each block of `entry_text_` stands in the scratch file; -1 while
+  // it is in memory.
+  std::vector<long long> spilled_at_;
+  std::vector<size_t> block_sizes_;
+  std::shared_ptr<pnl_file::ScratchFile> scratch_;
   std::vector<Entry> entries_;
   std::vector<std::string> entry_languages_;
   std::vector<InputProblem> problems_;

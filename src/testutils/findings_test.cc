@@ -116,6 +116,31 @@ TEST(FindingsRecorderTest, PiecesMakeTheLiteralDocument) {
   EXPECT_EQ(3, recorder.finding_count());
 }
 
+TEST(FindingsRecorderTest, FindingsKeptOutOfMemoryMakeTheSameDocument) {
+  // Several megabytes of findings: the full blocks go to a scratch file.
+  ScratchDir dir;
+  FindingsRecorder recorder;
+  recorder.KeepFindings();
+  recorder.SetRun("m", "-f", {"-f", "en", "ru"});
+  recorder.SetLanguages({"en", "ru"});
+  for (int i = 0; i < 6000; ++i) {
+    Finding finding = MissingHint();
+    finding.language = i % 3 == 0 ? "ru" : "en";
+    finding.element = "field" + std::to_string(i);
+    finding.report = std::string(600 + i % 500, 'a' + i % 26) + "\n";
+    recorder.Add(finding);
+  }
+  InputProblem ru;
+  ru.kind = "malformed-file";
+  ru.language = "ru";
+  recorder.AddProblem(ru);
+  const std::string literal = recorder.LiteralJson();
+  EXPECT_GT(literal.size(), 5000000u);
+  EXPECT_EQ(literal, recorder.ToJson());
+  EXPECT_TRUE(recorder.Write(dir.path()));
+  EXPECT_EQ(literal, dir.Read("var/msglint/findings.json"));
+}
+
 TEST(FindingsRecorderTest, AProblemOfAllLanguagesMarksEveryFinding) {
   FindingsRecorder recorder;
   recorder.Add(MissingHint());
