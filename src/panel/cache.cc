@@ -170,13 +170,14 @@ const ManagerCache::Language& ManagerCache::Read(const std::string& lang) const 
         const std::string name = child.GetProp("name");
         language.section_names.push_back(name);
         Section& section = language.sections.emplace_back();
+        // Each child is written as its copy in a cache file writes itself.
+        pnl_xml::Xml copies("messages");
+        pnl_xml::XmlNode root = copies.GetRoot();
         for (pnl_xml::XmlNode element = child.FirstChild(); element; element = element.Next()) {
           Section::Child& kept_child = section.children.emplace_back();
           kept_child.name = element.Name();
           if (kept_child.name == "include") kept_child.include = element.GetProp("name");
-          // Written as a copy of it in a cache file writes itself.
-          pnl_xml::Xml copy("messages");
-          kept_child.text = copy.GetRoot().AppendChild(element).ToString();
+          kept_child.text = root.AppendChild(element).ToString();
         }
       }
     }
