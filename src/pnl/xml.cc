@@ -257,6 +257,20 @@ std::string XmlNode::GetProp(const char* name) const {
   return std::string();
 }
 
+bool XmlNode::GetNoNsProp(const char* name, std::string* value) const {
+  if (!IsElement(node_) || name == nullptr) return false;
+  xmlNodePtr node = static_cast<xmlNodePtr>(node_);
+  for (xmlAttrPtr attr = node->properties; attr != nullptr; attr = attr->next) {
+    if (attr->ns != nullptr || !xmlStrEqual(attr->name, X(name))) continue;
+    // What the XPath comparison compares: the attribute's string value.
+    xmlChar* content = xmlNodeGetContent(reinterpret_cast<xmlNodePtr>(attr));
+    value->assign(content != nullptr ? reinterpret_cast<const char*>(content) : "");
+    xmlFree(content);
+    return true;
+  }
+  return false;
+}
+
 void XmlNode::SetProp(const char* name, const std::string& value) {
   if (!IsElement(node_) || name == nullptr || *name == '\0') return;
   xmlSetProp(static_cast<xmlNodePtr>(node_), X(name), X(value.c_str()));
@@ -366,6 +380,10 @@ XmlNode XmlNode::Parent(int n) const {
     if (node != nullptr && node->type != XML_ELEMENT_NODE) node = nullptr;
   }
   return XmlNode(doc_, node);
+}
+
+bool XmlNode::InNoNamespace() const {
+  return IsElement(node_) && static_cast<xmlNodePtr>(node_)->ns == nullptr;
 }
 
 std::string XmlNode::Name() const {

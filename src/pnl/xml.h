@@ -60,6 +60,13 @@ class XmlNode {
 
   // Element (or attribute) name; "" for an invalid node.
   std::string Name() const;
+  // True for an element in no namespace: the only elements that a name
+  // test without a prefix ("form", "//msg") selects.
+  bool InNoNamespace() const;
+  // The value of the attribute `name` in no namespace, as an XPath
+  // comparison ("[@name='x']") takes it, in `value`; false when the node
+  // is no element or has no such attribute.
+  bool GetNoNsProp(const char* name, std::string* value) const;
   // Text content: the concatenated text and CDATA of the node's subtree
   // (the value of an attribute node). Entity references are not expanded.
   std::string Str() const;

@@ -511,6 +511,35 @@ TEST_F(XmlTest, GetPropDoesNotExpandEntities) {
   EXPECT_EQ("[]", doc.GetNodes("//m")[0].GetProp("a"));
 }
 
+TEST_F(XmlTest, GetNoNsPropTakesOnlyTheAttributeInNoNamespace) {
+  Xml doc = Load(
+      "<r xmlns:p=\"urn:p\"><m p:name=\"prefixed\" name=\"plain\"/><m p:name=\"only\"/>"
+      "<m name=\"\" amp=\"x&amp;y&#65;\"/></r>");
+  XPath ms = doc.GetNodes("//m");
+  std::string value = "old";
+  EXPECT_TRUE(ms[0].GetNoNsProp("name", &value));
+  EXPECT_EQ("plain", value);
+  EXPECT_FALSE(ms[1].GetNoNsProp("name", &value));
+  EXPECT_TRUE(ms[2].GetNoNsProp("name", &value));
+  EXPECT_EQ("", value);
+  EXPECT_TRUE(ms[2].GetNoNsProp("amp", &value));
+  EXPECT_EQ("x&yA", value);
+  EXPECT_FALSE(XmlNode().GetNoNsProp("name", &value));
+}
+
+TEST_F(XmlTest, InNoNamespaceIsWhatAnUnprefixedNameTestMatches) {
+  Xml doc = Load("<r xmlns:p=\"urn:p\"><m/><p:m/><d xmlns=\"urn:d\"><m/></d></r>");
+  XPath all = doc.GetNodes("//*");
+  ASSERT_EQ(5u, all.size());
+  EXPECT_TRUE(all[0].InNoNamespace());
+  EXPECT_TRUE(all[1].InNoNamespace());
+  EXPECT_FALSE(all[2].InNoNamespace());
+  EXPECT_FALSE(all[3].InNoNamespace());
+  EXPECT_FALSE(all[4].InNoNamespace());
+  EXPECT_EQ(1u, doc.GetNodes("//m").size());
+  EXPECT_FALSE(XmlNode().InNoNamespace());
+}
+
 TEST_F(XmlTest, SetPropSetsAndReplaces) {
   Xml doc("r");
   XmlNode root = doc.GetRoot();
