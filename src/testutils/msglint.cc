@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <iostream>
+#include <memory>
 #include <string_view>
 #include <thread>
 
@@ -735,46 +736,162 @@ bool col_found(pnl_xml::Xml& meta, const std::string& key) {
   return Selects(meta, "//coldata/col[@name='" + key + "']");
 }
 
+namespace {
+
+// A quote in a key ends the literal it is written in: the query is another
+// one, or none.
+bool HoldsQuote(const std::string& key) {
+  return key.find_first_of("'\"") != std::string::npos;
+}
+
+}  // namespace
+
+MetadataLookups::MetadataLookups(const pnl_xml::XmlNode& metadata) : metadata_(metadata) {
+  if (pnl_xml::IsLiteralEvaluation()) return;
+  // The copy's root stands below the document node, which is no element:
+  // the element itself may be a form or a toolbar, never below one.
+  const Tag tag = TagOf(metadata_);
+  Walk(metadata_, tag, Tag::kOther, Tag::kOther, tag == Tag::kToolbar);
+  walked_ = true;
+}
+
+MetadataLookups::Tag MetadataLookups::TagOf(const pnl_xml::XmlNode& element) {
+  if (!element.InNoNamespace()) return Tag::kOther;
+  const std::string name = element.Name();
+  if (name == "form") return Tag::kForm;
+  if (name == "field") return Tag::kField;
+  if (name == "page") return Tag::kPage;
+  if (name == "coldata") return Tag::kColdata;
+  if (name == "col") return Tag::kCol;
+  if (name == "prop") return Tag::kProp;
+  if (name == "toolbar") return Tag::kToolbar;
+  if (name == "toolbtn") return Tag::kToolbtn;
+  return Tag::kOther;
+}
+
+void MetadataLookups::Walk(const pnl_xml::XmlNode& node, Tag parent, Tag grand, Tag great,
+                           bool in_toolbar) {
+  std::string key;
+  for (pnl_xml::XmlNode element = node.FirstChild(); element; element = element.Next()) {
+    const Tag tag = TagOf(element);
+    if (element.GetNoNsProp("name", &key)) {
+      // "//form/field/*", "//form/page/field/*": any element, whatever its
+      // namespace.
+      if (parent == Tag::kField &&
+          (grand == Tag::kForm || (grand == Tag::kPage && great == Tag::kForm)))
+        fields_.insert(key);
+      // "//form/field", "//form/page/field".
+      if (tag == Tag::kField &&
+          (parent == Tag::kForm || (parent == Tag::kPage && grand == Tag::kForm)))
+        fields_.insert(key);
+      // "//form/page/*".
+      if (parent == Tag::kPage && grand == Tag::kForm) pages_.insert(key);
+      // "//toolbar//toolbtn".
+      if (tag == Tag::kToolbtn && in_toolbar) toolbtn_names_.insert(key);
+      // "//coldata/col/prop", "//coldata/col".
+      if (tag == Tag::kProp && parent == Tag::kCol && grand == Tag::kColdata)
+        col_props_.insert(key);
+      if (tag == Tag::kCol && parent == Tag::kColdata) cols_.insert(key);
+    }
+    if (tag == Tag::kToolbtn && in_toolbar && element.GetNoNsProp("func", &key))
+      toolbtn_funcs_.insert(key);
+    Walk(element, tag, parent, grand, in_toolbar || tag == Tag::kToolbar);
+  }
+}
+
+bool MetadataLookups::AsWritten(const std::string& key) const {
+  return !walked_ || HoldsQuote(key);
+}
+
+pnl_xml::Xml& MetadataLookups::Copy() {
+  if (!copied_) copy_.SetRoot(metadata_, false);
+  copied_ = true;
+  return copy_;
+}
+
+bool MetadataLookups::Field(const std::string& key) {
+  return AsWritten(key) ? field_found(Copy(), key) : fields_.count(key) > 0;
+}
+
+bool MetadataLookups::Page(const std::string& key) {
+  return AsWritten(key) ? page_found(Copy(), key) : pages_.count(key) > 0;
+}
+
+bool MetadataLookups::ToolbtnByName(const std::string& key) {
+  return AsWritten(key) ? toolbtn_found(Copy(), key) : toolbtn_names_.count(key) > 0;
+}
+
+bool MetadataLookups::ToolbtnByFunc(const std::string& key) {
+  return AsWritten(key) ? toolbtn_found_by_func_name(Copy(), key)
+                        : toolbtn_funcs_.count(key) > 0;
+}
+
+bool MetadataLookups::ColProp(const std::string& key) {
+  return AsWritten(key) ? colprop_found(Copy(), key) : col_props_.count(key) > 0;
+}
+
+bool MetadataLookups::Col(const std::string& key) {
+  return AsWritten(key) ? col_found(Copy(), key) : cols_.count(key) > 0;
+}
+
+MessageLookups::MessageLookups(pnl_xml::Xml& doc) : doc_(doc) {
+  walked_ = !pnl_xml::IsLiteralEvaluation();
+}
+
+void MessageLookups::Walk(const pnl_xml::XmlNode& element) {
+  std::string name;
+  if (element.InNoNamespace() && element.Name() == "msg" && element.GetNoNsProp("name", &name))
+    names_.insert(name);
+  for (pnl_xml::XmlNode child = element.FirstChild(); child; child = child.Next()) Walk(child);
+}
+
+bool MessageLookups::Has(const std::string& name) {
+  if (!walked_ || HoldsQuote(name)) return Selects(doc_, "//msg[@name='" + name + "']");
+  // Gathered at the first question: most documents are never asked.
+  if (!gathered_ && doc_.GetRoot()) Walk(doc_.GetRoot());
+  gathered_ = true;
+  return names_.count(name) > 0;
+}
+
 void form_process(const std::string& prefix, const std::string& rest,
-                  const std::string& name, pnl_xml::Xml& meta, pnl_xml::Xml& doc,
+                  const std::string& name, MetadataLookups& meta, MessageLookups& doc,
                   const std::string& text, std::ostringstream& out) {
-  if (field_found(meta, name)) return;
-  if (page_found(meta, name)) return;
+  if (meta.Field(name)) return;
+  if (meta.Page(name)) return;
   if (prefix.empty()) {
-    if (!field_found(meta, name)) print_msg(name, text, "field is not found", out);
+    if (!meta.Field(name)) print_msg(name, text, "field is not found", out);
     return;
   }
   if (prefix == "hint") {
     if (rest == "default") return;
-    if (!field_found(meta, name)) print_msg(name, text, "field is not found", out);
+    if (!meta.Field(name)) print_msg(name, text, "field is not found", out);
     return;
   }
   if (prefix == "placeholder") {
-    if (!field_found(meta, rest)) print_msg(name, text, "field is not found", out);
+    if (!meta.Field(rest)) print_msg(name, text, "field is not found", out);
     return;
   }
   // A message a_b belongs to the message a of the same document.
-  if (!Selects(doc, "//msg[@name='" + prefix + "']"))
-    print_msg(name, text, "is unrecognized", out);
+  if (!doc.Has(prefix)) print_msg(name, text, "is unrecognized", out);
 }
 
 void list_process(const std::string& prefix, const std::string& rest,
-                  const std::string& name, pnl_xml::Xml& meta, pnl_xml::Xml& doc,
+                  const std::string& name, MetadataLookups& meta, MessageLookups& doc,
                   const std::string& text, std::ostringstream& out) {
   if (prefix.empty()) {
-    if (!col_found(meta, rest)) print_msg(name, text, "column is not found", out);
+    if (!meta.Col(rest)) print_msg(name, text, "column is not found", out);
     return;
   }
   if (prefix == "short") {
-    if (!toolbtn_found(meta, rest)) print_msg(name, text, "toolbtn is not found", out);
+    if (!meta.ToolbtnByName(rest)) print_msg(name, text, "toolbtn is not found", out);
     return;
   }
   if (prefix == "hint") {
     if (get_prefix(rest) == "p") {
       std::string key = cut_prefix(rest);
       if (get_prefix(key) == "def") key = cut_prefix(key);
-      if (!colprop_found(meta, key)) print_msg(name, text, "column prop is not found", out);
-    } else if (!toolbtn_found(meta, rest) && !col_found(meta, rest)) {
+      if (!meta.ColProp(key)) print_msg(name, text, "column prop is not found", out);
+    } else if (!meta.ToolbtnByName(rest) && !meta.Col(rest)) {
       print_msg(name, text, "toolbtn or column is not found", out);
     }
     return;
@@ -783,11 +900,11 @@ void list_process(const std::string& prefix, const std::string& rest,
     std::string key = cut_prefix(rest);
     if (key == "confirm") key = cut_prefix(key);
     std::replace(key.begin(), key.end(), '_', '.');
-    if (!toolbtn_found_by_func_name(meta, key)) print_msg(name, text, "is unrecognized", out);
+    if (!meta.ToolbtnByFunc(key)) print_msg(name, text, "is unrecognized", out);
     return;
   }
-  if (Selects(doc, "//msg[@name='" + prefix + "']")) return;
-  if (!col_found(meta, name)) print_msg(name, text, "is unrecognized", out);
+  if (doc.Has(prefix)) return;
+  if (!meta.Col(name)) print_msg(name, text, "is unrecognized", out);
 }
 
 void check_unused(const std::string& lang) {
@@ -796,6 +913,9 @@ void check_unused(const std::string& lang) {
 
   pnl_xml::Xml description;
   description.LoadFromFile(pnl_file::GetCurrentDir() + "/etc/xml/" + PNL_NAME() + ".xml");
+  // The lookups of each metadata element, gathered once for every file
+  // that belongs to it.
+  std::map<std::string, std::unique_ptr<MetadataLookups>> lookups;
 
   std::vector<std::string> files;
   getXmlFiles(files, lang);
@@ -814,16 +934,21 @@ void check_unused(const std::string& lang) {
       MergeIncludes(doc, includes, lang, out);
     }
 
-    pnl_xml::XPath metadata(description, "//metadata[@name=\"" + root_name + "\"]");
-    if (metadata.size() == 0) {
+    auto known = lookups.find(root_name);
+    if (known == lookups.end()) {
+      pnl_xml::XPath metadata(description, "//metadata[@name=\"" + root_name + "\"]");
+      std::unique_ptr<MetadataLookups> made;
+      if (metadata.size() != 0) made = std::make_unique<MetadataLookups>(metadata[0]);
+      known = lookups.emplace(root_name, std::move(made)).first;
+    }
+    if (!known->second) {
       // Such a document has nothing to be checked against: it is passed
       // over without a word, its merge lines included.
-      out << "\t" << " no metadata found for " << root_name << "\n";
       continue;
     }
-    pnl_xml::Xml meta;
-    meta.SetRoot(metadata[0], false);
-    const std::string type = meta.GetRoot().GetProp("type");
+    MetadataLookups& meta = *known->second;
+    MessageLookups messages(doc);
+    const std::string type = meta.Type();
 
     for (pnl_xml::XmlNode msg : pnl_xml::XPath(doc, "/*/*")) {
       if (!msg.GetProp("added").empty()) continue;
@@ -835,9 +960,9 @@ void check_unused(const std::string& lang) {
       const std::string rest = cut_prefix(name);
       const std::streampos before = out.tellp();
       if (type == "list")
-        list_process(prefix, rest, name, meta, doc, text, out);
+        list_process(prefix, rest, name, meta, messages, text, out);
       else if (type == "form")
-        form_process(prefix, rest, name, meta, doc, text, out);
+        form_process(prefix, rest, name, meta, messages, text, out);
       if (out.tellp() != before)
         found.push_back(UnusedFinding(root_name, name, lang, lines,
                                       out.str().substr(static_cast<std::size_t>(before))));

@@ -11,6 +11,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -192,15 +193,76 @@ void check_actionlist(const std::string& lang);
 
 // Lists the messages of `lang` that no element of their form or list uses.
 void check_unused(const std::string& lang);
+// What the unused audit asks of one metadata element of the description:
+// whether it has a field, a page, a toolbar button (by name or by
+// function), a column or a column property of a given name. Each answer is
+// the one that the query of field_found and its kin gives on a copy of the
+// element. Out of literal evaluation the answers come from sets gathered
+// in one walk of the element, and no copy is made (a parsed document holds
+// no entity reference, so the copy's names and values are the element's);
+// a key holding a quote makes another query (or none at all), and such keys
+// are asked of the copy as written.
+class MetadataLookups {
+ public:
+  explicit MetadataLookups(const pnl_xml::XmlNode& metadata);
+
+  // The element's "type" attribute ("form", "list", ...).
+  std::string Type() const { return metadata_.GetProp("type"); }
+
+  bool Field(const std::string& key);
+  bool Page(const std::string& key);
+  bool ToolbtnByName(const std::string& key);
+  bool ToolbtnByFunc(const std::string& key);
+  bool ColProp(const std::string& key);
+  bool Col(const std::string& key);
+
+ private:
+  // What an element is to the queries: one of the names they test (in no
+  // namespace), or anything else.
+  enum class Tag { kOther, kForm, kField, kPage, kColdata, kCol, kProp, kToolbar, kToolbtn };
+  static Tag TagOf(const pnl_xml::XmlNode& element);
+  // Gathers the keys of the children of `node` and of their subtrees;
+  // `parent`, `grand` and `great` are the tags of `node` and of its two
+  // ancestors (kOther above the copied element).
+  void Walk(const pnl_xml::XmlNode& node, Tag parent, Tag grand, Tag great, bool in_toolbar);
+  bool AsWritten(const std::string& key) const;
+  pnl_xml::Xml& Copy();
+
+  pnl_xml::XmlNode metadata_;
+  bool walked_ = false;
+  bool copied_ = false;
+  pnl_xml::Xml copy_;
+  std::unordered_set<std::string> fields_, pages_, toolbtn_names_, toolbtn_funcs_, col_props_, cols_;
+};
+
+// Whether a message document (includes merged) has a message of a given
+// name: what "//msg[@name='NAME']" selects on it, from the set of its
+// message names out of literal evaluation (a name with a quote is asked as
+// written). The document must
+// not change while the lookups are in use.
+class MessageLookups {
+ public:
+  explicit MessageLookups(pnl_xml::Xml& doc);
+  bool Has(const std::string& name);
+
+ private:
+  void Walk(const pnl_xml::XmlNode& element);
+
+  pnl_xml::Xml& doc_;
+  bool walked_ = false;
+  bool gathered_ = false;
+  std::unordered_set<std::string> names_;
+};
+
 // The deciders of check_unused for a message of a form and of a list: a
 // message that nothing can use gets a report line in `out`.
 void form_process(const std::string& prefix, const std::string& rest,
-                  const std::string& name, pnl_xml::Xml& meta, pnl_xml::Xml& doc,
+                  const std::string& name, MetadataLookups& meta, MessageLookups& doc,
                   const std::string& text, std::ostringstream& out);
 void list_process(const std::string& prefix, const std::string& rest,
-                  const std::string& name, pnl_xml::Xml& meta, pnl_xml::Xml& doc,
+                  const std::string& name, MetadataLookups& meta, MessageLookups& doc,
                   const std::string& text, std::ostringstream& out);
-// Lookups of `key` in a metadata description.
+// Lookups of `key` in a metadata description, evaluated as written.
 bool field_found(pnl_xml::Xml& meta, const std::string& key);
 bool page_found(pnl_xml::Xml& meta, const std::string& key);
 bool toolbtn_found(pnl_xml::Xml& meta, const std::string& key);

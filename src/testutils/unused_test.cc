@@ -1,5 +1,6 @@
 // The unused message check and its deciders.
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -191,6 +192,229 @@ TEST_F(UnusedTest, EachDocumentGetsItsOwnHeadingInListOrder) {
   EXPECT_EQ(Run(), std::string(kHeader) + "\nuser.msg.en.xml\n" +
                        Line("gone", "field is not found", "G") + "\nusers.msg.en.xml\n" +
                        Line("width", "column is not found", "W"));
+}
+
+// ---- The lookups against their queries ------------------------------------
+
+// Descriptions where what the queries select is easy to get wrong: elements
+// and attributes in namespaces, nested forms and pages, several forms,
+// fields and buttons outside the places the queries look, keys with quotes.
+const char kTrickyDescription[] =
+    "<pnldata xmlns:p=\"urn:p\">"
+    "<metadata name=\"spaces\" type=\"form\"><form>"
+    "<field name=\"plain\"><p:input name=\"child_in_ns\"/><input p:name=\"ns_attr\"/></field>"
+    "<p:field name=\"field_in_ns\"><input name=\"under_ns_field\"/></p:field>"
+    "<field p:name=\"field_ns_attr\" name=\"field_both\"/>"
+    "<p:form><field name=\"under_ns_form\"/></p:form>"
+    "<page name=\"pg\"><p:x name=\"page_child_in_ns\"/><field name=\"page_field\">"
+    "<y name=\"page_field_child\"/></field></page>"
+    "</form>"
+    "<form xmlns=\"urn:d\"><field name=\"default_ns\"/><page><field name=\"default_ns_page\"/>"
+    "</page></form></metadata>"
+    "<metadata name=\"nested\" type=\"form\">"
+    "<page><field name=\"page_outside_form\"/></page>"
+    "<field name=\"field_outside_form\"/>"
+    "<form><group><field name=\"grouped\"/></group>"
+    "<field name=\"outer\"><form><field name=\"inner\"><x name=\"inner_child\"/></field>"
+    "<page name=\"inner_page\"><page name=\"page_in_page\"><field name=\"deep\"/></page>"
+    "<field name=\"inner_page_field\"><z name=\"inner_page_field_child\"/></field>"
+    "</page></form></field>"
+    "<field><field name=\"field_in_field\"><w name=\"below_field_in_field\"/></field></field>"
+    "</form>"
+    "<form><field name=\"second_form\"/><page name=\"second_page\"/></form>"
+    "<x><form><field name=\"form_deeper\"/></form></x>"
+    "</metadata>"
+    "<metadata name=\"quotes\" type=\"form\"><form>"
+    "<field name=\"it&apos;s\"/><field name='say \"hi\"'/><field name=\"\"/>"
+    "<field name=\"a&amp;b\"/></form></metadata>"
+    "<metadata name=\"lists\" type=\"list\">"
+    "<coldata><col name=\"c1\"><prop name=\"p1\"/><x><prop name=\"p_deeper\"/></x>"
+    "<p:prop name=\"p_in_ns\"/></col><group><col name=\"c_grouped\"/></group>"
+    "<p:col name=\"c_in_ns\"><prop name=\"p_under_ns_col\"/></p:col>"
+    "<col p:name=\"c_ns_attr\"/><col name=\"c2\"><coldata><col name=\"c_nested\"/></coldata>"
+    "</col></coldata>"
+    "<col name=\"c_outside\"/>"
+    "<toolbar><group><toolbtn name=\"b1\" func=\"user.edit\"/></group>"
+    "<toolbtn name=\"b2\" func=\"drop\" p:func=\"ns_func\"/><p:toolbtn name=\"b_in_ns\" func=\"f_ns\"/>"
+    "<toolbtn func=\"it's\"/><toolbtn><toolbtn name=\"b_in_b\"/></toolbtn></toolbar>"
+    "<p:toolbar><toolbtn name=\"b_in_ns_bar\" func=\"f_ns_bar\"/></p:toolbar>"
+    "<toolbtn name=\"b_outside\" func=\"f_outside\"/>"
+    "<form><field name=\"list_field\"/></form>"
+    "</metadata>"
+    "</pnldata>";
+
+// Every value of every attribute of the document, a few that stand in none,
+// and keys with quotes.
+std::vector<std::string> Keys(const pnl_xml::Xml& doc) {
+  std::vector<std::string> keys = {"", "absent", "it's", "say \"hi\"", "'", "\"", "a&b",
+                                   "p1' or '1'='1"};
+  for (pnl_xml::XmlNode attr : doc.GetNodes("//@*")) keys.push_back(attr.Str());
+  return keys;
+}
+
+// What the queries give on a copy of the metadata element, evaluated as
+// written, against what the lookups give.
+void ExpectLookupsAsQueries(const std::string& text, const std::string& metadata_name) {
+  pnl_xml::Xml description;
+  ASSERT_TRUE(description.LoadFromString(text, "description"));
+  const std::string query = "//metadata[@name='" + metadata_name + "']";
+  pnl_xml::XmlNode metadata = description.GetNodes(query)[0];
+  ASSERT_TRUE(metadata);
+  struct Answers {
+    bool field, page, toolbtn, func, colprop, col;
+  };
+  std::vector<Answers> written;
+  pnl_xml::SetLiteralEvaluation(true);
+  pnl_xml::Xml copy;
+  copy.SetRoot(metadata, false);
+  for (const std::string& key : Keys(description))
+    written.push_back({field_found(copy, key), page_found(copy, key), toolbtn_found(copy, key),
+                       toolbtn_found_by_func_name(copy, key), colprop_found(copy, key),
+                       col_found(copy, key)});
+  pnl_xml::SetLiteralEvaluation(false);
+  MetadataLookups lookups(metadata);
+  size_t i = 0;
+  for (const std::string& key : Keys(description)) {
+    const Answers& expected = written[i++];
+    EXPECT_EQ(expected.field, lookups.Field(key)) << metadata_name << " field " << key;
+    EXPECT_EQ(expected.page, lookups.Page(key)) << metadata_name << " page " << key;
+    EXPECT_EQ(expected.toolbtn, lookups.ToolbtnByName(key)) << metadata_name << " btn " << key;
+    EXPECT_EQ(expected.func, lookups.ToolbtnByFunc(key)) << metadata_name << " func " << key;
+    EXPECT_EQ(expected.colprop, lookups.ColProp(key)) << metadata_name << " prop " << key;
+    EXPECT_EQ(expected.col, lookups.Col(key)) << metadata_name << " col " << key;
+  }
+}
+
+TEST(MetadataLookupsTest, AnswerAsTheQueriesOnACopy) {
+  for (const char* name : {"spaces", "nested", "quotes", "lists"})
+    ExpectLookupsAsQueries(kTrickyDescription, name);
+}
+
+TEST(MetadataLookupsTest, SelectWhatTheQueriesSelect) {
+  pnl_xml::Xml description;
+  ASSERT_TRUE(description.LoadFromString(kTrickyDescription, "description"));
+  MetadataLookups spaces(description.GetNodes("//metadata[@name='spaces']")[0]);
+  EXPECT_TRUE(spaces.Field("plain"));
+  EXPECT_TRUE(spaces.Field("child_in_ns"));
+  EXPECT_TRUE(spaces.Field("field_both"));
+  EXPECT_TRUE(spaces.Field("page_field"));
+  EXPECT_TRUE(spaces.Field("page_field_child"));
+  EXPECT_TRUE(spaces.Page("page_child_in_ns"));
+  EXPECT_FALSE(spaces.Field("ns_attr"));
+  EXPECT_FALSE(spaces.Field("field_in_ns"));
+  EXPECT_FALSE(spaces.Field("under_ns_field"));
+  EXPECT_FALSE(spaces.Field("under_ns_form"));
+  EXPECT_FALSE(spaces.Field("default_ns"));
+  EXPECT_FALSE(spaces.Field("default_ns_page"));
+  MetadataLookups nested(description.GetNodes("//metadata[@name='nested']")[0]);
+  EXPECT_TRUE(nested.Field("outer"));
+  EXPECT_TRUE(nested.Field("inner"));
+  EXPECT_TRUE(nested.Field("inner_child"));
+  EXPECT_TRUE(nested.Field("inner_page_field_child"));
+  EXPECT_TRUE(nested.Field("field_in_field"));
+  EXPECT_TRUE(nested.Field("second_form"));
+  EXPECT_TRUE(nested.Field("form_deeper"));
+  EXPECT_TRUE(nested.Page("page_in_page"));
+  EXPECT_FALSE(nested.Field("deep"));
+  EXPECT_FALSE(nested.Field("below_field_in_field"));
+  EXPECT_FALSE(nested.Field("grouped"));
+  EXPECT_FALSE(nested.Field("page_outside_form"));
+  EXPECT_FALSE(nested.Field("field_outside_form"));
+  MetadataLookups quotes(description.GetNodes("//metadata[@name='quotes']")[0]);
+  // "[@name='it's']" is no expression: it selects nothing.
+  EXPECT_FALSE(quotes.Field("it's"));
+  EXPECT_TRUE(quotes.Field("say \"hi\""));
+  EXPECT_TRUE(quotes.Field(""));
+  EXPECT_TRUE(quotes.Field("a&b"));
+  MetadataLookups lists(description.GetNodes("//metadata[@name='lists']")[0]);
+  EXPECT_TRUE(lists.Col("c1"));
+  EXPECT_TRUE(lists.Col("c_nested"));
+  EXPECT_FALSE(lists.Col("c_grouped"));
+  EXPECT_FALSE(lists.Col("c_in_ns"));
+  EXPECT_FALSE(lists.Col("c_ns_attr"));
+  EXPECT_FALSE(lists.Col("c_outside"));
+  EXPECT_TRUE(lists.ColProp("p1"));
+  EXPECT_FALSE(lists.ColProp("p_deeper"));
+  EXPECT_FALSE(lists.ColProp("p_in_ns"));
+  EXPECT_FALSE(lists.ColProp("p_under_ns_col"));
+  EXPECT_TRUE(lists.ToolbtnByName("b1"));
+  EXPECT_TRUE(lists.ToolbtnByName("b_in_b"));
+  EXPECT_FALSE(lists.ToolbtnByName("b_in_ns"));
+  EXPECT_FALSE(lists.ToolbtnByName("b_in_ns_bar"));
+  EXPECT_FALSE(lists.ToolbtnByName("b_outside"));
+  EXPECT_TRUE(lists.ToolbtnByFunc("user.edit"));
+  EXPECT_FALSE(lists.ToolbtnByFunc("ns_func"));
+  EXPECT_FALSE(lists.ToolbtnByFunc("f_ns"));
+  EXPECT_FALSE(lists.ToolbtnByFunc("it's"));
+  EXPECT_TRUE(lists.Field("list_field"));
+}
+
+TEST(MetadataLookupsTest, TheElementItselfMayBeAFormOrAToolbar) {
+  pnl_xml::Xml description;
+  ASSERT_TRUE(description.LoadFromString(
+      "<r><form><field name=\"f\"/></form><toolbar><toolbtn name=\"b\"/></toolbar></r>",
+      "description"));
+  MetadataLookups form(description.GetNodes("/r/form")[0]);
+  EXPECT_TRUE(form.Field("f"));
+  MetadataLookups toolbar(description.GetNodes("/r/toolbar")[0]);
+  EXPECT_TRUE(toolbar.ToolbtnByName("b"));
+}
+
+TEST(MetadataLookupsTest, AnEntityInANameReadsAsTheQueryReadsIt) {
+  // The reference is dropped with the document type: the name is "a".
+  const std::string text =
+      "<!DOCTYPE pnldata [<!ENTITY e \"E\">]><pnldata><metadata name=\"m\" type=\"form\">"
+      "<form><field name=\"a&e;\"/><field name=\"b\"/></form></metadata></pnldata>";
+  ExpectLookupsAsQueries(text, "m");
+  pnl_xml::Xml description;
+  ASSERT_TRUE(description.LoadFromString(text, "description"));
+  MetadataLookups lookups(description.GetNodes("//metadata")[0]);
+  EXPECT_TRUE(lookups.Field("a"));
+  EXPECT_TRUE(lookups.Field("b"));
+}
+
+TEST(MessageLookupsTest, AnswerAsTheQuery) {
+  pnl_xml::Xml doc;
+  ASSERT_TRUE(doc.LoadFromString(
+      "<msg name=\"root\" xmlns:p=\"urn:p\"><messages><msg name=\"a\"><msg name=\"nested\"/>"
+      "</msg><p:msg name=\"in_ns\"/><msg p:name=\"ns_attr\"/><msg name=\"it's\"/>"
+      "<msg name='say \"hi\"'/><msg name=\"\"/><x xmlns=\"urn:d\"><msg name=\"default_ns\"/></x>"
+      "</messages></msg>",
+      "messages"));
+  std::vector<bool> written;
+  pnl_xml::SetLiteralEvaluation(true);
+  for (const std::string& key : Keys(doc))
+    written.push_back(!doc.GetNodes("//msg[@name='" + key + "']").empty());
+  pnl_xml::SetLiteralEvaluation(false);
+  MessageLookups lookups(doc);
+  size_t i = 0;
+  for (const std::string& key : Keys(doc)) EXPECT_EQ(written[i++], lookups.Has(key)) << key;
+  EXPECT_TRUE(lookups.Has("root"));
+  EXPECT_TRUE(lookups.Has("nested"));
+  EXPECT_FALSE(lookups.Has("in_ns"));
+  EXPECT_FALSE(lookups.Has("ns_attr"));
+  EXPECT_FALSE(lookups.Has("default_ns"));
+  EXPECT_FALSE(lookups.Has("it's"));
+}
+
+TEST_F(UnusedTest, TrickyDescriptionReportsAsUnderLiteralEvaluation) {
+  dir_.Write("etc/xml/sab.xml", kTrickyDescription);
+  const std::string messages =
+      "<msg name=\"plain\">1</msg><msg name=\"ns_attr\">2</msg><msg name=\"inner\">3</msg>"
+      "<msg name=\"deep\">4</msg><msg name=\"it's\">5</msg><msg name=\"hint_grouped\">6</msg>"
+      "<msg name=\"placeholder_inner_child\">7</msg><msg name=\"plain_x\">8</msg>"
+      "<msg name=\"it's_x\">9</msg><msg name=\"c1\">10</msg><msg name=\"short_b_in_b\">11</msg>"
+      "<msg name=\"short_b_in_ns\">12</msg><msg name=\"hint_p_def_p1\">13</msg>"
+      "<msg name=\"hint_p_p_in_ns\">14</msg><msg name=\"hint_c_outside\">15</msg>"
+      "<msg name=\"msg_user_edit\">16</msg><msg name=\"msg_confirm_f_ns\">17</msg>"
+      "<msg name=\"x_c_nested\">18</msg><msg name=\"x\">19</msg><msg name=\"x_y\">20</msg>";
+  for (const char* root : {"spaces", "nested", "quotes", "lists"})
+    Cache(std::string(root) + ".msg.en.xml", root, messages);
+  pnl_xml::SetLiteralEvaluation(true);
+  const std::string written = Run();
+  pnl_xml::SetLiteralEvaluation(false);
+  EXPECT_EQ(written, Run());
+  EXPECT_NE(written.find("nested.msg.en.xml\n\tplain - field is not found."), std::string::npos);
 }
 
 }  // namespace
