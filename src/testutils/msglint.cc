@@ -964,14 +964,15 @@ void check_unused(const std::string& lang) {
       else if (type == "form")
         form_process(prefix, rest, name, meta, messages, text, out);
       if (out.tellp() != before)
-        found.push_back(UnusedFinding(root_name, name, lang, lines,
-                                      out.str().substr(static_cast<std::size_t>(before))));
+        found.push_back(UnusedFinding(
+            root_name, name, lang, lines,
+            std::string(out.view().substr(static_cast<std::size_t>(before)))));
     }
 
-    if (!out.str().empty()) {
+    if (!out.view().empty()) {
       std::cout << std::endl;
       std::cout << base << std::endl;
-      std::cout << out.str() << std::flush;
+      std::cout << out.view() << std::flush;
       for (const Finding& finding : found) Findings().Add(finding);
     }
   }
