@@ -526,8 +526,7 @@ int kelmain(int argc, char** argv) {
 
   if (report_mode == "-f") {
     for (const std::string& lang : langs) {
-      check_repeats(lang);
-      check_unused(lang);
+      check_repeats_and_unused(lang);
       check_actionlist(lang);
     }
   }
@@ -907,96 +906,114 @@ void list_process(const std::string& prefix, const std::string& rest,
   if (!meta.Col(name)) print_msg(name, text, "is unrecognized", out);
 }
 
-void check_unused(const std::string& lang) {
-  std::cout << std::endl;
-  std::cout << "Unused for lang " << lang << std::endl;
+namespace {
 
-  pnl_xml::Xml description;
-  description.LoadFromFile(pnl_file::GetCurrentDir() + "/etc/xml/" + PNL_NAME() + ".xml");
-  // The lookups of each metadata element, gathered once for every file
-  // that belongs to it.
-  std::map<std::string, std::unique_ptr<MetadataLookups>> lookups;
+// The unused audit of one language, one cache file at a time.
+class UnusedAudit {
+ public:
+  // What one file gets in the report: its base name and lines, and the
+  // findings to record when they are printed.
+  struct FileReport {
+    std::string base;
+    std::string lines;
+    std::vector<Finding> found;
+  };
 
-  std::vector<std::string> files;
-  getXmlFiles(files, lang);
-  SourceLines lines(pnl_file::GetCurrentDir());
-  for (const std::string& path : files) {
-    const std::string base = pnl_file::SplitPath(path).second;
-    std::ostringstream out;
-    pnl_xml::Xml doc;
-    doc.LoadFromFile(path);
-    const std::string root_name = doc.GetRoot().GetProp("name");
-    std::vector<Finding> found;  // recorded when the file's lines are printed
+  explicit UnusedAudit(const std::string& lang)
+      : lang_(lang), lines_(pnl_file::GetCurrentDir()) {
+    description_.LoadFromFile(pnl_file::GetCurrentDir() + "/etc/xml/" + PNL_NAME() + ".xml");
+  }
 
-    pnl_xml::XPath includes(doc, "//include");
-    if (includes.size() != 0) {
-      RecordMissingIncludes(includes, root_name, lang, lines, found);
-      MergeIncludes(doc, includes, lang, out);
-    }
+  // Checks the file at `path`, loaded into `doc` (whose includes are merged
+  // into it); false when the file has nothing to report.
+  bool Check(const std::string& path, pnl_xml::Xml& doc, FileReport& report);
 
-    auto known = lookups.find(root_name);
-    if (known == lookups.end()) {
-      pnl_xml::XPath metadata(description, "//metadata[@name=\"" + root_name + "\"]");
-      std::unique_ptr<MetadataLookups> made;
-      if (metadata.size() != 0) made = std::make_unique<MetadataLookups>(metadata[0]);
-      known = lookups.emplace(root_name, std::move(made)).first;
-    }
-    if (!known->second) {
-      // Such a document has nothing to be checked against: it is passed
-      // over without a word, its merge lines included.
+ private:
+  // The lookups of the metadata element of `root_name`; null when the
+  // description has none. Gathered once for every file of the element.
+  MetadataLookups* LookupsOf(const std::string& root_name);
+
+  std::string lang_;
+  pnl_xml::Xml description_;
+  SourceLines lines_;
+  std::map<std::string, std::unique_ptr<MetadataLookups>> lookups_;
+};
+
+MetadataLookups* UnusedAudit::LookupsOf(const std::string& root_name) {
+  auto known = lookups_.find(root_name);
+  if (known == lookups_.end()) {
+    pnl_xml::XPath metadata(description_, "//metadata[@name=\"" + root_name + "\"]");
+    std::unique_ptr<MetadataLookups> made;
+    if (metadata.size() != 0) made = std::make_unique<MetadataLookups>(metadata[0]);
+    known = lookups_.emplace(root_name, std::move(made)).first;
+  }
+  return known->second.get();
+}
+
+bool UnusedAudit::Check(const std::string& path, pnl_xml::Xml& doc, FileReport& report) {
+  std::ostringstream out;
+  const std::string root_name = doc.GetRoot().GetProp("name");
+  std::vector<Finding> found;  // recorded when the file's lines are printed
+
+  pnl_xml::XPath includes(doc, "//include");
+  if (includes.size() != 0) {
+    RecordMissingIncludes(includes, root_name, lang_, lines_, found);
+    MergeIncludes(doc, includes, lang_, out);
+  }
+
+  // A document without metadata has nothing to be checked against: it is
+  // passed over without a word, its merge lines included.
+  MetadataLookups* meta = LookupsOf(root_name);
+  if (meta == nullptr) return false;
+  MessageLookups messages(doc);
+  const std::string type = meta->Type();
+
+  for (pnl_xml::XmlNode msg : pnl_xml::XPath(doc, "/*/*")) {
+    if (!msg.GetProp("added").empty()) continue;
+    const std::string name = msg.GetProp("name");
+    const std::string text = msg.Str();
+    if (name == "title" || name.starts_with("msg_error_") || name.starts_with("progress_"))
       continue;
-    }
-    MetadataLookups& meta = *known->second;
-    MessageLookups messages(doc);
-    const std::string type = meta.Type();
+    const std::string prefix = get_prefix(name);
+    const std::string rest = cut_prefix(name);
+    const std::streampos before = out.tellp();
+    if (type == "list")
+      list_process(prefix, rest, name, *meta, messages, text, out);
+    else if (type == "form")
+      form_process(prefix, rest, name, *meta, messages, text, out);
+    if (out.tellp() != before)
+      found.push_back(UnusedFinding(
+          root_name, name, lang_, lines_,
+          std::string(out.view().substr(static_cast<std::size_t>(before)))));
+  }
 
-    for (pnl_xml::XmlNode msg : pnl_xml::XPath(doc, "/*/*")) {
-      if (!msg.GetProp("added").empty()) continue;
-      const std::string name = msg.GetProp("name");
-      const std::string text = msg.Str();
-      if (name == "title" || name.starts_with("msg_error_") || name.starts_with("progress_"))
-        continue;
-      const std::string prefix = get_prefix(name);
-      const std::string rest = cut_prefix(name);
-      const std::streampos before = out.tellp();
-      if (type == "list")
-        list_process(prefix, rest, name, meta, messages, text, out);
-      else if (type == "form")
-        form_process(prefix, rest, name, meta, messages, text, out);
-      if (out.tellp() != before)
-        found.push_back(UnusedFinding(
-            root_name, name, lang, lines,
-            std::string(out.view().substr(static_cast<std::size_t>(before)))));
-    }
+  if (out.view().empty()) return false;
+  report.base = pnl_file::SplitPath(path).second;
+  report.lines = std::move(out).str();
+  report.found = std::move(found);
+  return true;
+}
 
-    if (!out.view().empty()) {
-      std::cout << std::endl;
-      std::cout << base << std::endl;
-      std::cout << out.view() << std::flush;
-      for (const Finding& finding : found) Findings().Add(finding);
-    }
+void PrintUnused(const UnusedAudit::FileReport& report) {
+  std::cout << std::endl;
+  std::cout << report.base << std::endl;
+  std::cout << report.lines << std::flush;
+  for (const Finding& finding : report.found) Findings().Add(finding);
+}
+
+// The repeated audit's table: each message text and where it occurs.
+using RepeatTable = std::map<std::string, std::vector<XmlMsg>>;
+
+// Adds the messages of `doc` (loaded from `path`, includes not merged).
+void AddRepeats(const std::string& path, const pnl_xml::Xml& doc, RepeatTable& table) {
+  const std::string base = pnl_file::SplitPath(path).second;
+  for (pnl_xml::XmlNode msg : pnl_xml::XPath(doc, "//msg")) {
+    if (!msg.GetProp("added").empty()) continue;
+    table[msg.Str()].emplace_back(base, msg.GetProp("name"));
   }
 }
 
-// ---- Repeated message check ---------------------------------------------
-
-void check_repeats(const std::string& lang) {
-  std::cout << std::endl;
-  std::cout << "Repeated messages for lang " << lang << std::endl;
-
-  std::map<std::string, std::vector<XmlMsg>> table;
-  std::vector<std::string> files;
-  getXmlFiles(files, lang);
-  for (const std::string& path : files) {
-    const std::string base = pnl_file::SplitPath(path).second;
-    pnl_xml::Xml doc;
-    doc.LoadFromFile(path);
-    for (pnl_xml::XmlNode msg : pnl_xml::XPath(doc, "//msg")) {
-      if (!msg.GetProp("added").empty()) continue;
-      table[msg.Str()].emplace_back(base, msg.GetProp("name"));
-    }
-  }
-
+void PrintRepeats(const std::string& lang, const RepeatTable& table) {
   std::vector<std::string> blocks;
   std::vector<Finding> repeated;
   for (const auto& [text, places] : table) {
@@ -1024,6 +1041,66 @@ void check_repeats(const std::string& lang) {
   std::stable_sort(repeated.begin(), repeated.end(),
                    [](const Finding& a, const Finding& b) { return order(a.report, b.report); });
   for (const Finding& finding : repeated) Findings().Add(finding);
+}
+
+void PrintRepeatsHeader(const std::string& lang) {
+  std::cout << std::endl;
+  std::cout << "Repeated messages for lang " << lang << std::endl;
+}
+
+void PrintUnusedHeader(const std::string& lang) {
+  std::cout << std::endl;
+  std::cout << "Unused for lang " << lang << std::endl;
+}
+
+}  // namespace
+
+void check_unused(const std::string& lang) {
+  PrintUnusedHeader(lang);
+  UnusedAudit audit(lang);
+  std::vector<std::string> files;
+  getXmlFiles(files, lang);
+  for (const std::string& path : files) {
+    pnl_xml::Xml doc;
+    doc.LoadFromFile(path);
+    UnusedAudit::FileReport report;
+    if (audit.Check(path, doc, report)) PrintUnused(report);
+  }
+}
+
+// ---- Repeated message check ---------------------------------------------
+
+void check_repeats(const std::string& lang) {
+  PrintRepeatsHeader(lang);
+  RepeatTable table;
+  std::vector<std::string> files;
+  getXmlFiles(files, lang);
+  for (const std::string& path : files) {
+    pnl_xml::Xml doc;
+    doc.LoadFromFile(path);
+    AddRepeats(path, doc, table);
+  }
+  PrintRepeats(lang, table);
+}
+
+void check_repeats_and_unused(const std::string& lang) {
+  PrintRepeatsHeader(lang);
+  RepeatTable table;
+  UnusedAudit audit(lang);
+  std::vector<UnusedAudit::FileReport> reports;
+  std::vector<std::string> files;
+  getXmlFiles(files, lang);
+  for (const std::string& path : files) {
+    pnl_xml::Xml doc;
+    doc.LoadFromFile(path);
+    // The repeated audit reads the file as it stands, before the merge.
+    AddRepeats(path, doc, table);
+    UnusedAudit::FileReport report;
+    if (audit.Check(path, doc, report)) reports.push_back(std::move(report));
+  }
+  PrintRepeats(lang, table);
+  PrintUnusedHeader(lang);
+  for (const UnusedAudit::FileReport& report : reports) PrintUnused(report);
 }
 
 // ---- Column hint check --------------------------------------------------

@@ -232,7 +232,8 @@ class MetadataLookups {
   bool walked_ = false;
   bool copied_ = false;
   pnl_xml::Xml copy_;
-  std::unordered_set<std::string> fields_, pages_, toolbtn_names_, toolbtn_funcs_, col_props_, cols_;
+  std::unordered_set<std::string> fields_, pages_, toolbtn_names_, toolbtn_funcs_;
+  std::unordered_set<std::string> col_props_, cols_;
 };
 
 // Whether a message document (includes merged) has a message of a given
@@ -280,6 +281,10 @@ struct XmlMsg {
 // Lists the message texts of `lang` that occur more than once, the most
 // repeated first, with every place where they occur.
 void check_repeats(const std::string& lang);
+
+// check_repeats then check_unused, with the same report, findings and
+// files, but each cache file read once for both.
+void check_repeats_and_unused(const std::string& lang);
 
 namespace msglint_private {
 

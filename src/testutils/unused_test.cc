@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "support/scratch_dir.h"
+#include "testutils/findings.h"
 #include "testutils/msglint.h"
 
 namespace {
@@ -235,7 +236,8 @@ const char kTrickyDescription[] =
     "</col></coldata>"
     "<col name=\"c_outside\"/>"
     "<toolbar><group><toolbtn name=\"b1\" func=\"user.edit\"/></group>"
-    "<toolbtn name=\"b2\" func=\"drop\" p:func=\"ns_func\"/><p:toolbtn name=\"b_in_ns\" func=\"f_ns\"/>"
+    "<toolbtn name=\"b2\" func=\"drop\" p:func=\"ns_func\"/>"
+    "<p:toolbtn name=\"b_in_ns\" func=\"f_ns\"/>"
     "<toolbtn func=\"it's\"/><toolbtn><toolbtn name=\"b_in_b\"/></toolbtn></toolbar>"
     "<p:toolbar><toolbtn name=\"b_in_ns_bar\" func=\"f_ns_bar\"/></p:toolbar>"
     "<toolbtn name=\"b_outside\" func=\"f_outside\"/>"
@@ -415,6 +417,33 @@ TEST_F(UnusedTest, TrickyDescriptionReportsAsUnderLiteralEvaluation) {
   pnl_xml::SetLiteralEvaluation(false);
   EXPECT_EQ(written, Run());
   EXPECT_NE(written.find("nested.msg.en.xml\n\tplain - field is not found."), std::string::npos);
+}
+
+TEST_F(UnusedTest, OnePassReportsAndRecordsAsTheTwoAudits) {
+  dir_.Write("etc/xml/sab_msg_en.xml",
+             "<pnldata><lang name=\"en\"><messages name=\"user\"><msg name=\"gone\">G</msg>"
+             "</messages></lang></pnldata>");
+  Cache("shared.msg.en.xml", "shared", "<msg name=\"size\">S</msg><msg name=\"lost\">G</msg>");
+  Cache("user.msg.en.xml", "user",
+        "<msg name=\"gone\">G</msg><msg name=\"size_max\">S</msg>"
+        "<include name=\"shared\">sh</include><include name=\"absent\">ab</include>");
+  Cache("users.msg.en.xml", "users",
+        "<msg name=\"width\">W</msg><msg name=\"added\" added=\"1\">G</msg>");
+  Findings().Clear();
+  testing::internal::CaptureStdout();
+  check_repeats("en");
+  check_unused("en");
+  const std::string two = testing::internal::GetCapturedStdout();
+  const std::string two_findings = Findings().ToJson();
+  Findings().Clear();
+  testing::internal::CaptureStdout();
+  check_repeats_and_unused("en");
+  EXPECT_EQ(two, testing::internal::GetCapturedStdout());
+  EXPECT_EQ(two_findings, Findings().ToJson());
+  EXPECT_NE(two.find("2 - 'G'\n\tshared.msg.en.xml lost\n\tuser.msg.en.xml gone\n"),
+            std::string::npos);
+  EXPECT_NE(two.find("\tlost - field is not found."), std::string::npos);
+  Findings().Clear();
 }
 
 }  // namespace
