@@ -677,12 +677,11 @@ Finding SectionFinding(const std::string& kind, const std::string& section,
   return finding;
 }
 
-// The finding of a message of section `section` that nothing uses;
-// `report` is its line of the report.
+// The finding of a message of section `section` that nothing uses, at
+// `line` of the message file; `report` is its line of the report.
 Finding UnusedFinding(const std::string& section, const std::string& name,
-                      const std::string& lang, SourceLines& lines, const std::string& report) {
-  Finding finding = SectionFinding("unused-message", section, "message", name, lang,
-                                   lines.Message(PNL_NAME(), lang, section, name));
+                      const std::string& lang, long line, const std::string& report) {
+  Finding finding = SectionFinding("unused-message", section, "message", name, lang, line);
   finding.message_name = name;
   finding.report = report;
   return finding;
@@ -911,12 +910,24 @@ namespace {
 // The unused audit of one language, one cache file at a time.
 class UnusedAudit {
  public:
-  // What one file gets in the report: its base name and lines, and the
-  // findings to record when they are printed.
+  // What one file gets in the report: its base name and lines, and what
+  // to record when they are printed: the findings of its missing includes,
+  // then one finding per unused message, kept small (a run may hold those
+  // of every file of a language) and made whole when recorded.
+  struct Unused {
+    std::string name;
+    long line = 0;  // in the message file
+    // Where its report line stands in `lines`.
+    std::size_t begin = 0;
+    std::size_t end = 0;
+  };
   struct FileReport {
     std::string base;
+    std::string section;
+    std::string lang;
     std::string lines;
-    std::vector<Finding> found;
+    std::vector<Finding> includes;
+    std::vector<Unused> unused;
   };
 
   explicit UnusedAudit(const std::string& lang)
@@ -953,7 +964,9 @@ MetadataLookups* UnusedAudit::LookupsOf(const std::string& root_name) {
 bool UnusedAudit::Check(const std::string& path, pnl_xml::Xml& doc, FileReport& report) {
   std::ostringstream out;
   const std::string root_name = doc.GetRoot().GetProp("name");
-  std::vector<Finding> found;  // recorded when the file's lines are printed
+  // Recorded when the file's lines are printed.
+  std::vector<Finding> found;
+  std::vector<Unused> unused;
 
   pnl_xml::XPath includes(doc, "//include");
   if (includes.size() != 0) {
@@ -982,15 +995,17 @@ bool UnusedAudit::Check(const std::string& path, pnl_xml::Xml& doc, FileReport& 
     else if (type == "form")
       form_process(prefix, rest, name, *meta, messages, text, out);
     if (out.tellp() != before)
-      found.push_back(UnusedFinding(
-          root_name, name, lang_, lines_,
-          std::string(out.view().substr(static_cast<std::size_t>(before)))));
+      unused.push_back({name, lines_.Message(PNL_NAME(), lang_, root_name, name),
+                        static_cast<std::size_t>(before), static_cast<std::size_t>(out.tellp())});
   }
 
   if (out.view().empty()) return false;
   report.base = pnl_file::SplitPath(path).second;
+  report.section = root_name;
+  report.lang = lang_;
   report.lines = std::move(out).str();
-  report.found = std::move(found);
+  report.includes = std::move(found);
+  report.unused = std::move(unused);
   return true;
 }
 
@@ -998,7 +1013,10 @@ void PrintUnused(const UnusedAudit::FileReport& report) {
   std::cout << std::endl;
   std::cout << report.base << std::endl;
   std::cout << report.lines << std::flush;
-  for (const Finding& finding : report.found) Findings().Add(finding);
+  for (const Finding& finding : report.includes) Findings().Add(finding);
+  for (const UnusedAudit::Unused& unused : report.unused)
+    Findings().Add(UnusedFinding(report.section, unused.name, report.lang, unused.line,
+                                 report.lines.substr(unused.begin, unused.end - unused.begin)));
 }
 
 // The repeated audit's table: each message text and where it occurs.
