@@ -941,24 +941,28 @@ class UnusedAudit {
 
  private:
   // The lookups of the metadata element of `root_name`; null when the
-  // description has none. Gathered once for every file of the element.
+  // description has none. Nearly every file belongs to an element of its
+  // own, so only the lookups of the element asked last are kept (for a
+  // next file of the same element): those of a large description's every
+  // element would be memory held for nothing.
   MetadataLookups* LookupsOf(const std::string& root_name);
 
   std::string lang_;
   pnl_xml::Xml description_;
   SourceLines lines_;
-  std::map<std::string, std::unique_ptr<MetadataLookups>> lookups_;
+  bool asked_ = false;
+  std::string last_root_;
+  std::unique_ptr<MetadataLookups> last_lookups_;
 };
 
 MetadataLookups* UnusedAudit::LookupsOf(const std::string& root_name) {
-  auto known = lookups_.find(root_name);
-  if (known == lookups_.end()) {
-    pnl_xml::XPath metadata(description_, "//metadata[@name=\"" + root_name + "\"]");
-    std::unique_ptr<MetadataLookups> made;
-    if (metadata.size() != 0) made = std::make_unique<MetadataLookups>(metadata[0]);
-    known = lookups_.emplace(root_name, std::move(made)).first;
-  }
-  return known->second.get();
+  if (asked_ && root_name == last_root_) return last_lookups_.get();
+  pnl_xml::XPath metadata(description_, "//metadata[@name=\"" + root_name + "\"]");
+  last_lookups_.reset();
+  if (metadata.size() != 0) last_lookups_ = std::make_unique<MetadataLookups>(metadata[0]);
+  last_root_ = root_name;
+  asked_ = true;
+  return last_lookups_.get();
 }
 
 bool UnusedAudit::Check(const std::string& path, pnl_xml::Xml& doc, FileReport& report) {
