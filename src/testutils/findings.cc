@@ -442,6 +442,37 @@ struct SourceLines::File {
   // children's element name and whether the last of each is kept.
   std::map<std::vector<std::string>, ChildrenByName> indexes;
 
+  // For a message file, the lines of its sections and messages (the first
+  // of each name at every level), taken all at once at the first lookup;
+  // the parsed document, many times the file's bytes, goes then.
+  struct Section {
+    long line = 0;
+    std::unordered_map<std::string, long> messages;
+  };
+  using Sections = std::unordered_map<std::string, Section>;
+  std::unordered_map<std::string, Sections> languages;
+  bool messages_taken = false;
+
+  void TakeMessageLines() {
+    if (messages_taken) return;
+    messages_taken = true;
+    for (pnl_xml::XmlNode lang = doc.GetRoot().FirstChild(); lang; lang = lang.Next()) {
+      if (lang.Name() != "lang") continue;
+      auto [sections, new_lang] = languages.try_emplace(lang.GetProp("name"));
+      if (!new_lang) continue;
+      for (pnl_xml::XmlNode section = lang.FirstChild(); section; section = section.Next()) {
+        if (section.Name() != "messages") continue;
+        auto [kept, new_section] = sections->second.try_emplace(section.GetProp("name"));
+        if (!new_section) continue;
+        kept->second.line = section.Line();
+        for (pnl_xml::XmlNode msg = section.FirstChild(); msg; msg = msg.Next())
+          if (msg.Name() == "msg") kept->second.messages.emplace(msg.GetProp("name"), msg.Line());
+      }
+    }
+    doc = pnl_xml::Xml();
+    indexes.clear();
+  }
+
   // The child of `parent` (reached by `path`) called `name` whose attribute
   // "name" is `value`: the first such, or with `last` the last.
   pnl_xml::XmlNode ChildNamed(const pnl_xml::XmlNode& parent, std::vector<std::string> path,
@@ -499,11 +530,14 @@ void SourceLines::ForgetLastFile() { Last() = LastFile(); }
 long SourceLines::Message(const std::string& manager, const std::string& lang,
                           const std::string& section, const std::string& name) {
   File& file = Load(MessageFile(manager, lang));
-  pnl_xml::XmlNode lang_node = file.ChildNamed(file.doc.GetRoot(), {}, "lang", lang, false);
-  pnl_xml::XmlNode section_node =
-      file.ChildNamed(lang_node, {lang}, "messages", section, false);
-  if (name.empty()) return section_node.Line();
-  return file.ChildNamed(section_node, {lang, section}, "msg", name, false).Line();
+  file.TakeMessageLines();
+  auto sections = file.languages.find(lang);
+  if (sections == file.languages.end()) return 0;
+  auto kept = sections->second.find(section);
+  if (kept == sections->second.end()) return 0;
+  if (name.empty()) return kept->second.line;
+  auto message = kept->second.messages.find(name);
+  return message != kept->second.messages.end() ? message->second : 0;
 }
 
 long SourceLines::Column(const std::string& manager, const std::string& list,

@@ -185,6 +185,28 @@ TEST(SourceLinesTest, FindsMessagesAndColumnsByWalking) {
   EXPECT_EQ(0, lines.Column("m", "user", "other"));
 }
 
+TEST(SourceLinesTest, TheFirstOfEachNameGivesTheLine) {
+  ScratchDir dir;
+  dir.Write("etc/xml/m_msg_en.xml",
+            "<pnldata>\n"
+            "<lang name=\"ru\">\n<messages name=\"user\">\n<msg name=\"a\"/>\n</messages>\n</lang>\n"
+            "<lang name=\"en\">\n<messages name=\"user\">\n<msg name=\"a\"/>\n<msg name=\"a\"/>\n"
+            "<include name=\"b\"/>\n</messages>\n<messages name=\"user\">\n<msg name=\"b\"/>\n"
+            "</messages>\n<x:messages xmlns:x=\"urn:x\" name=\"other\">\n<msg name=\"c\"/>\n"
+            "</x:messages>\n</lang>\n"
+            "<lang name=\"en\">\n<messages name=\"late\">\n<msg name=\"d\"/>\n</messages>\n</lang>\n"
+            "</pnldata>\n");
+  SourceLines lines(dir.path());
+  // The file's "ru" element is no part of the en messages.
+  EXPECT_EQ(8, lines.Message("m", "en", "user", ""));
+  EXPECT_EQ(9, lines.Message("m", "en", "user", "a"));
+  EXPECT_EQ(0, lines.Message("m", "en", "user", "b"));  // in the second section of the name
+  EXPECT_EQ(0, lines.Message("m", "en", "user", "include"));
+  EXPECT_EQ(17, lines.Message("m", "en", "other", "c"));  // elements go by local name
+  EXPECT_EQ(0, lines.Message("m", "en", "late", "d"));   // in the second lang of the name
+  EXPECT_EQ(0, lines.Message("m", "fr", "user", ""));
+}
+
 TEST(SourceLinesTest, AMalformedFileGivesNoLinesAndNoWord) {
   ScratchDir dir;
   dir.Write("etc/xml/m_msg_en.xml", "<pnldata>\n<lang name=\"en\">\n");
