@@ -568,8 +568,12 @@ void check_validator() {
   description.LoadFromFile(xml_dir + PNL_NAME() + ".xml");
   // The Russian titles and labels help to find the field on screen,
   // whatever languages the run audits.
+  // Read for this check only: the cache of parsed files need not keep it
+  // (as a document it takes many times the bytes of the file).
   pnl_xml::Xml messages;
+  pnl_xml::SetKeepParsedFiles(false);
   messages.LoadFromFile(xml_dir + PNL_NAME() + "_msg_ru.xml");
+  pnl_xml::SetKeepParsedFiles(true);
 
   pnl_xml::XPath inputs(description, "//input[@type=\"text\" and not(@check)]");
   if (inputs.size() == 0) return;
