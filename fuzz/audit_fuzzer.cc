@@ -36,8 +36,7 @@ std::string RunAudits(bool literal) {
   std::string report = fuzz_support::CaptureStdout([&] {
     check_validator();
     for (const std::string& lang : langs) {
-      check_repeats(lang);
-      check_unused(lang);
+      check_repeats_and_unused(lang);
     }
     for (const std::string& lang : langs) report_column_hints("m", lang);
     if (langs.empty()) return;

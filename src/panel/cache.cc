@@ -156,6 +156,7 @@ const ManagerCache::Language& ManagerCache::Read(const std::string& lang) const 
   auto kept = languages_.find(lang);
   if (kept != languages_.end()) return kept->second;
   Language& language = languages_[lang];
+  std::vector<Section> sections;  // in document order, grouped below
   // Only what the cache files need is kept of the parsed documents, which
   // go when this returns: a large manager's messages in every language
   // would take many times their size as documents.
@@ -169,7 +170,7 @@ const ManagerCache::Language& ManagerCache::Read(const std::string& lang) const 
         if (child.Name() != "messages") continue;
         const std::string name = child.GetProp("name");
         language.section_names.push_back(name);
-        Section& section = language.sections.emplace_back();
+        Section& section = sections.emplace_back();
         // Each child is written as its copy in a cache file writes itself.
         pnl_xml::Xml copies("messages");
         pnl_xml::XmlNode root = copies.GetRoot();
@@ -184,10 +185,8 @@ const ManagerCache::Language& ManagerCache::Read(const std::string& lang) const 
   }
   // Grouped by name once all are read (moving them earlier would leave the
   // grouped ones behind).
-  for (std::size_t i = 0; i < language.sections.size(); ++i)
-    language.by_name[language.section_names[i]].push_back(std::move(language.sections[i]));
-  language.sections.clear();
-  language.sections.shrink_to_fit();
+  for (std::size_t i = 0; i < sections.size(); ++i)
+    language.by_name[language.section_names[i]].push_back(std::move(sections[i]));
   return language;
 }
 

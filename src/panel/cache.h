@@ -83,7 +83,6 @@ class ManagerCache {
     // The name of every section, source by source in document order.
     std::vector<std::string> section_names;
     SectionsByName by_name;
-    std::vector<Section> sections;  // only while they are read
   };
 
   // Loads a source file of the installation, noting its stamp.

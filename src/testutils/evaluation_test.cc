@@ -39,8 +39,7 @@ class EvaluationTest : public testing::Test {
     testing::internal::CaptureStdout();
     check_validator();
     for (const char* lang : {"en", "ru"}) {
-      check_repeats(lang);
-      check_unused(lang);
+      check_repeats_and_unused(lang);
       check_actionlist(lang);
     }
     for (const char* lang : {"en", "ru"}) report_column_hints("mailpnl", lang);

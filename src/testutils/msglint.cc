@@ -1081,17 +1081,30 @@ void PrintUnusedHeader(const std::string& lang) {
 
 }  // namespace
 
-void check_unused(const std::string& lang) {
-  PrintUnusedHeader(lang);
-  UnusedAudit audit(lang);
+namespace {
+
+// Loads each cache file of language `lang` (as getXmlFiles lists them) and
+// hands it to `use`.
+void ForEachCacheFile(const std::string& lang,
+                      const std::function<void(const std::string&, pnl_xml::Xml&)>& use) {
   std::vector<std::string> files;
   getXmlFiles(files, lang);
   for (const std::string& path : files) {
     pnl_xml::Xml doc;
     doc.LoadFromFile(path);
+    use(path, doc);
+  }
+}
+
+}  // namespace
+
+void check_unused(const std::string& lang) {
+  PrintUnusedHeader(lang);
+  UnusedAudit audit(lang);
+  ForEachCacheFile(lang, [&audit](const std::string& path, pnl_xml::Xml& doc) {
     UnusedAudit::FileReport report;
     if (audit.Check(path, doc, report)) PrintUnused(report);
-  }
+  });
 }
 
 // ---- Repeated message check ---------------------------------------------
@@ -1099,13 +1112,9 @@ void check_unused(const std::string& lang) {
 void check_repeats(const std::string& lang) {
   PrintRepeatsHeader(lang);
   RepeatTable table;
-  std::vector<std::string> files;
-  getXmlFiles(files, lang);
-  for (const std::string& path : files) {
-    pnl_xml::Xml doc;
-    doc.LoadFromFile(path);
+  ForEachCacheFile(lang, [&table](const std::string& path, pnl_xml::Xml& doc) {
     AddRepeats(path, doc, table);
-  }
+  });
   PrintRepeats(lang, table);
 }
 
@@ -1114,16 +1123,12 @@ void check_repeats_and_unused(const std::string& lang) {
   RepeatTable table;
   UnusedAudit audit(lang);
   std::vector<UnusedAudit::FileReport> reports;
-  std::vector<std::string> files;
-  getXmlFiles(files, lang);
-  for (const std::string& path : files) {
-    pnl_xml::Xml doc;
-    doc.LoadFromFile(path);
+  ForEachCacheFile(lang, [&](const std::string& path, pnl_xml::Xml& doc) {
     // The repeated audit reads the file as it stands, before the merge.
     AddRepeats(path, doc, table);
     UnusedAudit::FileReport report;
     if (audit.Check(path, doc, report)) reports.push_back(std::move(report));
-  }
+  });
   PrintRepeats(lang, table);
   PrintUnusedHeader(lang);
   for (const UnusedAudit::FileReport& report : reports) PrintUnused(report);
