@@ -300,6 +300,37 @@ TEST_F(FileTest, WriteFileFromASourceWritesEveryPieceInOrder) {
   EXPECT_EQ("0;1;2;3;4;5;6;7;8;9;10;11;", dir_.Read("f"));
 }
 
+// Many short pieces around pieces larger than a whole write block, and
+// pieces that end exactly where a block would.
+class MixedSource : public pnl_file::PieceSource {
+ public:
+  bool Next(std::string_view* piece) override {
+    if (given_ == 40000) return false;
+    const int n = given_++;
+    if (n % 9000 == 4000)
+      text_ = std::string(200000 + n, static_cast<char>('a' + n % 26));
+    else if (n % 7000 == 10)
+      text_ = std::string(65536, 'B');
+    else
+      text_ = std::to_string(n) + ";";
+    *piece = text_;
+    expected_ += text_;
+    return true;
+  }
+  const std::string& expected() const { return expected_; }
+
+ private:
+  int given_ = 0;
+  std::string text_;
+  std::string expected_;
+};
+
+TEST_F(FileTest, WriteFileFromASourceOfShortAndLongPiecesKeepsEveryByte) {
+  MixedSource source;
+  EXPECT_TRUE(pnl_file::WriteFile("f", source));
+  EXPECT_EQ(source.expected(), dir_.Read("f"));
+}
+
 TEST_F(FileTest, WriteFileFromASourceThatFailsKeepsTheOldFile) {
   dir_.Write("f", "old");
   CountingSource source(12, 5);
