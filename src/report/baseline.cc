@@ -1,5 +1,8 @@
 #include "report/baseline.h"
 
+#include <climits>
+#include <cmath>
+
 #include <algorithm>
 #include <set>
 
@@ -63,6 +66,17 @@ bool FromJson(const Json& item, FindingIdentity& id) {
   return true;
 }
 
+// A whole number too large for any integer type: the reader gets it as a
+// floating-point value (or as an unsigned one past the signed range). Such
+// a version can only come from a format newer than any this one knows.
+bool IsBeyondAnyInteger(const Json& version) {
+  if (version.is_number_unsigned())
+    return version.get<unsigned long long>() > static_cast<unsigned long long>(LLONG_MAX);
+  if (!version.is_number_float()) return false;
+  const double value = version.get<double>();
+  return std::isfinite(value) && value >= 9223372036854775808.0 && value == std::floor(value);
+}
+
 }  // namespace
 
 Baseline Baseline::Of(const Json& doc) {
@@ -91,14 +105,18 @@ Baseline::Fault Baseline::Parse(const std::string& text, Baseline& out, std::str
     return Fault::kForeign;
   }
   const Json& version = doc.contains("version") ? doc["version"] : Json();
+  if (IsBeyondAnyInteger(version) ||
+      (version.is_number_integer() && version.get<long>() > kBaselineVersion)) {
+    // A floating-point value would print rounded, so it is not printed.
+    const std::string shown =
+        version.is_number_float() ? "too large for an integer" : version.dump();
+    why = "format version " + shown + ", written by a newer msglint; this one reads version " +
+          std::to_string(kBaselineVersion);
+    return Fault::kNewerVersion;
+  }
   if (!version.is_number_integer() || version.get<long>() < 1) {
     why = "no format version";
     return Fault::kMalformed;
-  }
-  if (version.get<long>() > kBaselineVersion) {
-    why = "format version " + std::to_string(version.get<long>()) + ", written by a newer msglint; this one reads version " +
-          std::to_string(kBaselineVersion);
-    return Fault::kNewerVersion;
   }
   if (!doc.contains("manager") || !doc["manager"].is_string() || doc["manager"].get<std::string>().empty()) {
     why = "no manager";

@@ -92,6 +92,26 @@ TEST(BaselineTest, RefusesWhatIsNoBaselineItKnows) {
                                 "findings": [{"fingerprint": "x"}]})",
                             out, why));
   EXPECT_EQ("format version 2, written by a newer msglint; this one reads version 1", why);
+  // Versions too large for any integer are still versions, and newer ones.
+  EXPECT_EQ(Baseline::Fault::kNewerVersion,
+            Baseline::Parse(R"({"format": "msglint-baseline", "version": 18446744073709551615,
+                                "manager": "m", "findings": []})",
+                            out, why));
+  EXPECT_EQ("format version 18446744073709551615, written by a newer msglint; this one reads version 1", why);
+  EXPECT_EQ(Baseline::Fault::kNewerVersion,
+            Baseline::Parse(R"({"format": "msglint-baseline", "version": 100000000000000000000000,
+                                "manager": "m", "findings": []})",
+                            out, why));
+  EXPECT_EQ("format version too large for an integer, written by a newer msglint; this one reads version 1", why);
+  EXPECT_EQ(Baseline::Fault::kMalformed,
+            Baseline::Parse(R"({"format": "msglint-baseline", "version": 1.5, "manager": "m", "findings": []})",
+                            out, why));
+  EXPECT_EQ("no format version", why);
+  EXPECT_EQ(Baseline::Fault::kMalformed,
+            Baseline::Parse(R"({"format": "msglint-baseline", "version": -100000000000000000000000,
+                                "manager": "m", "findings": []})",
+                            out, why));
+  EXPECT_EQ("no format version", why);
   EXPECT_EQ(Baseline::Fault::kMalformed,
             Baseline::Parse(R"({"format": "msglint-baseline", "version": "1", "manager": "m", "findings": []})",
                             out, why));
