@@ -339,13 +339,8 @@ Json ToSarif(const Json& doc, const Comparison* baseline) {
   return sarif;
 }
 
-bool Check(const Json& doc, const std::string& fail_on, std::string& out, const Comparison* baseline) {
-  for (const Json& s : At(doc, "statistics")) {
-    out += Str(At(s, "language")) + ": " + std::to_string(Num(At(s, "required"))) + " required, " +
-           std::to_string(Num(At(s, "present"))) + " present, " + std::to_string(Num(At(s, "missing"))) +
-           " missing, " + std::to_string(Num(At(s, "empty"))) + " empty (" + Percent(At(s, "percent")) +
-           "%)\n";
-  }
+std::string InputProblemLines(const Json& doc) {
+  std::string out;
   for (const Json& p : At(doc, "input_problems")) {
     out += "input problem: " + Str(At(p, "kind"));
     if (At(p, "file").is_string()) {
@@ -356,6 +351,17 @@ bool Check(const Json& doc, const std::string& fail_on, std::string& out, const 
     if (At(p, "message").is_string()) out += ": " + Str(At(p, "message"));
     out += "\n";
   }
+  return out;
+}
+
+bool Check(const Json& doc, const std::string& fail_on, std::string& out, const Comparison* baseline) {
+  for (const Json& s : At(doc, "statistics")) {
+    out += Str(At(s, "language")) + ": " + std::to_string(Num(At(s, "required"))) + " required, " +
+           std::to_string(Num(At(s, "present"))) + " present, " + std::to_string(Num(At(s, "missing"))) +
+           " missing, " + std::to_string(Num(At(s, "empty"))) + " empty (" + Percent(At(s, "percent")) +
+           "%)\n";
+  }
+  out += InputProblemLines(doc);
   const int threshold = LevelRank(fail_on);
   long failing = 0;
   size_t index = 0;

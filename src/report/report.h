@@ -29,6 +29,10 @@ std::string ToHtml(const Json& doc, const Comparison* baseline = nullptr);
 // The rank of a level: note 1, warning 2, error 3; 0 for anything else.
 int LevelRank(const std::string& level);
 
+// One line per input problem of the findings document:
+// "input problem: KIND FILE[:LINE] [LANG]: MESSAGE".
+std::string InputProblemLines(const Json& doc);
+
 // The check's lines (one per language, one per input problem, a count of
 // the findings at or above `fail_on`) in `out`; true when it passes: no
 // input problem and no such finding. With a comparison with a baseline, a

@@ -142,6 +142,15 @@ int main(int argc, char** argv) {
                 << std::endl;
       return kUsageOrInput;
     }
+    // The baseline is written all the same: it holds what the run could
+    // see. What it could not see is said, since those findings will show
+    // as new once the problem is fixed.
+    const std::string problems = report::InputProblemLines(doc);
+    if (!problems.empty())
+      std::cerr << "msglint-report: warning: the run had input problems; the findings they hid are "
+                   "not in the baseline "
+                << write_baseline_path << ":\n"
+                << problems << std::flush;
     return 0;
   }
 

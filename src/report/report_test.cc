@@ -69,6 +69,24 @@ TEST(ReportTest, CheckFailsOnAnInputProblemAndNamesIt) {
                      "Opening and ending tag mismatch\n"));
 }
 
+TEST(ReportTest, InputProblemLinesNameEveryPartThatIsThere) {
+  Json doc = Doc();
+  EXPECT_EQ("", report::InputProblemLines(doc));
+  doc["input_problems"] = Json::parse(
+      R"([{"kind": "malformed-file", "file": "etc/xml/m.xml", "line": 3,
+           "message": "Opening and ending tag mismatch", "language": null},
+          {"kind": "dropped-language", "file": "etc/xml/m_msg_de.xml", "line": 0,
+           "message": "no message file: the language is not audited", "language": "de"},
+          {"kind": "panel-query-failed", "file": null, "line": 0,
+           "message": "no answer", "language": null}])");
+  EXPECT_EQ(
+      "input problem: malformed-file etc/xml/m.xml:3: Opening and ending tag mismatch\n"
+      "input problem: dropped-language etc/xml/m_msg_de.xml [de]: no message file: the language "
+      "is not audited\n"
+      "input problem: panel-query-failed: no answer\n",
+      report::InputProblemLines(doc));
+}
+
 TEST(ReportTest, SarifHasOneRulePerKindAndFingerprintsWithoutLines) {
   const Json sarif = report::ToSarif(Doc());
   EXPECT_EQ("2.1.0", sarif["version"]);
