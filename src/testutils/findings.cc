@@ -238,12 +238,17 @@ ordered_json FindingsRecorder::StatisticsJson() const {
   return statistics;
 }
 
-std::string FindingsRecorder::LiteralJson() const {
+ordered_json FindingsRecorder::HeadJson() const {
   ordered_json doc;
   doc["schema"] = "msglint-findings";
   doc["version"] = kFindingsSchemaVersion;
   doc["run"] = RunJson();
   doc["statistics"] = StatisticsJson();
+  return doc;
+}
+
+std::string FindingsRecorder::LiteralJson() const {
+  ordered_json doc = HeadJson();
   ordered_json findings = ordered_json::array();
   long id = 0;
   for (const Finding& f : findings_) {
@@ -269,12 +274,7 @@ void FindingsRecorder::Spill(size_t block) {
 }
 
 std::string FindingsRecorder::Head() const {
-  ordered_json doc;
-  doc["schema"] = "msglint-findings";
-  doc["version"] = kFindingsSchemaVersion;
-  doc["run"] = RunJson();
-  doc["statistics"] = StatisticsJson();
-  std::string head = Dump(doc);
+  std::string head = Dump(HeadJson());
   head.resize(head.size() - 2);  // "\n}"
   head += entries_.empty() ? ",\n  \"findings\": []" : ",\n  \"findings\": [\n    ";
   return head;

@@ -120,6 +120,8 @@ class FindingsRecorder {
   std::string Tail() const;
   // Sends a full block to the scratch file, if one can be had.
   void Spill(size_t block);
+  // The members before the findings: schema, version, run, statistics.
+  nlohmann::ordered_json HeadJson() const;
   nlohmann::ordered_json RunJson() const;
   nlohmann::ordered_json StatisticsJson() const;
 
