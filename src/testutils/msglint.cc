@@ -96,22 +96,28 @@ bool IsWriteFailure(const std::string& error) {
   return str::StartsWith(error, "cannot write ") || str::StartsWith(error, "cannot create ");
 }
 
-void TellOnce(std::set<std::string>& told, const std::string& line) {
-  if (!told.insert(line).second) return;
+// True when `line` was not told before and is told now.
+bool TellOnce(std::set<std::string>& told, const std::string& line) {
+  if (!told.insert(line).second) return false;
   if (msglint_log.Check(3)) msglint_log.Write(3, "%s", line.c_str());
   std::cout.flush();
   std::cerr << "msglint: " << line << std::endl;
+  return true;
 }
 
 }  // namespace
 
 void tell_panel_error(const std::string& manager, const std::string& error) {
   const std::string line = "panel of " + manager + ": " + error;
-  if (IsWriteFailure(error)) {
-    TellOnce(msglint_private::failed_writes(), line);
+  const bool write = IsWriteFailure(error);
+  if (!TellOnce(write ? msglint_private::failed_writes() : msglint_private::unanswered_queries(), line))
     return;
-  }
-  TellOnce(msglint_private::unanswered_queries(), line);
+  // The findings file says it too: whoever reads only that file must not
+  // take a report the panel left incomplete for a whole one.
+  InputProblem problem;
+  problem.kind = write ? "panel-write-failed" : "panel-query-failed";
+  problem.message = line;
+  Findings().AddProblem(problem);
 }
 
 void tell_unanswered(const std::string& line) {

@@ -91,7 +91,8 @@ void tell_names_too_long(const std::vector<std::string>& langs);
 // Tells an error reply of `manager`'s panel once per run, on standard error
 // and in the log: "msglint: panel of M: ERROR". An error that says a cache
 // file could not be written ends the run with kWriteError; any other leaves
-// a query without its answer (kPanelFailure).
+// a query without its answer (kPanelFailure). Each is also an input problem
+// of the findings file: "panel-write-failed" or "panel-query-failed".
 void tell_panel_error(const std::string& manager, const std::string& error);
 // Tells `line`, which names a query that got no answer, once per run on
 // standard error; the run then ends with kPanelFailure.
