@@ -477,5 +477,20 @@ TEST(CacheTest, DirectoryWhereACheckedFileBelongsIsAFailedWrite) {
   EXPECT_EQ("cannot write var/.xmlcache/shop/checked/user.msg.en.xml: it is a directory", error);
 }
 
+TEST(CacheTest, DirectoryWhereASessionFileBelongsFailsThatFileAlone) {
+  ScratchDir dir;
+  dir.Write("etc/xml/shop.xml", "<pnldata><metadata name=\"user\"/><metadata name=\"site\"/></pnldata>");
+  dir.Write("etc/xml/shop_msg_en.xml",
+            "<pnldata><lang name=\"en\"><messages name=\"user\"/></lang></pnldata>");
+  dir.MakeDir("var/.xmlcache/shop/user.msg.en.xml");
+  std::string error;
+  EXPECT_FALSE(ManagerCache("shop").WriteSession("en", &error));
+  EXPECT_EQ("cannot write var/.xmlcache/shop/user.msg.en.xml: it is a directory", error);
+  EXPECT_EQ("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<messages name=\"site\"/>\n",
+            dir.Read("var/.xmlcache/shop/site.msg.en.xml"));
+  EXPECT_EQ("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<messages name=\"common\"/>\n",
+            dir.Read("var/.xmlcache/shop/common.en.xml"));
+}
+
 }  // namespace
 }  // namespace panel
