@@ -5,71 +5,62 @@
 namespace panel {
 namespace {
 
-TEST(QueryTest, SplitsAndDecodesParts) {
-  Query q;
-  std::string error;
-  ASSERT_TRUE(q.Parse("func=session&lang=en&out=devel", &error));
-  EXPECT_EQ("session", q.Function());
-  EXPECT_EQ("en", q.Get("lang"));
-  EXPECT_EQ("devel", q.Get("out"));
-  EXPECT_EQ("", q.Get("absent"));
+// Each test parses into a query of its own.
+class QueryTest : public testing::Test {
+ protected:
+  Query q_;
+  std::string error_;
+};
+
+TEST_F(QueryTest, SplitsAndDecodesParts) {
+  ASSERT_TRUE(q_.Parse("func=session&lang=en&out=devel", &error_));
+  EXPECT_EQ("session", q_.Function());
+  EXPECT_EQ("en", q_.Get("lang"));
+  EXPECT_EQ("devel", q_.Get("out"));
+  EXPECT_EQ("", q_.Get("absent"));
 }
 
-TEST(QueryTest, PercentAndPlusAreDecoded) {
-  Query q;
-  std::string error;
-  ASSERT_TRUE(q.Parse("func=a%2Fb&na%6De=x+y%26z", &error));
-  EXPECT_EQ("a/b", q.Function());
-  EXPECT_EQ("x y&z", q.Get("name"));
+TEST_F(QueryTest, PercentAndPlusAreDecoded) {
+  ASSERT_TRUE(q_.Parse("func=a%2Fb&na%6De=x+y%26z", &error_));
+  EXPECT_EQ("a/b", q_.Function());
+  EXPECT_EQ("x y&z", q_.Get("name"));
 }
 
-TEST(QueryTest, FirstValueOfARepeatedKeyCounts) {
-  Query q;
-  std::string error;
-  ASSERT_TRUE(q.Parse("func=one&lang=ru&func=two&lang=en", &error));
-  EXPECT_EQ("one", q.Function());
-  EXPECT_EQ("ru", q.Get("lang"));
+TEST_F(QueryTest, FirstValueOfARepeatedKeyCounts) {
+  ASSERT_TRUE(q_.Parse("func=one&lang=ru&func=two&lang=en", &error_));
+  EXPECT_EQ("one", q_.Function());
+  EXPECT_EQ("ru", q_.Get("lang"));
 }
 
-TEST(QueryTest, EmptyPartsArePassedOver) {
-  Query q;
-  std::string error;
-  ASSERT_TRUE(q.Parse("&func=x&&lang=en&", &error));
-  EXPECT_EQ("x", q.Function());
+TEST_F(QueryTest, EmptyPartsArePassedOver) {
+  ASSERT_TRUE(q_.Parse("&func=x&&lang=en&", &error_));
+  EXPECT_EQ("x", q_.Function());
 }
 
-TEST(QueryTest, QueryWithoutFunctionIsMalformed) {
-  Query q;
-  std::string error;
-  EXPECT_FALSE(q.Parse("lang=en", &error));
-  EXPECT_EQ("malformed query: no function", error);
-  EXPECT_FALSE(q.Parse("", &error));
-  EXPECT_FALSE(q.Parse("func=&lang=en", &error));
+TEST_F(QueryTest, QueryWithoutFunctionIsMalformed) {
+  EXPECT_FALSE(q_.Parse("lang=en", &error_));
+  EXPECT_EQ("malformed query: no function", error_);
+  EXPECT_FALSE(q_.Parse("", &error_));
+  EXPECT_FALSE(q_.Parse("func=&lang=en", &error_));
 }
 
-TEST(QueryTest, PartWithoutEqualsSignIsAKeyWithAnEmptyValue) {
-  Query q;
-  std::string error;
-  ASSERT_TRUE(q.Parse("func=session&lang=a&b&out=devel", &error));
-  EXPECT_EQ("session", q.Function());
-  EXPECT_EQ("a", q.Get("lang"));
-  EXPECT_EQ("devel", q.Get("out"));
-  EXPECT_EQ("", q.Get("b"));
+TEST_F(QueryTest, PartWithoutEqualsSignIsAKeyWithAnEmptyValue) {
+  ASSERT_TRUE(q_.Parse("func=session&lang=a&b&out=devel", &error_));
+  EXPECT_EQ("session", q_.Function());
+  EXPECT_EQ("a", q_.Get("lang"));
+  EXPECT_EQ("devel", q_.Get("out"));
+  EXPECT_EQ("", q_.Get("b"));
 }
 
-TEST(QueryTest, KeyWithoutValueDoesNotHideALaterValue) {
-  Query q;
-  std::string error;
+TEST_F(QueryTest, KeyWithoutValueDoesNotHideALaterValue) {
   // The first occurrence counts, valueless or not.
-  ASSERT_TRUE(q.Parse("func=x&lang&lang=en", &error));
-  EXPECT_EQ("", q.Get("lang"));
+  ASSERT_TRUE(q_.Parse("func=x&lang&lang=en", &error_));
+  EXPECT_EQ("", q_.Get("lang"));
 }
 
-TEST(QueryTest, FunctionWithoutValueIsStillMalformed) {
-  Query q;
-  std::string error;
-  EXPECT_FALSE(q.Parse("func&lang=en", &error));
-  EXPECT_EQ("malformed query: no function", error);
+TEST_F(QueryTest, FunctionWithoutValueIsStillMalformed) {
+  EXPECT_FALSE(q_.Parse("func&lang=en", &error_));
+  EXPECT_EQ("malformed query: no function", error_);
 }
 
 }  // namespace
