@@ -11,26 +11,18 @@
 #include <vector>
 
 #include "panel/panel.h"
-#include "pnl/client.h"
+#include "panel/panel_test_support.h"
 #include "pnl/file.h"
 #include "support/scratch_dir.h"
 
 namespace panel {
 namespace {
 
+using panel_testing::Ask;
+using panel_testing::kDecl;
+using panel_testing::Reply;
 using testing_support::LogRecords;
 using testing_support::ScratchDir;
-
-const char kDecl[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-
-std::string Ask(const std::string& manager, const std::string& query) {
-  pnl_client::Local client(manager, "test");
-  return client.Query(query).ToString(true);
-}
-
-std::string Reply(const std::string& content) {
-  return std::string(kDecl) + "<doc>" + content + "</doc>\n";
-}
 
 std::string Messages(const std::string& name, const std::string& content) {
   if (content.empty())

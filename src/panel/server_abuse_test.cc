@@ -7,7 +7,6 @@
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,12 +20,14 @@
 #include <thread>
 #include <vector>
 
-#include "pnl/client.h"
+#include "panel/panel_test_support.h"
 #include "support/scratch_dir.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using panel_testing::PanelPid;
+using panel_testing::RawConnect;
 using testing_support::LogRecords;
 using testing_support::ScratchDir;
 
@@ -63,20 +64,6 @@ int Wait(pid_t pid) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-int RawConnect(const std::string& manager) {
-  std::string path = pnl_client::SocketPath(manager);
-  sockaddr_un addr;
-  memset(&addr, 0, sizeof(addr));
-  addr.sun_family = AF_UNIX;
-  strcpy(addr.sun_path, path.c_str());
-  int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-  if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0) {
-    close(fd);
-    return -1;
-  }
-  return fd;
-}
-
 // Kilobytes of a field ("VmRSS", "VmHWM") of /proc/PID/status; -1 when
 // there is no such process.
 long MemoryKb(pid_t pid, const std::string& field) {
@@ -86,10 +73,6 @@ long MemoryKb(pid_t pid, const std::string& field) {
     if (line.rfind(field + ":", 0) == 0) return atol(line.c_str() + field.size() + 1);
   }
   return -1;
-}
-
-pid_t PanelPid(const ScratchDir& dir, const std::string& manager) {
-  return static_cast<pid_t>(atol(dir.Read("var/run/" + manager + ".pid").c_str()));
 }
 
 bool Alive(pid_t pid) {

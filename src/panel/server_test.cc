@@ -3,10 +3,8 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <string.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,17 +15,21 @@
 #include <thread>
 #include <vector>
 
-#include "pnl/client.h"
+#include "panel/panel_test_support.h"
 #include "pnl/file.h"
 #include "support/scratch_dir.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using panel_testing::Ask;
+using panel_testing::EmptyReply;
+using panel_testing::kDecl;
+using panel_testing::PanelPid;
+using panel_testing::RawConnect;
+using panel_testing::Reply;
 using testing_support::LogRecords;
 using testing_support::ScratchDir;
-
-const char kDecl[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
 struct RunResult {
   int status = -1;
@@ -58,21 +60,6 @@ RunResult RunProgram(const ScratchDir& dir, std::vector<std::string> args) {
   return result;
 }
 
-std::string Ask(const std::string& manager, const std::string& query) {
-  pnl_client::Local client(manager, "test");
-  return client.Query(query).ToString(true);
-}
-
-std::string Reply(const std::string& content) {
-  return std::string(kDecl) + "<doc>" + content + "</doc>\n";
-}
-
-std::string EmptyReply() { return std::string(kDecl) + "<doc/>\n"; }
-
-pid_t PanelPid(const ScratchDir& dir, const std::string& manager) {
-  return static_cast<pid_t>(atol(dir.Read("var/run/" + manager + ".pid").c_str()));
-}
-
 // Waits until the file is gone; false when it is still there after 3 s.
 bool WaitGone(const std::string& path) {
   for (int i = 0; i < 150; ++i) {
@@ -80,20 +67,6 @@ bool WaitGone(const std::string& path) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   return false;
-}
-
-int RawConnect(const std::string& manager) {
-  std::string path = pnl_client::SocketPath(manager);
-  sockaddr_un addr;
-  memset(&addr, 0, sizeof(addr));
-  addr.sun_family = AF_UNIX;
-  strcpy(addr.sun_path, path.c_str());
-  int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-  if (connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)) != 0) {
-    close(fd);
-    return -1;
-  }
-  return fd;
 }
 
 // Reads until end of file, at most `seconds`.
