@@ -38,58 +38,97 @@ std::vector<std::string> List(const std::string& dir) {
   return names;
 }
 
-// kern and shop, each with English messages and a main description.
-void WriteKernAndShop(const ScratchDir& dir) {
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
-  dir.Write("etc/xml/kern_msg_en.xml",
-            "<?xml version=\"1.0\"?>\n"
-            "<pnldata>\n"
-            "  <lang name=\"en\">\n"
-            "    <messages name=\"common\">\n"
-            "      <msg name=\"yes\">Yes &amp; <b>no</b>  twice</msg>\n"
-            "      <!-- not copied -->\n"
-            "      <msg name=\"ru\">Привет</msg>\n"
-            "    </messages>\n"
-            "    <messages name=\"user\"><msg name=\"k\">from kern</msg>"
-            "</messages>\n"
-            "  </lang>\n"
-            "  <lang name=\"ru\"><messages name=\"wrong\"/></lang>\n"
-            "</pnldata>\n");
-  dir.Write("etc/xml/kern_msg_ru.xml",
-            "<pnldata>\n"
-            "  <lang name=\"en\"><messages name=\"wrong\"/></lang>\n"
-            "  <lang name=\"ru\">\n"
-            "    <messages name=\"user\"><msg name=\"k\">другой</msg>"
-            "</messages>\n"
-            "  </lang>\n"
-            "</pnldata>\n");
-  dir.Write("etc/xml/kern.xml",
-            "<pnldata><metadata name=\"desktop\"/></pnldata>\n");
-  dir.Write("etc/xml/shop_msg_en.xml",
-            "<pnldata>\n"
-            " <lang name=\"en\">\n"
-            "  <messages name=\"user\">\n"
-            "   <include name=\"common\">text</include>\n"
-            "   <msg name=\"s\">from shop</msg>\n"
-            "   <other/>\n"
-            "  </messages>\n"
-            "  <messages name=\"empty\"/>\n"
-            "  <messages name=\"\"><msg name=\"x\">x</msg></messages>\n"
-            "  <messages name=\"a/b\"/>\n"
-            "  <messages name=\"..\"/>\n"
-            "  <messages name=\"common\"><msg name=\"c\">shop common</msg>"
-            "</messages>\n"
-            " </lang>\n"
-            "</pnldata>\n");
-  dir.Write("etc/xml/shop.xml",
-            "<pnldata><metadata name=\"goods\"/><metadata name=\"user\"/>"
-            "<metadata name=\".\"/></pnldata>\n");
-}
+// Each test in a scratch installation of its own, the current directory
+// while it runs.
+class CacheTest : public testing::Test {
+ protected:
+  // kern and shop, each with English messages and a main description.
+  void WriteKernAndShop() const {
+    dir_.InstallPanel();
+    dir_.AddManagerLink("shop");
+    dir_.Write("etc/xml/kern_msg_en.xml",
+               "<?xml version=\"1.0\"?>\n"
+               "<pnldata>\n"
+               "  <lang name=\"en\">\n"
+               "    <messages name=\"common\">\n"
+               "      <msg name=\"yes\">Yes &amp; <b>no</b>  twice</msg>\n"
+               "      <!-- not copied -->\n"
+               "      <msg name=\"ru\">Привет</msg>\n"
+               "    </messages>\n"
+               "    <messages name=\"user\"><msg name=\"k\">from kern</msg>"
+               "</messages>\n"
+               "  </lang>\n"
+               "  <lang name=\"ru\"><messages name=\"wrong\"/></lang>\n"
+               "</pnldata>\n");
+    dir_.Write("etc/xml/kern_msg_ru.xml",
+               "<pnldata>\n"
+               "  <lang name=\"en\"><messages name=\"wrong\"/></lang>\n"
+               "  <lang name=\"ru\">\n"
+               "    <messages name=\"user\"><msg name=\"k\">другой</msg>"
+               "</messages>\n"
+               "  </lang>\n"
+               "</pnldata>\n");
+    dir_.Write("etc/xml/kern.xml",
+               "<pnldata><metadata name=\"desktop\"/></pnldata>\n");
+    dir_.Write("etc/xml/shop_msg_en.xml",
+               "<pnldata>\n"
+               " <lang name=\"en\">\n"
+               "  <messages name=\"user\">\n"
+               "   <include name=\"common\">text</include>\n"
+               "   <msg name=\"s\">from shop</msg>\n"
+               "   <other/>\n"
+               "  </messages>\n"
+               "  <messages name=\"empty\"/>\n"
+               "  <messages name=\"\"><msg name=\"x\">x</msg></messages>\n"
+               "  <messages name=\"a/b\"/>\n"
+               "  <messages name=\"..\"/>\n"
+               "  <messages name=\"common\"><msg name=\"c\">shop common</msg>"
+               "</messages>\n"
+               " </lang>\n"
+               "</pnldata>\n");
+    dir_.Write("etc/xml/shop.xml",
+               "<pnldata><metadata name=\"goods\"/><metadata name=\"user\"/>"
+               "<metadata name=\".\"/></pnldata>\n");
+  }
 
-TEST(CacheTest, KnownNamesComeSectionsFirstInOrderOfFirstAppearance) {
-  ScratchDir dir;
-  WriteKernAndShop(dir);
+  // Sections of "f" in two languages, with nested and cyclic includes.
+  void WriteIncludes() const {
+    dir_.InstallPanel();
+    dir_.AddManagerLink("shop");
+    dir_.Write("etc/xml/kern_msg_en.xml",
+               "<pnldata><lang name=\"en\">"
+               "<messages name=\"f\"><include name=\"a\"/><msg name=\"k1\">K</msg>"
+               "</messages>"
+               "<messages name=\"c\"><msg name=\"c1\">C</msg>"
+               "<include name=\"f\"/><include name=\"a\"/></messages>"
+               "</lang></pnldata>");
+    dir_.Write("etc/xml/shop_msg_en.xml",
+               "<pnldata><lang name=\"en\">"
+               "<messages name=\"a\"><msg name=\"a1\">A</msg>"
+               "<include name=\"b\"/><include name=\"c\"/><msg name=\"a2\">A2</msg>"
+               "</messages>"
+               "<messages name=\"f\"><msg name=\"f1\">F</msg><include/>"
+               "<include name=\"\"/><include name=\"c\"/><include name=\"none\"/>"
+               "<other name=\"o\"/></messages>"
+               "<messages name=\"b\"><msg name=\"b1\">B</msg>"
+               "<include name=\"a\"/></messages>"
+               "</lang></pnldata>");
+    dir_.Write("etc/xml/shop_msg_ru.xml",
+               "<pnldata><lang name=\"ru\"><messages name=\"g\"/></lang>"
+               "</pnldata>");
+  }
+
+  // shop's English messages: one empty section, "user".
+  void WriteShopUser() const {
+    dir_.Write("etc/xml/shop_msg_en.xml",
+               "<pnldata><lang name=\"en\"><messages name=\"user\"/></lang></pnldata>");
+  }
+
+  ScratchDir dir_;
+};
+
+TEST_F(CacheTest, KnownNamesComeSectionsFirstInOrderOfFirstAppearance) {
+  WriteKernAndShop();
   ManagerCache cache("shop");
   EXPECT_EQ((std::vector<std::string>{"kern", "shop"}), cache.Sources());
   EXPECT_EQ((std::vector<std::string>{"common", "user", "empty", "desktop",
@@ -100,54 +139,49 @@ TEST(CacheTest, KnownNamesComeSectionsFirstInOrderOfFirstAppearance) {
   EXPECT_EQ((std::vector<std::string>{"kern"}), ManagerCache("kern").Sources());
 }
 
-TEST(CacheTest, LanguagesAreTheCodesOfTheManagersMessageFiles) {
-  ScratchDir dir;
-  dir.Write("etc/xml/shop_msg_ru.xml", "<pnldata/>");
-  dir.Write("etc/xml/shop_msg_en.xml", "<pnldata/>");
-  dir.Write("etc/xml/shop_msg_.xml", "<pnldata/>");
-  dir.Write("etc/xml/shop_msg_en.xml.bak", "<pnldata/>");
-  dir.Write("etc/xml/shopx_msg_de.xml", "<pnldata/>");
-  dir.Write("etc/xml/kern_msg_fr.xml", "<pnldata/>");
+TEST_F(CacheTest, LanguagesAreTheCodesOfTheManagersMessageFiles) {
+  dir_.Write("etc/xml/shop_msg_ru.xml", "<pnldata/>");
+  dir_.Write("etc/xml/shop_msg_en.xml", "<pnldata/>");
+  dir_.Write("etc/xml/shop_msg_.xml", "<pnldata/>");
+  dir_.Write("etc/xml/shop_msg_en.xml.bak", "<pnldata/>");
+  dir_.Write("etc/xml/shopx_msg_de.xml", "<pnldata/>");
+  dir_.Write("etc/xml/kern_msg_fr.xml", "<pnldata/>");
   EXPECT_EQ((std::vector<std::string>{"en", "ru"}),
             ManagerCache("shop").Languages());
 }
 
-TEST(CacheTest, OnlyRegularFilesAndLinksToThemGiveLanguages) {
-  ScratchDir dir;
-  dir.Write("etc/xml/shop_msg_en.xml", "<pnldata/>");
-  dir.Write("elsewhere/messages.xml", "<pnldata/>");
-  dir.Link(dir.path() + "/elsewhere/messages.xml", "etc/xml/shop_msg_de.xml");
-  dir.Link(dir.path() + "/nothing.xml", "etc/xml/shop_msg_fi.xml");
-  dir.Link(dir.path() + "/elsewhere", "etc/xml/shop_msg_it.xml");
-  dir.MakeDir("etc/xml/shop_msg_ru.xml");
-  ASSERT_EQ(0, mkfifo((dir.path() + "/etc/xml/shop_msg_fr.xml").c_str(), 0600));
+TEST_F(CacheTest, OnlyRegularFilesAndLinksToThemGiveLanguages) {
+  dir_.Write("etc/xml/shop_msg_en.xml", "<pnldata/>");
+  dir_.Write("elsewhere/messages.xml", "<pnldata/>");
+  dir_.Link(dir_.path() + "/elsewhere/messages.xml", "etc/xml/shop_msg_de.xml");
+  dir_.Link(dir_.path() + "/nothing.xml", "etc/xml/shop_msg_fi.xml");
+  dir_.Link(dir_.path() + "/elsewhere", "etc/xml/shop_msg_it.xml");
+  dir_.MakeDir("etc/xml/shop_msg_ru.xml");
+  ASSERT_EQ(0, mkfifo((dir_.path() + "/etc/xml/shop_msg_fr.xml").c_str(), 0600));
   EXPECT_EQ((std::vector<std::string>{"de", "en"}),
             ManagerCache("shop").Languages());
 }
 
-TEST(CacheTest, DotAndDotDotAreNoLanguages) {
-  ScratchDir dir;
-  dir.Write("etc/xml/shop_msg_en.xml", "<pnldata/>");
-  dir.Write("etc/xml/shop_msg_..xml", "<pnldata/>");
-  dir.Write("etc/xml/shop_msg_...xml", "<pnldata/>");
+TEST_F(CacheTest, DotAndDotDotAreNoLanguages) {
+  dir_.Write("etc/xml/shop_msg_en.xml", "<pnldata/>");
+  dir_.Write("etc/xml/shop_msg_..xml", "<pnldata/>");
+  dir_.Write("etc/xml/shop_msg_...xml", "<pnldata/>");
   // "shop_msg_..xml" is language "."; "shop_msg_...xml" is language "..".
   EXPECT_EQ((std::vector<std::string>{"en"}), ManagerCache("shop").Languages());
 }
 
-TEST(CacheTest, ValuelessPartEndsALanguageAtTheAmpersand) {
-  ScratchDir dir;
-  WriteKernAndShop(dir);
-  dir.Write("etc/xml/shop_msg_a.xml",
-            "<pnldata><lang name=\"a\"><messages name=\"goods\">"
-            "<msg name=\"x\">X</msg></messages></lang></pnldata>");
+TEST_F(CacheTest, ValuelessPartEndsALanguageAtTheAmpersand) {
+  WriteKernAndShop();
+  dir_.Write("etc/xml/shop_msg_a.xml",
+             "<pnldata><lang name=\"a\"><messages name=\"goods\">"
+             "<msg name=\"x\">X</msg></messages></lang></pnldata>");
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=session&lang=a&b&out=devel"));
   EXPECT_EQ(Messages("goods", "<msg name=\"x\">X</msg>"),
-            dir.Read("var/.xmlcache/shop/goods.msg.a.xml"));
+            dir_.Read("var/.xmlcache/shop/goods.msg.a.xml"));
 }
 
-TEST(CacheTest, SessionWritesTheCacheOfAManagerFromKernThenItsOwnFiles) {
-  ScratchDir dir;
-  WriteKernAndShop(dir);
+TEST_F(CacheTest, SessionWritesTheCacheOfAManagerFromKernThenItsOwnFiles) {
+  WriteKernAndShop();
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=session&lang=en&out=devel"));
 
   EXPECT_EQ((std::vector<std::string>{
@@ -159,29 +193,29 @@ TEST(CacheTest, SessionWritesTheCacheOfAManagerFromKernThenItsOwnFiles) {
       "<msg name=\"yes\">Yes &amp; <b>no</b>  twice</msg>"
       "<msg name=\"ru\">Привет</msg><msg name=\"c\">shop common</msg>";
   EXPECT_EQ(Messages("common", common),
-            dir.Read("var/.xmlcache/shop/common.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/common.msg.en.xml"));
   EXPECT_EQ(Messages("common", common),
-            dir.Read("var/.xmlcache/shop/common.en.xml"));
+            dir_.Read("var/.xmlcache/shop/common.en.xml"));
   EXPECT_EQ(Messages("user",
                      "<msg name=\"k\">from kern</msg>"
                      "<include name=\"common\">text</include>"
                      "<msg name=\"s\">from shop</msg><other/>"),
-            dir.Read("var/.xmlcache/shop/user.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/user.msg.en.xml"));
   // An empty section, a known name without a section.
   EXPECT_EQ(Messages("empty", ""),
-            dir.Read("var/.xmlcache/shop/empty.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/empty.msg.en.xml"));
   EXPECT_EQ(Messages("goods", ""),
-            dir.Read("var/.xmlcache/shop/goods.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/goods.msg.en.xml"));
   EXPECT_EQ(Messages("desktop", ""),
-            dir.Read("var/.xmlcache/shop/desktop.en.xml"));
+            dir_.Read("var/.xmlcache/shop/desktop.en.xml"));
   EXPECT_EQ(Messages("desktop", ""),
-            dir.Read("var/.xmlcache/shop/desktop.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/desktop.msg.en.xml"));
 
   // Unsafe names were left out, and said so.
   EXPECT_FALSE(pnl_file::Exists("var/.xmlcache/shop/a"));
   EXPECT_FALSE(pnl_file::Exists("var/.xmlcache/.msg.en.xml"));
   EXPECT_FALSE(pnl_file::Exists("var/.xmlcache/shop/.msg.en.xml"));
-  std::string log = LogRecords(dir.path(), "shop");
+  std::string log = LogRecords(dir_.path(), "shop");
   EXPECT_NE(std::string::npos,
             log.find("4 skipping the unsafe name \"a/b\"\n"));
   EXPECT_NE(std::string::npos, log.find("4 skipping the unsafe name \"\"\n"));
@@ -189,32 +223,29 @@ TEST(CacheTest, SessionWritesTheCacheOfAManagerFromKernThenItsOwnFiles) {
   EXPECT_NE(std::string::npos, log.find("4 skipping the unsafe name \".\"\n"));
 }
 
-TEST(CacheTest, SessionOfKernUsesOnlyKernsFiles) {
-  ScratchDir dir;
-  WriteKernAndShop(dir);
+TEST_F(CacheTest, SessionOfKernUsesOnlyKernsFiles) {
+  WriteKernAndShop();
   EXPECT_EQ(Reply("<ok/>"), Ask("kern", "func=session&lang=ru&out=devel"));
   EXPECT_EQ((std::vector<std::string>{"common.ru.xml", "desktop.msg.ru.xml",
                                       "desktop.ru.xml", "user.msg.ru.xml"}),
             List("var/.xmlcache/kern"));
   EXPECT_EQ(Messages("user", "<msg name=\"k\">другой</msg>"),
-            dir.Read("var/.xmlcache/kern/user.msg.ru.xml"));
+            dir_.Read("var/.xmlcache/kern/user.msg.ru.xml"));
   EXPECT_EQ(Messages("common", ""),
-            dir.Read("var/.xmlcache/kern/common.ru.xml"));
+            dir_.Read("var/.xmlcache/kern/common.ru.xml"));
   EXPECT_FALSE(pnl_file::Exists("var/.xmlcache/shop"));
 }
 
-TEST(CacheTest, SessionReplacesOlderFiles) {
-  ScratchDir dir;
-  WriteKernAndShop(dir);
-  dir.Write("var/.xmlcache/kern/user.msg.ru.xml", "old and longer text");
+TEST_F(CacheTest, SessionReplacesOlderFiles) {
+  WriteKernAndShop();
+  dir_.Write("var/.xmlcache/kern/user.msg.ru.xml", "old and longer text");
   EXPECT_EQ(Reply("<ok/>"), Ask("kern", "func=session&lang=ru"));
   EXPECT_EQ(Messages("user", "<msg name=\"k\">другой</msg>"),
-            dir.Read("var/.xmlcache/kern/user.msg.ru.xml"));
+            dir_.Read("var/.xmlcache/kern/user.msg.ru.xml"));
 }
 
-TEST(CacheTest, SessionWithAnInvalidLanguageWritesNothing) {
-  ScratchDir dir;
-  WriteKernAndShop(dir);
+TEST_F(CacheTest, SessionWithAnInvalidLanguageWritesNothing) {
+  WriteKernAndShop();
   EXPECT_EQ(Reply("<error>invalid language \"\"</error>"),
             Ask("shop", "func=session"));
   EXPECT_EQ(Reply("<error>invalid language \"\"</error>"),
@@ -228,17 +259,16 @@ TEST(CacheTest, SessionWithAnInvalidLanguageWritesNothing) {
   EXPECT_FALSE(pnl_file::Exists("var/.xmlcache"));
 }
 
-TEST(CacheTest, ActionListHoldsEachMetadataNameOnceInSourceOrder) {
-  ScratchDir dir;
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
-  dir.Write("etc/xml/kern.xml",
-            "<pnldata><metadata name=\"b\"/><menu name=\"m\"/>"
-            "<metadata name=\"a\"/><metadata name=\"b\"/></pnldata>");
-  dir.Write("etc/xml/shop.xml",
-            "<pnldata><metadata name=\"z\"/><metadata name=\"a\"/>"
-            "<metadata name=\"c\"><metadata name=\"deep\"/></metadata>"
-            "</pnldata>");
+TEST_F(CacheTest, ActionListHoldsEachMetadataNameOnceInSourceOrder) {
+  dir_.InstallPanel();
+  dir_.AddManagerLink("shop");
+  dir_.Write("etc/xml/kern.xml",
+             "<pnldata><metadata name=\"b\"/><menu name=\"m\"/>"
+             "<metadata name=\"a\"/><metadata name=\"b\"/></pnldata>");
+  dir_.Write("etc/xml/shop.xml",
+             "<pnldata><metadata name=\"z\"/><metadata name=\"a\"/>"
+             "<metadata name=\"c\"><metadata name=\"deep\"/></metadata>"
+             "</pnldata>");
   EXPECT_EQ(Reply("<elem><action>b</action></elem>"
                   "<elem><action>a</action></elem>"
                   "<elem><action>z</action></elem>"
@@ -250,43 +280,14 @@ TEST(CacheTest, ActionListHoldsEachMetadataNameOnceInSourceOrder) {
   EXPECT_FALSE(pnl_file::Exists("var/.xmlcache"));
 }
 
-TEST(CacheTest, ActionListOfAManagerWithoutFilesIsEmpty) {
-  ScratchDir dir;
-  dir.InstallPanel();
+TEST_F(CacheTest, ActionListOfAManagerWithoutFilesIsEmpty) {
+  dir_.InstallPanel();
   EXPECT_EQ(std::string(kDecl) + "<doc/>\n",
             Ask("kern", "func=actionlist&out=xml"));
 }
 
-// Sections of "f" in two languages, with nested and cyclic includes.
-void WriteIncludes(const ScratchDir& dir) {
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
-  dir.Write("etc/xml/kern_msg_en.xml",
-            "<pnldata><lang name=\"en\">"
-            "<messages name=\"f\"><include name=\"a\"/><msg name=\"k1\">K</msg>"
-            "</messages>"
-            "<messages name=\"c\"><msg name=\"c1\">C</msg>"
-            "<include name=\"f\"/><include name=\"a\"/></messages>"
-            "</lang></pnldata>");
-  dir.Write("etc/xml/shop_msg_en.xml",
-            "<pnldata><lang name=\"en\">"
-            "<messages name=\"a\"><msg name=\"a1\">A</msg>"
-            "<include name=\"b\"/><include name=\"c\"/><msg name=\"a2\">A2</msg>"
-            "</messages>"
-            "<messages name=\"f\"><msg name=\"f1\">F</msg><include/>"
-            "<include name=\"\"/><include name=\"c\"/><include name=\"none\"/>"
-            "<other name=\"o\"/></messages>"
-            "<messages name=\"b\"><msg name=\"b1\">B</msg>"
-            "<include name=\"a\"/></messages>"
-            "</lang></pnldata>");
-  dir.Write("etc/xml/shop_msg_ru.xml",
-            "<pnldata><lang name=\"ru\"><messages name=\"g\"/></lang>"
-            "</pnldata>");
-}
-
-TEST(CacheTest, CheckedFileResolvesIncludesDepthFirstEachNameOnce) {
-  ScratchDir dir;
-  WriteIncludes(dir);
+TEST_F(CacheTest, CheckedFileResolvesIncludesDepthFirstEachNameOnce) {
+  WriteIncludes();
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=f&lang=ru"));
   // f's own messages (kern's section, then shop's), then a (with b nested
   // inside it before c), and c is not taken twice; the cycles back to f and
@@ -295,40 +296,37 @@ TEST(CacheTest, CheckedFileResolvesIncludesDepthFirstEachNameOnce) {
                      "<msg name=\"k1\">K</msg><msg name=\"f1\">F</msg>"
                      "<msg name=\"a1\">A</msg><msg name=\"a2\">A2</msg>"
                      "<msg name=\"b1\">B</msg><msg name=\"c1\">C</msg>"),
-            dir.Read("var/.xmlcache/shop/checked/f.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/checked/f.msg.en.xml"));
   // Every language of the manager, whatever the query named; nothing
   // resolves in Russian.
   EXPECT_EQ(Messages("f", ""),
-            dir.Read("var/.xmlcache/shop/checked/f.msg.ru.xml"));
+            dir_.Read("var/.xmlcache/shop/checked/f.msg.ru.xml"));
   EXPECT_EQ((std::vector<std::string>{"f.msg.en.xml", "f.msg.ru.xml"}),
             List("var/.xmlcache/shop/checked"));
 }
 
-TEST(CacheTest, CheckedFileOfAnIncludedSection) {
-  ScratchDir dir;
-  WriteIncludes(dir);
+TEST_F(CacheTest, CheckedFileOfAnIncludedSection) {
+  WriteIncludes();
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=c"));
   EXPECT_EQ(Messages("c",
                      "<msg name=\"c1\">C</msg>"
                      "<msg name=\"k1\">K</msg><msg name=\"f1\">F</msg>"
                      "<msg name=\"a1\">A</msg><msg name=\"a2\">A2</msg>"
                      "<msg name=\"b1\">B</msg>"),
-            dir.Read("var/.xmlcache/shop/checked/c.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/checked/c.msg.en.xml"));
 }
 
-TEST(CacheTest, FunctionKnownInOneLanguageOnlyIsKnown) {
-  ScratchDir dir;
-  WriteIncludes(dir);
+TEST_F(CacheTest, FunctionKnownInOneLanguageOnlyIsKnown) {
+  WriteIncludes();
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=g&lang=en"));
   EXPECT_EQ(Messages("g", ""),
-            dir.Read("var/.xmlcache/shop/checked/g.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/checked/g.msg.en.xml"));
   EXPECT_EQ(Messages("g", ""),
-            dir.Read("var/.xmlcache/shop/checked/g.msg.ru.xml"));
+            dir_.Read("var/.xmlcache/shop/checked/g.msg.ru.xml"));
 }
 
-TEST(CacheTest, UnknownFunctionAndMalformedQueryGetAnErrorAndServingGoesOn) {
-  ScratchDir dir;
-  WriteIncludes(dir);
+TEST_F(CacheTest, UnknownFunctionAndMalformedQueryGetAnErrorAndServingGoesOn) {
+  WriteIncludes();
   EXPECT_EQ(Reply("<error>unknown function \"none\"</error>"),
             Ask("shop", "func=none&lang=en"));
   EXPECT_EQ(Reply("<error>malformed query: no function</error>"),
@@ -346,9 +344,8 @@ TEST(CacheTest, UnknownFunctionAndMalformedQueryGetAnErrorAndServingGoesOn) {
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=f"));
 }
 
-TEST(CacheTest, CheckedFilesUnchangedSinceTheirWriteAreNotWrittenAgain) {
-  ScratchDir dir;
-  WriteIncludes(dir);
+TEST_F(CacheTest, CheckedFilesUnchangedSinceTheirWriteAreNotWrittenAgain) {
+  WriteIncludes();
   ManagerCache cache("shop");
   std::string error;
   const std::string en = "var/.xmlcache/shop/checked/g.msg.en.xml";
@@ -361,80 +358,76 @@ TEST(CacheTest, CheckedFilesUnchangedSinceTheirWriteAreNotWrittenAgain) {
   EXPECT_EQ(ru_stamp, pnl_file::Stamp(ru));
 
   // A file changed or removed since is written again, and only that one.
-  dir.Write(en, "changed by someone else");
+  dir_.Write(en, "changed by someone else");
   pnl_file::Remove(ru);
   ASSERT_TRUE(cache.WriteChecked("g", &error));
-  EXPECT_EQ(Messages("g", ""), dir.Read(en));
-  EXPECT_EQ(Messages("g", ""), dir.Read(ru));
+  EXPECT_EQ(Messages("g", ""), dir_.Read(en));
+  EXPECT_EQ(Messages("g", ""), dir_.Read(ru));
 
   // Another cache (sources read again) writes every file once more.
   const std::string rewritten = pnl_file::Stamp(en);
   ManagerCache again("shop");
   ASSERT_TRUE(again.WriteChecked("g", &error));
   EXPECT_NE(rewritten, pnl_file::Stamp(en));
-  EXPECT_EQ(Messages("g", ""), dir.Read(en));
+  EXPECT_EQ(Messages("g", ""), dir_.Read(en));
 }
 
-TEST(CacheTest, KeptSourcesAreFreshUntilAFileChangesOrAppears) {
-  ScratchDir dir;
-  WriteKernAndShop(dir);
+TEST_F(CacheTest, KeptSourcesAreFreshUntilAFileChangesOrAppears) {
+  WriteKernAndShop();
   ManagerCache cache("shop");
   cache.KnownNames("en");
   cache.KnownNames("de");  // no such files: missing ones count too
   EXPECT_TRUE(cache.Fresh());
-  dir.Write("etc/xml/shop_msg_de.xml", "<pnldata/>");
+  dir_.Write("etc/xml/shop_msg_de.xml", "<pnldata/>");
   EXPECT_FALSE(cache.Fresh());
 
   ManagerCache again("shop");
   again.KnownNames("en");
   EXPECT_TRUE(again.Fresh());
   // The same size and content, written again: a new file.
-  dir.Write("etc/xml/kern.xml", dir.Read("etc/xml/kern.xml"));
+  dir_.Write("etc/xml/kern.xml", dir_.Read("etc/xml/kern.xml"));
   EXPECT_FALSE(again.Fresh());
 }
 
-TEST(CacheTest, RunningPanelAnswersFromChangedSources) {
-  ScratchDir dir;
-  WriteIncludes(dir);
+TEST_F(CacheTest, RunningPanelAnswersFromChangedSources) {
+  WriteIncludes();
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=g&lang=en"));
   EXPECT_EQ(Reply("<error>unknown function \"h\"</error>"), Ask("shop", "func=h"));
-  dir.Write("etc/xml/shop_msg_en.xml",
-            "<pnldata><lang name=\"en\"><messages name=\"h\">"
-            "<msg name=\"h1\">H</msg></messages></lang></pnldata>");
+  dir_.Write("etc/xml/shop_msg_en.xml",
+             "<pnldata><lang name=\"en\"><messages name=\"h\">"
+             "<msg name=\"h1\">H</msg></messages></lang></pnldata>");
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=h"));
   EXPECT_EQ(Messages("h", "<msg name=\"h1\">H</msg>"),
-            dir.Read("var/.xmlcache/shop/checked/h.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/checked/h.msg.en.xml"));
 }
 
-TEST(CacheTest, EntityReferencesAreNotCopiedAndNothingIsLoaded) {
-  ScratchDir dir;
+TEST_F(CacheTest, EntityReferencesAreNotCopiedAndNothingIsLoaded) {
   ScratchDir outside;
   outside.Write("secret", "SECRET-OUTSIDE-TEXT");
   outside.Write("evil.dtd", "<!ENTITY d \"SECRET-DTD-TEXT\">");
-  ASSERT_EQ(0, chdir(dir.path().c_str()));
-  dir.Write("etc/xml/shop_msg_en.xml",
-            "<?xml version=\"1.0\"?>\n"
-            "<!DOCTYPE pnldata SYSTEM \"file://" + outside.path() + "/evil.dtd\" [\n"
-            " <!ENTITY x SYSTEM \"file://" + outside.path() + "/secret\">\n"
-            " <!ENTITY i \"inner\"> ]>\n"
-            "<pnldata><lang name=\"en\"><messages name=\"user\">"
-            "<msg name=\"title\">a&x;b&d;c&i;</msg>"
-            "<msg name=\"hint_name\" v=\"&i;\">Login</msg>"
-            "</messages></lang></pnldata>\n");
+  ASSERT_EQ(0, chdir(dir_.path().c_str()));
+  dir_.Write("etc/xml/shop_msg_en.xml",
+             "<?xml version=\"1.0\"?>\n"
+             "<!DOCTYPE pnldata SYSTEM \"file://" + outside.path() + "/evil.dtd\" [\n"
+             " <!ENTITY x SYSTEM \"file://" + outside.path() + "/secret\">\n"
+             " <!ENTITY i \"inner\"> ]>\n"
+             "<pnldata><lang name=\"en\"><messages name=\"user\">"
+             "<msg name=\"title\">a&x;b&d;c&i;</msg>"
+             "<msg name=\"hint_name\" v=\"&i;\">Login</msg>"
+             "</messages></lang></pnldata>\n");
   std::string error;
   ASSERT_TRUE(ManagerCache("shop").WriteSession("en", &error)) << error;
   EXPECT_EQ(Messages("user", "<msg name=\"title\">abc</msg>"
                              "<msg name=\"hint_name\" v=\"\">Login</msg>"),
-            dir.Read("var/.xmlcache/shop/user.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/user.msg.en.xml"));
 }
 
-TEST(CacheTest, NameTooLongForAFileNameGetsNoFileAndNoError) {
-  ScratchDir dir;
+TEST_F(CacheTest, NameTooLongForAFileNameGetsNoFileAndNoError) {
   // The file is written under a temporary name 16 bytes longer first.
   const std::string longest(255 - 16 - std::string(".msg.en.xml").size(), 'n');
   const std::string too_long = longest + "n";
-  dir.Write("etc/xml/shop_msg_en.xml",
-            "<pnldata><lang name=\"en\"><messages name=\"" + too_long +
+  dir_.Write("etc/xml/shop_msg_en.xml",
+             "<pnldata><lang name=\"en\"><messages name=\"" + too_long +
                 "\"/><messages name=\"" + longest + "\"/></lang></pnldata>");
   std::string error;
   EXPECT_TRUE(ManagerCache("shop").WriteSession("en", &error)) << error;
@@ -443,11 +436,9 @@ TEST(CacheTest, NameTooLongForAFileNameGetsNoFileAndNoError) {
             List("var/.xmlcache/shop"));
 }
 
-TEST(CacheTest, FailedWriteNamesThePathOnceWithTheReason) {
-  ScratchDir dir;
-  dir.Write("etc/xml/shop_msg_en.xml",
-            "<pnldata><lang name=\"en\"><messages name=\"user\"/></lang></pnldata>");
-  dir.MakeDir("var/.xmlcache/shop/checked");
+TEST_F(CacheTest, FailedWriteNamesThePathOnceWithTheReason) {
+  WriteShopUser();
+  dir_.MakeDir("var/.xmlcache/shop/checked");
   ASSERT_EQ(0, chmod("var/.xmlcache/shop/checked", 0555));
   if (pnl_file::WriteFile("var/.xmlcache/shop/checked/probe", "")) {
     GTEST_SKIP() << "a read-only directory is writable for this user";
@@ -459,29 +450,25 @@ TEST(CacheTest, FailedWriteNamesThePathOnceWithTheReason) {
   chmod("var/.xmlcache/shop/checked", 0755);
 }
 
-TEST(CacheTest, DirectoryWhereACheckedFileBelongsIsAFailedWrite) {
-  ScratchDir dir;
-  dir.Write("etc/xml/shop_msg_en.xml",
-            "<pnldata><lang name=\"en\"><messages name=\"user\"/></lang></pnldata>");
-  dir.MakeDir("var/.xmlcache/shop/checked/user.msg.en.xml");
+TEST_F(CacheTest, DirectoryWhereACheckedFileBelongsIsAFailedWrite) {
+  WriteShopUser();
+  dir_.MakeDir("var/.xmlcache/shop/checked/user.msg.en.xml");
   std::string error;
   EXPECT_FALSE(ManagerCache("shop").WriteChecked("user", &error));
   EXPECT_EQ("cannot write var/.xmlcache/shop/checked/user.msg.en.xml: it is a directory", error);
 }
 
-TEST(CacheTest, DirectoryWhereASessionFileBelongsFailsThatFileAlone) {
-  ScratchDir dir;
-  dir.Write("etc/xml/shop.xml", "<pnldata><metadata name=\"user\"/><metadata name=\"site\"/></pnldata>");
-  dir.Write("etc/xml/shop_msg_en.xml",
-            "<pnldata><lang name=\"en\"><messages name=\"user\"/></lang></pnldata>");
-  dir.MakeDir("var/.xmlcache/shop/user.msg.en.xml");
+TEST_F(CacheTest, DirectoryWhereASessionFileBelongsFailsThatFileAlone) {
+  dir_.Write("etc/xml/shop.xml", "<pnldata><metadata name=\"user\"/><metadata name=\"site\"/></pnldata>");
+  WriteShopUser();
+  dir_.MakeDir("var/.xmlcache/shop/user.msg.en.xml");
   std::string error;
   EXPECT_FALSE(ManagerCache("shop").WriteSession("en", &error));
   EXPECT_EQ("cannot write var/.xmlcache/shop/user.msg.en.xml: it is a directory", error);
   EXPECT_EQ("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<messages name=\"site\"/>\n",
-            dir.Read("var/.xmlcache/shop/site.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/site.msg.en.xml"));
   EXPECT_EQ("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<messages name=\"common\"/>\n",
-            dir.Read("var/.xmlcache/shop/common.en.xml"));
+            dir_.Read("var/.xmlcache/shop/common.en.xml"));
 }
 
 }  // namespace
