@@ -1,19 +1,21 @@
 #include "fix/fixer.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 
 #include <sstream>
 #include <string>
 
 #include "pnl/file.h"
-#include "pnl/proc.h"
+#include "support/run_program.h"
 #include "support/scratch_dir.h"
 
 namespace {
 
 using fix::FixOptions;
+using testing_support::RunOptions;
+using testing_support::RunProgram;
+using testing_support::RunResult;
 using testing_support::ScratchDir;
 
 const char kEn[] =
@@ -287,29 +289,22 @@ TEST_F(FixerTest, ALanguageTheRunDidNotAuditIsNamed) {
 
 TEST_F(FixerTest, AFullDiskLeavesTheFileAsItWas) {
   // The program itself, with every write to a regular file failing.
-  ASSERT_EQ(0, setenv("LD_PRELOAD", MSGLINT_NOSPACE_LIBRARY, 1));
-  pnl_proc::Execute run(std::vector<std::string>{MSGLINT_FIX_PROGRAM, "shop", "en"});
-  run.CaptureOutput();
-  int status = run.Result();
-  unsetenv("LD_PRELOAD");
-  EXPECT_EQ(1, status);
+  const RunOptions full_disk = {.env = {"LD_PRELOAD=" MSGLINT_NOSPACE_LIBRARY},
+                                .merge_stderr = true};
+  RunResult run = RunProgram({MSGLINT_FIX_PROGRAM, "shop", "en"}, full_disk);
+  EXPECT_EQ(1, run.status);
   EXPECT_EQ(
       "msglint-fix: etc/xml/shop_msg_en.xml.orig: cannot write the copy: No "
       "space left on device; etc/xml/shop_msg_en.xml is left as it was\n",
-      run.Output());
+      run.out);
   EXPECT_EQ(kEn, dir_.Read("etc/xml/shop_msg_en.xml"));
   // Without the copy, the file itself cannot be written either.
-  ASSERT_EQ(0, setenv("LD_PRELOAD", MSGLINT_NOSPACE_LIBRARY, 1));
-  pnl_proc::Execute again(
-      std::vector<std::string>{MSGLINT_FIX_PROGRAM, "shop", "en", "--no-backup"});
-  again.CaptureOutput();
-  status = again.Result();
-  unsetenv("LD_PRELOAD");
-  EXPECT_EQ(1, status);
+  run = RunProgram({MSGLINT_FIX_PROGRAM, "shop", "en", "--no-backup"}, full_disk);
+  EXPECT_EQ(1, run.status);
   EXPECT_EQ(
       "msglint-fix: etc/xml/shop_msg_en.xml: cannot be written: No space left "
       "on device; the file is left as it was\n",
-      again.Output());
+      run.out);
   EXPECT_EQ(kEn, dir_.Read("etc/xml/shop_msg_en.xml"));
   pnl_file::Dir d(dir_.path() + "/etc/xml");
   std::string names;

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "panel/panel_test_support.h"
+#include "support/run_program.h"
 #include "support/scratch_dir.h"
 
 namespace {
@@ -29,6 +30,8 @@ using Clock = std::chrono::steady_clock;
 using panel_testing::PanelPid;
 using panel_testing::RawConnect;
 using testing_support::LogRecords;
+using testing_support::RunProgram;
+using testing_support::RunResult;
 using testing_support::ScratchDir;
 
 // How many pnlctl clients run at once.
@@ -41,7 +44,8 @@ const int kClients = 200;
 const auto kClientLimit = std::chrono::seconds(70);
 
 // Starts `args` (relative to the current directory) with standard output
-// and error sent to `out` and `err`; returns its pid.
+// and error sent to `out` and `err`, and returns its pid without waiting:
+// for many clients at once (RunProgram runs one to its end).
 pid_t Start(std::vector<std::string> args, const std::string& out, const std::string& err) {
   std::vector<char*> argv;
   for (std::string& a : args) argv.push_back(a.data());
@@ -56,12 +60,6 @@ pid_t Start(std::vector<std::string> args, const std::string& out, const std::st
     _exit(126);
   }
   return pid;
-}
-
-int Wait(pid_t pid) {
-  int status = 0;
-  waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 // Kilobytes of a field ("VmRSS", "VmHWM") of /proc/PID/status; -1 when
@@ -103,7 +101,7 @@ class PanelAbuseTest : public testing::Test {
 };
 
 TEST_F(PanelAbuseTest, ServesManyClientsBesideSilentHalfAndHugeOnes) {
-  ASSERT_EQ(0, Wait(Start({"bin/shop"}, "out/start.out", "out/start.err")));
+  ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
   const pid_t panel = PanelPid(dir_, "shop");
   ASSERT_TRUE(Alive(panel));
   const long rss_before = MemoryKb(panel, "VmRSS");
@@ -190,9 +188,8 @@ TEST_F(PanelAbuseTest, ServesManyClientsBesideSilentHalfAndHugeOnes) {
   // never held the huge requests.
   EXPECT_TRUE(Alive(panel));
   EXPECT_EQ(panel, PanelPid(dir_, "shop"));
-  EXPECT_EQ(0, Wait(Start({"sbin/pnlctl", "-m", "shop", "user", "lang=ru"}, "out/last.out",
-                          "out/last.err")))
-      << dir_.Read("out/last.err");
+  const RunResult last = RunProgram({"sbin/pnlctl", "-m", "shop", "user", "lang=ru"});
+  EXPECT_EQ(0, last.status) << last.err;
   const long peak = MemoryKb(panel, "VmHWM");
   RecordProperty("panel_rss_kb", std::to_string(rss_before));
   RecordProperty("panel_peak_kb", std::to_string(peak));
@@ -227,12 +224,11 @@ TEST_F(PanelAbuseTest, StalePidFileNamingAnotherProcessNeverGetsItSignalled) {
   }
   dir_.Write("var/run/shop.pid", std::to_string(bystander) + "\n");
 
-  ASSERT_EQ(0, Wait(Start({"sbin/pnlctl", "-m", "shop", "user", "lang=ru"}, "out/a.out",
-                          "out/a.err")))
-      << dir_.Read("out/a.err");
+  const RunResult first = RunProgram({"sbin/pnlctl", "-m", "shop", "user", "lang=ru"});
+  ASSERT_EQ(0, first.status) << first.err;
   const pid_t panel = PanelPid(dir_, "shop");
   EXPECT_NE(bystander, panel);
-  EXPECT_EQ(0, Wait(Start({"bin/shop"}, "out/b.out", "out/b.err")));
+  EXPECT_EQ(0, RunProgram({"bin/shop"}).status);
   // The panel stops on SIGTERM; the pid file it wrote names it, not the
   // bystander.
   ASSERT_TRUE(Alive(panel));
@@ -251,15 +247,15 @@ TEST_F(PanelAbuseTest, StalePidFileNamingAnotherProcessNeverGetsItSignalled) {
 // alone: the panel does not start, and pnlctl says so.
 TEST_F(PanelAbuseTest, RegularFileAtTheSocketPathIsReportedNotRemoved) {
   dir_.Write("var/run/shop.socket", "not a socket\n");
-  EXPECT_EQ(1, Wait(Start({"bin/shop"}, "out/start.out", "out/start.err")));
+  EXPECT_EQ(1, RunProgram({"bin/shop"}).status);
   EXPECT_EQ("not a socket\n", dir_.Read("var/run/shop.socket"));
   EXPECT_NE(std::string::npos,
             LogRecords(dir_.path(), "shop")
                 .find("3 cannot listen on var/run/shop.socket: it is a regular file\n"))
       << LogRecords(dir_.path(), "shop");
-  EXPECT_EQ(1, Wait(Start({"sbin/pnlctl", "-m", "shop", "user", "lang=ru"}, "out/c.out",
-                          "out/c.err")));
-  EXPECT_NE("", dir_.Read("out/c.err"));
+  const RunResult client = RunProgram({"sbin/pnlctl", "-m", "shop", "user", "lang=ru"});
+  EXPECT_EQ(1, client.status);
+  EXPECT_NE("", client.err);
   EXPECT_EQ("not a socket\n", dir_.Read("var/run/shop.socket"));
   EXPECT_FALSE(std::ifstream("var/run/shop.pid").good());
 }

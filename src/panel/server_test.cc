@@ -1,11 +1,9 @@
 // The panel and pnlctl as processes: starting, detaching, the socket, the
 // pid file, stopping, silent and oversized requests.
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -17,6 +15,7 @@
 
 #include "panel/panel_test_support.h"
 #include "pnl/file.h"
+#include "support/run_program.h"
 #include "support/scratch_dir.h"
 
 namespace {
@@ -29,36 +28,9 @@ using panel_testing::PanelPid;
 using panel_testing::RawConnect;
 using panel_testing::Reply;
 using testing_support::LogRecords;
+using testing_support::RunProgram;
+using testing_support::RunResult;
 using testing_support::ScratchDir;
-
-struct RunResult {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-// Runs `args` (relative to the scratch directory), collecting its output.
-RunResult RunProgram(const ScratchDir& dir, std::vector<std::string> args) {
-  std::vector<char*> argv;
-  for (std::string& a : args) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  RunResult result;
-  pid_t pid = fork();
-  if (pid == 0) {
-    int out = open("run.out", O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    int err = open("run.err", O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    dup2(out, 1);
-    dup2(err, 2);
-    execv(argv[0], argv.data());
-    _exit(126);
-  }
-  int status = 0;
-  waitpid(pid, &status, 0);
-  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  result.out = dir.Read("run.out");
-  result.err = dir.Read("run.err");
-  return result;
-}
 
 // Waits until the file is gone; false when it is still there after 3 s.
 bool WaitGone(const std::string& path) {
@@ -98,7 +70,7 @@ TEST(ServerTest, StartedPanelIsReadyWithPidFileAndPrivateSocket) {
   ScratchDir dir;
   dir.InstallPanel();
   dir.AddManagerLink("shop");
-  RunResult run = RunProgram(dir, {"bin/shop"});
+  RunResult run = RunProgram({"bin/shop"});
   EXPECT_EQ(0, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ("", run.err);
@@ -121,9 +93,9 @@ TEST(ServerTest, SecondStartWhileOneRunsSucceedsAndKeepsTheFirst) {
   ScratchDir dir;
   dir.InstallPanel();
   dir.AddManagerLink("shop");
-  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
+  ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
   pid_t first = PanelPid(dir, "shop");
-  RunResult again = RunProgram(dir, {"bin/kern", "-m", "shop"});
+  RunResult again = RunProgram({"bin/kern", "-m", "shop"});
   EXPECT_EQ(0, again.status);
   EXPECT_EQ("", again.err);
   EXPECT_EQ(first, PanelPid(dir, "shop"));
@@ -134,7 +106,7 @@ TEST(ServerTest, SigtermRemovesSocketAndPidFile) {
   ScratchDir dir;
   dir.InstallPanel();
   dir.AddManagerLink("shop");
-  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
+  ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
   ASSERT_EQ(0, kill(PanelPid(dir, "shop"), SIGTERM));
   EXPECT_TRUE(WaitGone("var/run/shop.pid"));
   EXPECT_FALSE(pnl_file::Exists("var/run/shop.socket"));
@@ -171,7 +143,7 @@ TEST(ServerTest, SilentClientDoesNotBlockOthersAndIsDropped) {
   ScratchDir dir;
   dir.InstallPanel();
   dir.AddManagerLink("shop");
-  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
+  ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
   auto start = Clock::now();
   int silent = RawConnect("shop");
   ASSERT_GE(silent, 0);
@@ -192,7 +164,7 @@ TEST(ServerTest, OverlongRequestGetsAnErrorAndServingGoesOn) {
   ScratchDir dir;
   dir.InstallPanel();
   dir.AddManagerLink("shop");
-  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
+  ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
   int fd = RawConnect("shop");
   ASSERT_GE(fd, 0);
   std::string request = "func=" + std::string(70000, 'a') + "\n";
@@ -209,7 +181,7 @@ TEST(ServerTest, RequestEndsAtTheFirstNewline) {
   ScratchDir dir;
   dir.InstallPanel();
   dir.AddManagerLink("shop");
-  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
+  ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
   int fd = RawConnect("shop");
   ASSERT_GE(fd, 0);
   std::string request = "func=nothing\nfunc=actionlist\n";
@@ -225,7 +197,7 @@ TEST(ServerTest, ManagerLinkServesTheManagerOfItsName) {
   dir.InstallPanel();
   dir.AddManagerLink("shop");
   dir.Write("etc/xml/shop.xml", "<pnldata><metadata name=\"s\"/></pnldata>");
-  ASSERT_EQ(0, RunProgram(dir, {"bin/shop"}).status);
+  ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
   EXPECT_TRUE(pnl_file::Exists("var/run/shop.pid"));
   EXPECT_TRUE(pnl_file::Exists("var/run/shop.socket"));
   EXPECT_FALSE(pnl_file::Exists("var/run/kern.pid"));
@@ -254,11 +226,11 @@ TEST(ServerTest, ManagerPresentOnlyAsLibraryIsServedByKern) {
 TEST(ServerTest, KernRefusesBadArguments) {
   ScratchDir dir;
   dir.InstallPanel();
-  RunResult run = RunProgram(dir, {"bin/kern", "-x"});
+  RunResult run = RunProgram({"bin/kern", "-x"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ("usage: kern [-m manager]\n", run.err);
-  run = RunProgram(dir, {"bin/kern", "-m", "../x"});
+  run = RunProgram({"bin/kern", "-m", "../x"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("kern: invalid manager name \"../x\"\n", run.err);
   EXPECT_FALSE(pnl_file::Exists("var/run"));
@@ -276,7 +248,7 @@ void WriteShop(const ScratchDir& dir) {
 TEST(PnlctlTest, KnownFunctionExitsZeroAndWritesTheCheckedFiles) {
   ScratchDir dir;
   WriteShop(dir);
-  RunResult run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "f", "lang=ru"});
+  RunResult run = RunProgram({"sbin/pnlctl", "-m", "shop", "f", "lang=ru"});
   EXPECT_EQ(0, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ("", run.err);
@@ -290,7 +262,7 @@ TEST(PnlctlTest, KnownFunctionExitsZeroAndWritesTheCheckedFiles) {
 TEST(PnlctlTest, ErrorReplyExitsOneWithTheError) {
   ScratchDir dir;
   WriteShop(dir);
-  RunResult run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "a b&c=d", "k y=v&w"});
+  RunResult run = RunProgram({"sbin/pnlctl", "-m", "shop", "a b&c=d", "k y=v&w"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ("pnlctl: shop: unknown function \"a b&c=d\"\n", run.err);
@@ -303,7 +275,7 @@ TEST(PnlctlTest, ErrorReplyExitsOneWithTheError) {
 TEST(PnlctlTest, ErrorTextIsPrintedUnescaped) {
   ScratchDir dir;
   WriteShop(dir);
-  RunResult run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "<x>&'\"", "lang=ru"});
+  RunResult run = RunProgram({"sbin/pnlctl", "-m", "shop", "<x>&'\"", "lang=ru"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("pnlctl: shop: unknown function \"<x>&'\"\"\n", run.err);
 }
@@ -311,10 +283,10 @@ TEST(PnlctlTest, ErrorTextIsPrintedUnescaped) {
 TEST(PnlctlTest, SessionRepliesWithoutOkExitOne) {
   ScratchDir dir;
   WriteShop(dir);
-  RunResult run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "actionlist"});
+  RunResult run = RunProgram({"sbin/pnlctl", "-m", "shop", "actionlist"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("pnlctl: shop: no <ok/> in the reply\n", run.err);
-  run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "session", "lang=en"});
+  run = RunProgram({"sbin/pnlctl", "-m", "shop", "session", "lang=en"});
   EXPECT_EQ(0, run.status);
 }
 
@@ -328,7 +300,7 @@ TEST(PnlctlTest, UsageErrorsExitOne) {
         {"sbin/pnlctl", "-m", "shop"},
         {"sbin/pnlctl", "-x", "shop", "f"},
         {"sbin/pnlctl", "-m", "shop", "f", "lang"}}) {
-    RunResult run = RunProgram(dir, args);
+    RunResult run = RunProgram(args);
     EXPECT_EQ(1, run.status);
     EXPECT_EQ("", run.out);
     EXPECT_EQ(usage, run.err);
@@ -339,7 +311,7 @@ TEST(PnlctlTest, UsageErrorsExitOne) {
 TEST(PnlctlTest, NoPanelProgramMeansNoReply) {
   ScratchDir dir;
   dir.Link(testing_support::PnlctlProgram(), "sbin/pnlctl");
-  RunResult run = RunProgram(dir, {"sbin/pnlctl", "-m", "shop", "f"});
+  RunResult run = RunProgram({"sbin/pnlctl", "-m", "shop", "f"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ("pnl_client: no answer from manager \"shop\" to query \"func=f\"\n"
@@ -357,7 +329,7 @@ TEST(ServerTest, LinkAtThePidFileStopsTheStartAndLeavesTheTargetAlone) {
   dir.AddManagerLink("shop");
   outside.Write("theirs", "theirs\n");
   dir.Link(outside.path() + "/theirs", "var/run/shop.pid");
-  RunResult run = RunProgram(dir, {"bin/shop"});
+  RunResult run = RunProgram({"bin/shop"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("theirs\n", outside.Read("theirs"));
   EXPECT_NE(std::string::npos,
@@ -372,7 +344,7 @@ TEST(ServerTest, LinkAtItsLogStopsThePanelWithALine) {
   dir.InstallPanel();
   dir.AddManagerLink("shop");
   dir.Link(outside.path() + "/new.log", "var/log/shop.log");
-  RunResult run = RunProgram(dir, {"bin/shop"});
+  RunResult run = RunProgram({"bin/shop"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("kern: unsafe installation: var/log/shop.log is a symbolic link\n", run.err);
   EXPECT_FALSE(pnl_file::Exists(outside.path() + "/new.log"));
@@ -387,7 +359,7 @@ TEST(ServerTest, LinkAtTheRunDirectoryStopsTheStart) {
   dir.AddManagerLink("shop");
   dir.MakeDir("var");
   dir.Link(outside.path(), "var/run");
-  RunResult run = RunProgram(dir, {"bin/shop"});
+  RunResult run = RunProgram({"bin/shop"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("kern: cannot use var/run is a symbolic link\n", run.err);
   EXPECT_FALSE(pnl_file::Exists(outside.path() + "/shop.lock"));
@@ -398,7 +370,7 @@ TEST(ServerTest, RegularFileAtTheSocketIsNotRemoved) {
   dir.InstallPanel();
   dir.AddManagerLink("shop");
   dir.Write("var/run/shop.socket", "mine\n");
-  RunResult run = RunProgram(dir, {"bin/shop"});
+  RunResult run = RunProgram({"bin/shop"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("mine\n", dir.Read("var/run/shop.socket"));
 }

@@ -71,16 +71,10 @@
 #include <elf.h>
 #include <fcntl.h>
 #include <fnmatch.h>
-#include <linux/capability.h>
-#include <poll.h>
-#include <signal.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -92,12 +86,14 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "support/run_program.h"
 #include "support/scratch_dir.h"
 #include "version/version.h"
 
-extern char** environ;
-
 namespace fs = std::filesystem;
+using testing_support::RunOptions;
+using testing_support::RunProgram;
+using testing_support::RunResult;
 using testing_support::ScratchDir;
 
 namespace {
@@ -130,123 +126,10 @@ std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-struct RunResult {
-  std::string out;
-  std::string err;
-  int status = -1;
-  bool timed_out = false;
-};
-
-// How a program is run.
-struct RunOptions {
-  // Added to the current environment.
-  std::vector<std::string> env;
-  // Preload the no-sleep library.
-  bool no_sleep = true;
-  // When started as root, give up the capabilities that override file
-  // permissions (for the program and everything it starts).
-  bool as_plain_user = true;
-};
-
-// Gives up, for this process and what it executes, the capabilities that let
-// root read, write and search whatever the file modes say.
-void DropPermissionOverrides() {
-  if (geteuid() != 0) return;
-  for (int cap : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER})
-    prctl(PR_CAPBSET_DROP, cap, 0, 0, 0);
-}
-
-// Runs `program` (a path relative to the current directory, also passed as
-// argv[0]) with `args`, standard input from /dev/null, the current
-// environment with the additions of `options`. Collects standard output and
-// standard error separately; stops the program when it outlives the time
-// limit.
-RunResult RunProgram(const std::string& program, const std::vector<std::string>& args,
-                     const RunOptions& options = RunOptions()) {
-  std::vector<std::string> env_strings;
-  for (char** e = environ; *e != nullptr; ++e) {
-    if (options.no_sleep && std::string(*e).rfind("LD_PRELOAD=", 0) == 0) continue;
-    env_strings.push_back(*e);
-  }
-  if (options.no_sleep)
-    env_strings.push_back("LD_PRELOAD=" + testing_support::NoSleepLibrary());
-  env_strings.insert(env_strings.end(), options.env.begin(), options.env.end());
-  std::vector<char*> envp;
-  for (std::string& s : env_strings) envp.push_back(s.data());
-  envp.push_back(nullptr);
-
-  std::vector<std::string> arg_strings = {program};
-  arg_strings.insert(arg_strings.end(), args.begin(), args.end());
-  std::vector<char*> argv;
-  for (std::string& s : arg_strings) argv.push_back(s.data());
-  argv.push_back(nullptr);
-
-  RunResult result;
-  int out_pipe[2], err_pipe[2];
-  if (pipe(out_pipe) != 0 || pipe(err_pipe) != 0) {
-    ADD_FAILURE() << "pipe failed";
-    return result;
-  }
-  pid_t pid = fork();
-  if (pid < 0) {
-    ADD_FAILURE() << "fork failed";
-    return result;
-  }
-  if (pid == 0) {
-    setpgid(0, 0);
-    if (options.as_plain_user) DropPermissionOverrides();
-    int null_fd = open("/dev/null", O_RDONLY);
-    if (null_fd >= 0) dup2(null_fd, 0);
-    dup2(out_pipe[1], 1);
-    dup2(err_pipe[1], 2);
-    close(out_pipe[0]);
-    close(out_pipe[1]);
-    close(err_pipe[0]);
-    close(err_pipe[1]);
-    execve(argv[0], argv.data(), envp.data());
-    _exit(127);
-  }
-  close(out_pipe[1]);
-  close(err_pipe[1]);
-
-  const auto deadline =
-      std::chrono::steady_clock::now() + std::chrono::seconds(kTimeLimitSeconds);
-  struct pollfd fds[2] = {{out_pipe[0], POLLIN, 0}, {err_pipe[0], POLLIN, 0}};
-  std::string* sinks[2] = {&result.out, &result.err};
-  int open_fds = 2;
-  while (open_fds > 0) {
-    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-        deadline - std::chrono::steady_clock::now());
-    if (left.count() <= 0) {
-      result.timed_out = true;
-      kill(-pid, SIGKILL);
-      kill(pid, SIGKILL);
-      break;
-    }
-    int ready = poll(fds, 2, static_cast<int>(left.count()));
-    if (ready < 0) continue;
-    for (int i = 0; i < 2; ++i) {
-      if (fds[i].fd < 0 || fds[i].revents == 0) continue;
-      char buffer[4096];
-      ssize_t n = read(fds[i].fd, buffer, sizeof buffer);
-      if (n > 0) {
-        sinks[i]->append(buffer, static_cast<size_t>(n));
-      } else {
-        close(fds[i].fd);
-        fds[i].fd = -1;
-        --open_fds;
-      }
-    }
-  }
-  for (struct pollfd& f : fds)
-    if (f.fd >= 0) close(f.fd);
-
-  int wstatus = 0;
-  waitpid(pid, &wstatus, 0);
-  if (WIFEXITED(wstatus)) result.status = WEXITSTATUS(wstatus);
-  else if (WIFSIGNALED(wstatus)) result.status = 128 + WTERMSIG(wstatus);
-  return result;
-}
+// The programs of a case run as a user runs them, with long sleeps
+// skipped.
+const RunOptions kAsAUser = {
+    .no_sleep = true, .as_plain_user = true, .time_limit_seconds = kTimeLimitSeconds};
 
 // Links the installed programs into the installation `dir`.
 void LinkInstalledProgramsInto(const std::string& dir) {
@@ -440,11 +323,7 @@ std::vector<std::string> ForbiddenChanges(const Listing& before, const Listing& 
 // Runs the case's setup script in `install` with OUTSIDE set; returns its
 // exit status.
 int RunSetup(const fs::path& script, const std::string& outside) {
-  RunOptions options;
-  options.env = {"OUTSIDE=" + outside};
-  options.no_sleep = false;
-  options.as_plain_user = false;
-  RunResult run = RunProgram("/bin/bash", {script.string()}, options);
+  RunResult run = RunProgram({"/bin/bash", script.string()}, {.env = {"OUTSIDE=" + outside}});
   if (run.status != 0 && run.status != 77)
     ADD_FAILURE() << "setup failed with status " << run.status << ":\n"
                   << run.out << run.err;
@@ -499,7 +378,9 @@ TEST_P(E2eCase, GivesExpectedOutput) {
 
   const std::vector<std::string> args = Lines(ReadFile(dir / "args"));
   const Listing before = ListCase(scratch.path(), install_name);
-  RunResult run = RunProgram("sbin/msglint", args);
+  std::vector<std::string> command = {"sbin/msglint"};
+  command.insert(command.end(), args.begin(), args.end());
+  RunResult run = RunProgram(command, kAsAUser);
   testing_support::StopPanelsIn(install);
   const Listing after = ListCase(scratch.path(), install_name);
 
@@ -561,7 +442,7 @@ TEST_P(E2eCase, GivesExpectedOutput) {
               nlohmann::json::parse(written));
   }
   if (fs::exists(dir / "expected_check")) {
-    RunResult check = RunProgram("sbin/msglint-report", {"--check"});
+    RunResult check = RunProgram({"sbin/msglint-report", "--check"}, kAsAUser);
     EXPECT_EQ(ReadFile(dir / "expected_check"), check.out) << check.err;
     EXPECT_EQ("", check.err);
     EXPECT_EQ(std::stoi(ReadFile(dir / "expected_check_status")), check.status);
@@ -588,7 +469,7 @@ TEST(LauncherTest, MissingModuleGivesStatusTwoAndOneLineOnStandardError) {
   scratch.MakeDir("sbin");
   fs::copy_file(fs::path(kPrefix) / "sbin/msglint",
                 fs::path(scratch.path()) / "sbin/msglint");
-  RunResult run = RunProgram("sbin/msglint", {"kern", "-s", "en"});
+  RunResult run = RunProgram({"sbin/msglint", "kern", "-s", "en"}, kAsAUser);
   EXPECT_EQ(2, run.status);
   EXPECT_EQ("", run.out);
   const std::string module = scratch.path() + "/sbin/../lib/modules/msglint.so";
@@ -606,7 +487,7 @@ TEST(LauncherTest, ModuleWithoutEntryGivesStatusTwo) {
                 fs::path(scratch.path()) / "sbin/msglint");
   // Any loadable library without kelmain will do.
   scratch.Link(testing_support::NoSleepLibrary(), "lib/modules/msglint.so");
-  RunResult run = RunProgram("sbin/msglint", {"kern", "-s", "en"});
+  RunResult run = RunProgram({"sbin/msglint", "kern", "-s", "en"}, kAsAUser);
   EXPECT_EQ(2, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ(0u, run.err.rfind("msglint: cannot load module ", 0)) << run.err;
@@ -618,7 +499,7 @@ TEST(LauncherTest, PassesArgumentsUnchangedAndUsesOwnNameInUsage) {
   ASSERT_TRUE(fs::exists(fs::path(kPrefix) / "sbin/msglint"));
   ScratchDir scratch;
   LinkInstalledPrograms(scratch);
-  RunResult run = RunProgram("./sbin/../sbin/msglint", {"only-one"});
+  RunResult run = RunProgram({"./sbin/../sbin/msglint", "only-one"}, kAsAUser);
   EXPECT_EQ(1, run.status);
   EXPECT_EQ(
       "Usage: ./sbin/../sbin/msglint pnl_name report_type languagelist\n"
@@ -636,11 +517,11 @@ TEST(LauncherTest, HelpAndVersionAloneAreAnsweredWithoutTheModule) {
   scratch.MakeDir("sbin");
   fs::copy_file(fs::path(kPrefix) / "sbin/msglint",
                 fs::path(scratch.path()) / "sbin/msglint");
-  RunResult version = RunProgram("sbin/msglint", {"--version"});
+  RunResult version = RunProgram({"sbin/msglint", "--version"}, kAsAUser);
   EXPECT_EQ(0, version.status);
   EXPECT_EQ("msglint " MSGLINT_VERSION "\n", version.out);
   EXPECT_EQ("", version.err);
-  RunResult help = RunProgram("sbin/msglint", {"--help"});
+  RunResult help = RunProgram({"sbin/msglint", "--help"}, kAsAUser);
   EXPECT_EQ(0, help.status);
   EXPECT_EQ(0u, help.out.rfind("Usage: sbin/msglint pnl_name [-s|-f] language...\n", 0))
       << help.out;
@@ -650,7 +531,7 @@ TEST(LauncherTest, HelpAndVersionAloneAreAnsweredWithoutTheModule) {
 TEST(LauncherTest, VersionIsTheProjectVersion) {
   ScratchDir scratch;
   LinkInstalledPrograms(scratch);
-  RunResult run = RunProgram("sbin/msglint", {"--version"});
+  RunResult run = RunProgram({"sbin/msglint", "--version"}, kAsAUser);
   EXPECT_EQ(0, run.status);
   EXPECT_EQ("msglint " MSGLINT_VERSION "\n", run.out);
   // Three numbers, as project(VERSION x.y.z) gives them.
@@ -661,23 +542,23 @@ TEST(LauncherTest, VersionIsTheProjectVersion) {
 TEST(PanelProgramsTest, VersionAndHelp) {
   ScratchDir scratch;
   LinkInstalledPrograms(scratch);
-  RunResult pnlctl = RunProgram("sbin/pnlctl", {"--version"});
+  RunResult pnlctl = RunProgram({"sbin/pnlctl", "--version"}, kAsAUser);
   EXPECT_EQ(0, pnlctl.status);
   EXPECT_EQ("pnlctl (msglint) " MSGLINT_VERSION "\n", pnlctl.out);
   EXPECT_EQ("", pnlctl.err);
-  RunResult kern = RunProgram("bin/kern", {"--version"});
+  RunResult kern = RunProgram({"bin/kern", "--version"}, kAsAUser);
   EXPECT_EQ(0, kern.status);
   EXPECT_EQ("kern (msglint) " MSGLINT_VERSION "\n", kern.out);
   EXPECT_EQ("", kern.err);
 
-  RunResult pnlctl_help = RunProgram("sbin/pnlctl", {"--help"});
+  RunResult pnlctl_help = RunProgram({"sbin/pnlctl", "--help"}, kAsAUser);
   EXPECT_EQ(0, pnlctl_help.status);
   EXPECT_EQ(
       "usage: pnlctl -m manager function [key=value ...]\n"
       "Calls a function of the manager's panel in the installation that is\n"
       "the current directory. Manual: man pnlctl.\n",
       pnlctl_help.out);
-  RunResult kern_help = RunProgram("bin/kern", {"--help"});
+  RunResult kern_help = RunProgram({"bin/kern", "--help"}, kAsAUser);
   EXPECT_EQ(0, kern_help.status);
   EXPECT_EQ(
       "usage: kern [-m manager]\n"

@@ -3,7 +3,6 @@
 // did, less the findings that the fixer fixed; the findings whose audit
 // also wants a text come back as empty messages instead of missing ones.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <map>
@@ -13,26 +12,21 @@
 #include <vector>
 
 #include "pnl/file.h"
-#include "pnl/proc.h"
+#include "support/run_program.h"
 #include "support/scratch_dir.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using testing_support::RunOptions;
+using testing_support::RunProgram;
+using testing_support::RunResult;
 using testing_support::ScratchDir;
 
-// Runs an installed program from the installation directory, with long
-// sleeps skipped; its exit status, and what it printed in `output`.
-int Run(const std::vector<std::string>& argv, std::string* output) {
-  setenv("LD_PRELOAD", testing_support::NoSleepLibrary().c_str(), 1);
-  pnl_proc::Execute run(argv);
-  run.CaptureOutput();
-  int status = run.Result();
-  unsetenv("LD_PRELOAD");
-  *output = run.Output();
-  return status;
-}
+// The installed programs run from the installation directory with long
+// sleeps skipped; what they print is taken as one text.
+const RunOptions kInstalled = {.no_sleep = true, .merge_stderr = true};
 
 // What identifies a finding from one run to the next (line numbers move
 // when a message file grows).
@@ -74,8 +68,7 @@ void InstallExample(const ScratchDir& scratch) {
 void FixThenRunAgain(const std::string& mode) {
   ScratchDir scratch;
   InstallExample(scratch);
-  std::string output;
-  Run({"sbin/msglint", "mailpnl", mode, "en", "ru"}, &output);
+  RunProgram({"sbin/msglint", "mailpnl", mode, "en", "ru"}, kInstalled);
   // The fixer works from the findings file of the run; a module that
   // writes none leaves nothing to fix from.
   if (!pnl_file::Exists("var/msglint/findings.json"))
@@ -107,16 +100,19 @@ void FixThenRunAgain(const std::string& mode) {
   }
   ASSERT_GT(fixed, 10);
 
-  EXPECT_EQ(0, Run({"sbin/msglint-fix", "mailpnl", "en", "ru"}, &output)) << output;
-  Run({"sbin/msglint", "mailpnl", mode, "en", "ru"}, &output);
+  const RunResult fix = RunProgram({"sbin/msglint-fix", "mailpnl", "en", "ru"}, kInstalled);
+  EXPECT_EQ(0, fix.status) << fix.out;
+  RunProgram({"sbin/msglint", "mailpnl", mode, "en", "ru"}, kInstalled);
   json after = ReadFindings();
   ASSERT_FALSE(after.is_discarded());
   EXPECT_EQ(expected, Keys(after));
 
   // A second fix finds nothing to add: the messages still reported as
   // empty are in place.
-  EXPECT_EQ(0, Run({"sbin/msglint-fix", "mailpnl", "en", "ru", "--dry-run"}, &output));
-  EXPECT_EQ("", output);
+  const RunResult again =
+      RunProgram({"sbin/msglint-fix", "mailpnl", "en", "ru", "--dry-run"}, kInstalled);
+  EXPECT_EQ(0, again.status);
+  EXPECT_EQ("", again.out);
 }
 
 TEST(FixEndToEndTest, FullReportLosesExactlyTheFixedFindings) { FixThenRunAgain("-f"); }

@@ -4,7 +4,6 @@
 // made), the audit again and the check against the baseline. And the
 // baselines that must be refused, each with its message and status.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <set>
@@ -13,25 +12,20 @@
 #include <vector>
 
 #include "pnl/file.h"
-#include "pnl/proc.h"
+#include "support/run_program.h"
 #include "support/scratch_dir.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+using testing_support::RunOptions;
+using testing_support::RunProgram;
+using testing_support::RunResult;
 using testing_support::ScratchDir;
 
-// Runs an installed program from the installation directory, with long
-// sleeps skipped; its exit status, and what it printed in `output`.
-int RunProgram(const std::vector<std::string>& argv, std::string* output) {
-  setenv("LD_PRELOAD", testing_support::NoSleepLibrary().c_str(), 1);
-  pnl_proc::Execute run(argv);
-  run.CaptureOutput();
-  int status = run.Result();
-  unsetenv("LD_PRELOAD");
-  *output = run.Output();
-  return status;
-}
+// The installed programs run from the installation directory with long
+// sleeps skipped; what they print is taken as one text.
+const RunOptions kInstalled = {.no_sleep = true, .merge_stderr = true};
 
 // The example installation with every program, in a scratch directory.
 void InstallExample(const ScratchDir& scratch) {
@@ -80,11 +74,11 @@ std::vector<std::string> Only(const std::set<std::string>& a, const std::set<std
 TEST(BaselineEndToEndTest, CheckFailsOnlyOnTheNewFinding) {
   ScratchDir scratch;
   InstallExample(scratch);
-  std::string output;
-  RunProgram({"sbin/msglint", "mailpnl", "-f", "en", "ru"}, &output);
+  RunProgram({"sbin/msglint", "mailpnl", "-f", "en", "ru"}, kInstalled);
   ASSERT_TRUE(pnl_file::Exists("var/msglint/findings.json"));
-  ASSERT_EQ(0, RunProgram({"sbin/msglint-report", "--write-baseline", "msglint-baseline.json"}, &output));
-  EXPECT_EQ("", output);
+  RunResult run = RunProgram({"sbin/msglint-report", "--write-baseline", "msglint-baseline.json"}, kInstalled);
+  ASSERT_EQ(0, run.status);
+  EXPECT_EQ("", run.out);
   const std::string baseline = scratch.Read("msglint-baseline.json");
   EXPECT_EQ(0u, baseline.find("{\n  \"format\": \"msglint-baseline\",\n  \"version\": 1,\n"
                               "  \"manager\": \"mailpnl\",\n  \"findings\": [\n"));
@@ -92,14 +86,15 @@ TEST(BaselineEndToEndTest, CheckFailsOnlyOnTheNewFinding) {
   EXPECT_EQ(62 + 7, std::count(baseline.begin(), baseline.end(), '\n'));
 
   // The same run checked against its own baseline: nothing new.
-  EXPECT_EQ(0, RunProgram({"sbin/msglint-report", "--check", "--baseline", "msglint-baseline.json"}, &output));
+  run = RunProgram({"sbin/msglint-report", "--check", "--baseline", "msglint-baseline.json"}, kInstalled);
+  EXPECT_EQ(0, run.status);
   EXPECT_EQ("en: 39 required, 33 present, 4 missing, 2 empty (84.6%)\n"
             "ru: 39 required, 29 present, 8 missing, 2 empty (74.4%)\n"
             "baseline en: 0 new, 24 unchanged, 0 fixed\n"
             "baseline ru: 0 new, 27 unchanged, 0 fixed\n"
             "baseline (no language): 0 new, 11 unchanged, 0 fixed\n"
             "0 new findings at or above error\n",
-            output);
+            run.out);
 
   // Ten lines at the top of the description, the lists mailbox and
   // maildomain swapped, a German message file that the run does not audit.
@@ -125,19 +120,20 @@ TEST(BaselineEndToEndTest, CheckFailsOnlyOnTheNewFinding) {
   scratch.Write("etc/xml/mailpnl_msg_en.xml",
                 Replace(hinted, "      <msg name=\"domain\">Domain</msg>\n      <msg name=\"hint_domain\">", "      <msg name=\"hint_domain\">"));
 
-  RunProgram({"sbin/msglint", "mailpnl", "-f", "en", "ru"}, &output);
-  EXPECT_EQ(1, RunProgram({"sbin/msglint-report", "--check", "--baseline", "msglint-baseline.json"}, &output));
+  RunProgram({"sbin/msglint", "mailpnl", "-f", "en", "ru"}, kInstalled);
+  run = RunProgram({"sbin/msglint-report", "--check", "--baseline", "msglint-baseline.json"}, kInstalled);
+  EXPECT_EQ(1, run.status);
   EXPECT_EQ("en: 39 required, 32 present, 5 missing, 2 empty (82.1%)\n"
             "ru: 39 required, 29 present, 8 missing, 2 empty (74.4%)\n"
             "baseline en: 1 new, 23 unchanged, 1 fixed\n"
             "baseline ru: 0 new, 27 unchanged, 0 fixed\n"
             "baseline (no language): 0 new, 11 unchanged, 0 fixed\n"
             "1 new findings at or above error\n",
-            output);
+            run.out);
 
   // A baseline written now differs from the old one by the finding fixed
   // and the finding made, one line each.
-  ASSERT_EQ(0, RunProgram({"sbin/msglint-report", "--write-baseline", "msglint-baseline-2.json"}, &output));
+  ASSERT_EQ(0, RunProgram({"sbin/msglint-report", "--write-baseline", "msglint-baseline-2.json"}, kInstalled).status);
   const std::set<std::string> before = Lines(baseline);
   const std::set<std::string> after = Lines(scratch.Read("msglint-baseline-2.json"));
   EXPECT_EQ(std::vector<std::string>{"    {\"kind\":\"missing-column-hint\",\"object\":\"mailbox\",\"element\":"
@@ -152,27 +148,23 @@ TEST(BaselineEndToEndTest, CheckFailsOnlyOnTheNewFinding) {
 
   // Without the new missing label the check passes.
   scratch.Write("etc/xml/mailpnl_msg_en.xml", hinted);
-  RunProgram({"sbin/msglint", "mailpnl", "-f", "en", "ru"}, &output);
-  EXPECT_EQ(0, RunProgram({"sbin/msglint-report", "--check", "--baseline", "msglint-baseline.json"}, &output));
+  RunProgram({"sbin/msglint", "mailpnl", "-f", "en", "ru"}, kInstalled);
+  run = RunProgram({"sbin/msglint-report", "--check", "--baseline", "msglint-baseline.json"}, kInstalled);
+  EXPECT_EQ(0, run.status);
   EXPECT_EQ("en: 39 required, 33 present, 4 missing, 2 empty (84.6%)\n"
             "ru: 39 required, 29 present, 8 missing, 2 empty (74.4%)\n"
             "baseline en: 0 new, 23 unchanged, 1 fixed\n"
             "baseline ru: 0 new, 27 unchanged, 0 fixed\n"
             "baseline (no language): 0 new, 11 unchanged, 0 fixed\n"
             "0 new findings at or above error\n",
-            output);
+            run.out);
   // Without the baseline the check still fails on every finding.
-  EXPECT_EQ(1, RunProgram({"sbin/msglint-report", "--check"}, &output));
+  EXPECT_EQ(1, RunProgram({"sbin/msglint-report", "--check"}, kInstalled).status);
 }
 
 // A findings file of the example installation in a scratch directory, and
 // the report of it against the baseline `text`.
-struct Refusal {
-  int status;
-  std::string output;
-};
-
-Refusal CheckAgainst(const std::string& text, const std::vector<std::string>& options = {"--check"}) {
+RunResult CheckAgainst(const std::string& text, const std::vector<std::string>& options = {"--check"}) {
   ScratchDir scratch;
   scratch.Write("findings.json", [] {
     std::string findings;
@@ -183,28 +175,26 @@ Refusal CheckAgainst(const std::string& text, const std::vector<std::string>& op
   std::vector<std::string> argv = {std::string(E2E_PREFIX) + "/sbin/msglint-report"};
   argv.insert(argv.end(), options.begin(), options.end());
   argv.insert(argv.end(), {"--baseline", "baseline.json", "findings.json"});
-  Refusal refusal;
-  refusal.status = RunProgram(argv, &refusal.output);
-  return refusal;
+  return RunProgram(argv, kInstalled);
 }
 
 TEST(BaselineEndToEndTest, RefusesABaselineOfAnotherManager) {
-  const Refusal r = CheckAgainst(
+  const RunResult r = CheckAgainst(
       "{\n  \"format\": \"msglint-baseline\",\n  \"version\": 1,\n  \"manager\": \"kern\",\n"
       "  \"findings\": []\n}\n");
   EXPECT_EQ(7, r.status);
   EXPECT_EQ("msglint-report: the baseline baseline.json is of manager kern, the findings of manager "
             "mailpnl; nothing compared\n",
-            r.output);
+            r.out);
 }
 
 TEST(BaselineEndToEndTest, RefusesAMalformedBaseline) {
-  Refusal r = CheckAgainst("{\n  \"format\": \"msglint-baseline\",\n  \"version\": 1,\n");
+  RunResult r = CheckAgainst("{\n  \"format\": \"msglint-baseline\",\n  \"version\": 1,\n");
   EXPECT_EQ(4, r.status);
-  EXPECT_EQ("msglint-report: the baseline baseline.json is malformed: not JSON; nothing compared\n", r.output);
+  EXPECT_EQ("msglint-report: the baseline baseline.json is malformed: not JSON; nothing compared\n", r.out);
   r = CheckAgainst("");
   EXPECT_EQ(4, r.status);
-  EXPECT_EQ("msglint-report: the baseline baseline.json is malformed: not JSON; nothing compared\n", r.output);
+  EXPECT_EQ("msglint-report: the baseline baseline.json is malformed: not JSON; nothing compared\n", r.out);
   r = CheckAgainst(
       "{\"format\": \"msglint-baseline\", \"version\": 1, \"manager\": \"mailpnl\", \"findings\": [\n"
       "  {\"kind\": \"missing-hint\", \"object\": \"mailbox.edit\"}]}\n",
@@ -212,52 +202,54 @@ TEST(BaselineEndToEndTest, RefusesAMalformedBaseline) {
   EXPECT_EQ(4, r.status);
   EXPECT_EQ("msglint-report: the baseline baseline.json is malformed: finding 1 lacks a part of its "
             "identity or has one of the wrong type; nothing compared\n",
-            r.output);
+            r.out);
 }
 
 TEST(BaselineEndToEndTest, RefusesForeignJson) {
-  Refusal r = CheckAgainst("{\"name\": \"mailpnl\", \"version\": \"1.0.0\"}\n");
+  RunResult r = CheckAgainst("{\"name\": \"mailpnl\", \"version\": \"1.0.0\"}\n");
   EXPECT_EQ(5, r.status);
   EXPECT_EQ("msglint-report: baseline.json is not a baseline of msglint: JSON without \"format\": "
             "\"msglint-baseline\"; nothing compared\n",
-            r.output);
+            r.out);
   std::string findings;
   pnl_file::ReadFile(std::string(E2E_SOURCE_DIR) + "/tests/report/data/example_findings.json", findings);
   r = CheckAgainst(findings, {"--format", "html"});
   EXPECT_EQ(5, r.status);
   EXPECT_EQ("msglint-report: baseline.json is not a baseline of msglint: a findings file, not a baseline "
             "(msglint-report --write-baseline makes one); nothing compared\n",
-            r.output);
+            r.out);
 }
 
 TEST(BaselineEndToEndTest, RefusesABaselineOfANewerVersion) {
-  const Refusal r = CheckAgainst(
+  const RunResult r = CheckAgainst(
       "{\n  \"format\": \"msglint-baseline\",\n  \"version\": 2,\n  \"manager\": \"mailpnl\",\n"
       "  \"findings\": [\"missing-hint|mailpnl|...\"]\n}\n");
   EXPECT_EQ(6, r.status);
   EXPECT_EQ("msglint-report: the baseline baseline.json has format version 2, written by a newer msglint; "
             "this one reads version 1; nothing compared\n",
-            r.output);
+            r.out);
 }
 
 TEST(BaselineEndToEndTest, RefusesAMissingBaseline) {
   ScratchDir scratch;
-  std::string output;
-  EXPECT_EQ(3, RunProgram({std::string(E2E_PREFIX) + "/sbin/msglint-report", "--check", "--baseline", "nothing.json",
-                    std::string(E2E_SOURCE_DIR) + "/tests/report/data/example_findings.json"},
-                   &output));
-  EXPECT_EQ("msglint-report: cannot read the baseline nothing.json; nothing compared\n", output);
+  const RunResult run =
+      RunProgram({std::string(E2E_PREFIX) + "/sbin/msglint-report", "--check", "--baseline", "nothing.json",
+                  std::string(E2E_SOURCE_DIR) + "/tests/report/data/example_findings.json"},
+                 kInstalled);
+  EXPECT_EQ(3, run.status);
+  EXPECT_EQ("msglint-report: cannot read the baseline nothing.json; nothing compared\n", run.out);
 }
 
 TEST(BaselineEndToEndTest, NeverWritesABaselineThroughALink) {
   ScratchDir scratch;
   scratch.Write("target.json", "kept\n");
   scratch.Link("target.json", "baseline.json");
-  std::string output;
-  EXPECT_EQ(2, RunProgram({std::string(E2E_PREFIX) + "/sbin/msglint-report", "--write-baseline", "baseline.json",
-                    std::string(E2E_SOURCE_DIR) + "/tests/report/data/example_findings.json"},
-                   &output));
-  EXPECT_EQ("msglint-report: cannot write the baseline baseline.json: is a symbolic link\n", output);
+  const RunResult run =
+      RunProgram({std::string(E2E_PREFIX) + "/sbin/msglint-report", "--write-baseline", "baseline.json",
+                  std::string(E2E_SOURCE_DIR) + "/tests/report/data/example_findings.json"},
+                 kInstalled);
+  EXPECT_EQ(2, run.status);
+  EXPECT_EQ("msglint-report: cannot write the baseline baseline.json: is a symbolic link\n", run.out);
   EXPECT_EQ("kept\n", scratch.Read("target.json"));
 }
 
