@@ -4,7 +4,6 @@
 // also wants a text come back as empty messages instead of missing ones.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -12,13 +11,14 @@
 #include <vector>
 
 #include "pnl/file.h"
+#include "support/example_install.h"
 #include "support/run_program.h"
 #include "support/scratch_dir.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using nlohmann::json;
+using testing_support::InstallExample;
 using testing_support::RunOptions;
 using testing_support::RunProgram;
 using testing_support::RunResult;
@@ -48,21 +48,6 @@ json ReadFindings() {
   std::string text;
   EXPECT_TRUE(pnl_file::ReadFile("var/msglint/findings.json", text));
   return json::parse(text, nullptr, false);
-}
-
-// Installs the example installation with every program in a scratch
-// directory.
-void InstallExample(const ScratchDir& scratch) {
-  const fs::path prefix(E2E_PREFIX);
-  for (const char* program : {"bin/kern", "sbin/pnlctl", "sbin/msglint",
-                              "sbin/msglint-fix", "lib/modules/msglint.so"}) {
-    ASSERT_TRUE(fs::exists(prefix / program)) << program;
-    fs::create_directories((fs::path(scratch.path()) / program).parent_path());
-    fs::create_symlink(prefix / program, fs::path(scratch.path()) / program);
-  }
-  fs::copy(fs::path(E2E_SOURCE_DIR) / "examples/install", scratch.path(),
-           fs::copy_options::recursive);
-  scratch.AddManagerLink("mailpnl");
 }
 
 void FixThenRunAgain(const std::string& mode) {

@@ -5,19 +5,19 @@
 // baselines that must be refused, each with its message and status.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "pnl/file.h"
+#include "support/example_install.h"
 #include "support/run_program.h"
 #include "support/scratch_dir.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+using testing_support::InstallExample;
 using testing_support::RunOptions;
 using testing_support::RunProgram;
 using testing_support::RunResult;
@@ -26,19 +26,6 @@ using testing_support::ScratchDir;
 // The installed programs run from the installation directory with long
 // sleeps skipped; what they print is taken as one text.
 const RunOptions kInstalled = {.no_sleep = true, .merge_stderr = true};
-
-// The example installation with every program, in a scratch directory.
-void InstallExample(const ScratchDir& scratch) {
-  const fs::path prefix(E2E_PREFIX);
-  for (const char* program : {"bin/kern", "sbin/pnlctl", "sbin/msglint", "sbin/msglint-report",
-                              "lib/modules/msglint.so"}) {
-    ASSERT_TRUE(fs::exists(prefix / program)) << program;
-    fs::create_directories((fs::path(scratch.path()) / program).parent_path());
-    fs::create_symlink(prefix / program, fs::path(scratch.path()) / program);
-  }
-  fs::copy(fs::path(E2E_SOURCE_DIR) / "examples/install", scratch.path(), fs::copy_options::recursive);
-  scratch.AddManagerLink("mailpnl");
-}
 
 // `text` with the first occurrence of `from` replaced by `to`; fails the
 // test when there is none.
