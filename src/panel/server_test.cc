@@ -64,20 +64,31 @@ int CountRequests(const std::string& log) {
   return count;
 }
 
+// Each test in a scratch installation of its own, the current directory
+// while it runs.
+class ServerTest : public testing::Test {
+ protected:
+  // The panel's programs and the manager shop (bin/shop, a link to kern).
+  void InstallShop() const {
+    dir_.InstallPanel();
+    dir_.AddManagerLink("shop");
+  }
+
+  ScratchDir dir_;
+};
+
 // Panels that must live through a test serve "shop": "killall kern", which
 // other programs run, does not reach them.
-TEST(ServerTest, StartedPanelIsReadyWithPidFileAndPrivateSocket) {
-  ScratchDir dir;
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
+TEST_F(ServerTest, StartedPanelIsReadyWithPidFileAndPrivateSocket) {
+  InstallShop();
   RunResult run = RunProgram({"bin/shop"});
   EXPECT_EQ(0, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ("", run.err);
 
-  pid_t pid = PanelPid(dir, "shop");
+  pid_t pid = PanelPid(dir_, "shop");
   ASSERT_GT(pid, 1);
-  EXPECT_EQ(std::to_string(pid) + "\n", dir.Read("var/run/shop.pid"));
+  EXPECT_EQ(std::to_string(pid) + "\n", dir_.Read("var/run/shop.pid"));
   EXPECT_EQ(0, kill(pid, 0));
   struct stat st;
   ASSERT_EQ(0, stat("var/run/shop.socket", &st));
@@ -89,60 +100,52 @@ TEST(ServerTest, StartedPanelIsReadyWithPidFileAndPrivateSocket) {
   if (fd >= 0) close(fd);
 }
 
-TEST(ServerTest, SecondStartWhileOneRunsSucceedsAndKeepsTheFirst) {
-  ScratchDir dir;
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
+TEST_F(ServerTest, SecondStartWhileOneRunsSucceedsAndKeepsTheFirst) {
+  InstallShop();
   ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
-  pid_t first = PanelPid(dir, "shop");
+  pid_t first = PanelPid(dir_, "shop");
   RunResult again = RunProgram({"bin/kern", "-m", "shop"});
   EXPECT_EQ(0, again.status);
   EXPECT_EQ("", again.err);
-  EXPECT_EQ(first, PanelPid(dir, "shop"));
+  EXPECT_EQ(first, PanelPid(dir_, "shop"));
   EXPECT_EQ(EmptyReply(), Ask("shop", "func=actionlist"));
 }
 
-TEST(ServerTest, SigtermRemovesSocketAndPidFile) {
-  ScratchDir dir;
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
+TEST_F(ServerTest, SigtermRemovesSocketAndPidFile) {
+  InstallShop();
   ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
-  ASSERT_EQ(0, kill(PanelPid(dir, "shop"), SIGTERM));
+  ASSERT_EQ(0, kill(PanelPid(dir_, "shop"), SIGTERM));
   EXPECT_TRUE(WaitGone("var/run/shop.pid"));
   EXPECT_FALSE(pnl_file::Exists("var/run/shop.socket"));
 }
 
-TEST(ServerTest, ClientGetsTheSecondAnswerAfterSigtermBetweenQueries) {
-  ScratchDir dir;
-  dir.InstallPanel();
-  dir.Write("etc/xml/kern.xml", "<pnldata><metadata name=\"a\"/></pnldata>");
+TEST_F(ServerTest, ClientGetsTheSecondAnswerAfterSigtermBetweenQueries) {
+  dir_.InstallPanel();
+  dir_.Write("etc/xml/kern.xml", "<pnldata><metadata name=\"a\"/></pnldata>");
   const std::string expected = Reply("<elem><action>a</action></elem>");
   EXPECT_EQ(expected, Ask("kern", "func=actionlist&out=xml"));
-  pid_t first = PanelPid(dir, "kern");
+  pid_t first = PanelPid(dir_, "kern");
   ASSERT_EQ(0, kill(first, SIGTERM));
   EXPECT_EQ(expected, Ask("kern", "func=actionlist&out=xml"));
-  EXPECT_NE(first, PanelPid(dir, "kern"));
-  EXPECT_EQ(2, CountRequests(LogRecords(dir.path(), "kern")));
+  EXPECT_NE(first, PanelPid(dir_, "kern"));
+  EXPECT_EQ(2, CountRequests(LogRecords(dir_.path(), "kern")));
 }
 
-TEST(ServerTest, ClientGetsTheSecondAnswerAfterTheFirstPanelWasKilled) {
-  ScratchDir dir;
-  dir.InstallPanel();
+TEST_F(ServerTest, ClientGetsTheSecondAnswerAfterTheFirstPanelWasKilled) {
+  dir_.InstallPanel();
   EXPECT_EQ(EmptyReply(), Ask("kern", "func=actionlist"));
-  pid_t first = PanelPid(dir, "kern");
+  pid_t first = PanelPid(dir_, "kern");
   ASSERT_EQ(0, kill(first, SIGKILL));
   // The socket file stays behind, with nothing listening.
   for (int i = 0; i < 100 && RawConnect("kern") >= 0; ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   EXPECT_TRUE(pnl_file::Exists("var/run/kern.socket"));
   EXPECT_EQ(EmptyReply(), Ask("kern", "func=actionlist"));
-  EXPECT_NE(first, PanelPid(dir, "kern"));
+  EXPECT_NE(first, PanelPid(dir_, "kern"));
 }
 
-TEST(ServerTest, SilentClientDoesNotBlockOthersAndIsDropped) {
-  ScratchDir dir;
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
+TEST_F(ServerTest, SilentClientDoesNotBlockOthersAndIsDropped) {
+  InstallShop();
   ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
   auto start = Clock::now();
   int silent = RawConnect("shop");
@@ -156,14 +159,12 @@ TEST(ServerTest, SilentClientDoesNotBlockOthersAndIsDropped) {
   EXPECT_LT(waited, std::chrono::seconds(6));
   close(silent);
   EXPECT_NE(std::string::npos,
-            LogRecords(dir.path(), "shop")
+            LogRecords(dir_.path(), "shop")
                 .find("4 dropping a connection that sent no request in 3 s\n"));
 }
 
-TEST(ServerTest, OverlongRequestGetsAnErrorAndServingGoesOn) {
-  ScratchDir dir;
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
+TEST_F(ServerTest, OverlongRequestGetsAnErrorAndServingGoesOn) {
+  InstallShop();
   ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
   int fd = RawConnect("shop");
   ASSERT_GE(fd, 0);
@@ -177,10 +178,8 @@ TEST(ServerTest, OverlongRequestGetsAnErrorAndServingGoesOn) {
   EXPECT_EQ(EmptyReply(), Ask("shop", "func=actionlist"));
 }
 
-TEST(ServerTest, RequestEndsAtTheFirstNewline) {
-  ScratchDir dir;
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
+TEST_F(ServerTest, RequestEndsAtTheFirstNewline) {
+  InstallShop();
   ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
   int fd = RawConnect("shop");
   ASSERT_GE(fd, 0);
@@ -192,40 +191,36 @@ TEST(ServerTest, RequestEndsAtTheFirstNewline) {
   close(fd);
 }
 
-TEST(ServerTest, ManagerLinkServesTheManagerOfItsName) {
-  ScratchDir dir;
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
-  dir.Write("etc/xml/shop.xml", "<pnldata><metadata name=\"s\"/></pnldata>");
+TEST_F(ServerTest, ManagerLinkServesTheManagerOfItsName) {
+  InstallShop();
+  dir_.Write("etc/xml/shop.xml", "<pnldata><metadata name=\"s\"/></pnldata>");
   ASSERT_EQ(0, RunProgram({"bin/shop"}).status);
   EXPECT_TRUE(pnl_file::Exists("var/run/shop.pid"));
   EXPECT_TRUE(pnl_file::Exists("var/run/shop.socket"));
   EXPECT_FALSE(pnl_file::Exists("var/run/kern.pid"));
   EXPECT_EQ(Reply("<elem><action>s</action></elem>"),
             Ask("shop", "func=actionlist"));
-  EXPECT_EQ(1, CountRequests(LogRecords(dir.path(), "shop")));
+  EXPECT_EQ(1, CountRequests(LogRecords(dir_.path(), "shop")));
 }
 
-TEST(ServerTest, ManagerPresentOnlyAsLibraryIsServedByKern) {
-  ScratchDir dir;
-  dir.InstallPanel();
-  dir.Write("lib/shop.so", "");
-  dir.Write("etc/xml/shop_msg_en.xml",
-            "<pnldata><lang name=\"en\"><messages name=\"s\">"
-            "<msg name=\"m\">M</msg></messages></lang></pnldata>");
+TEST_F(ServerTest, ManagerPresentOnlyAsLibraryIsServedByKern) {
+  dir_.InstallPanel();
+  dir_.Write("lib/shop.so", "");
+  dir_.Write("etc/xml/shop_msg_en.xml",
+             "<pnldata><lang name=\"en\"><messages name=\"s\">"
+             "<msg name=\"m\">M</msg></messages></lang></pnldata>");
   EXPECT_EQ(Reply("<ok/>"), Ask("shop", "func=session&lang=en&out=devel"));
   EXPECT_EQ(std::string(kDecl) +
                 "<messages name=\"s\"><msg name=\"m\">M</msg></messages>\n",
-            dir.Read("var/.xmlcache/shop/s.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/s.msg.en.xml"));
   EXPECT_FALSE(pnl_file::Exists("bin/shop"));
   EXPECT_NE(std::string::npos,
-            LogRecords(dir.path(), "shop")
+            LogRecords(dir_.path(), "shop")
                 .find("\n5 request: func=session&lang=en&out=devel\n"));
 }
 
-TEST(ServerTest, KernRefusesBadArguments) {
-  ScratchDir dir;
-  dir.InstallPanel();
+TEST_F(ServerTest, KernRefusesBadArguments) {
+  dir_.InstallPanel();
   RunResult run = RunProgram({"bin/kern", "-x"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("", run.out);
@@ -236,53 +231,52 @@ TEST(ServerTest, KernRefusesBadArguments) {
   EXPECT_FALSE(pnl_file::Exists("var/run"));
 }
 
-// Messages of shop with one function, f.
-void WriteShop(const ScratchDir& dir) {
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
-  dir.Write("etc/xml/shop_msg_en.xml",
-            "<pnldata><lang name=\"en\"><messages name=\"f\">"
-            "<msg name=\"hint_x\">X</msg></messages></lang></pnldata>");
-}
+// pnlctl against the panel of shop.
+class PnlctlTest : public ServerTest {
+ protected:
+  // Messages of shop with one function, f.
+  void WriteShop() const {
+    InstallShop();
+    dir_.Write("etc/xml/shop_msg_en.xml",
+               "<pnldata><lang name=\"en\"><messages name=\"f\">"
+               "<msg name=\"hint_x\">X</msg></messages></lang></pnldata>");
+  }
+};
 
-TEST(PnlctlTest, KnownFunctionExitsZeroAndWritesTheCheckedFiles) {
-  ScratchDir dir;
-  WriteShop(dir);
+TEST_F(PnlctlTest, KnownFunctionExitsZeroAndWritesTheCheckedFiles) {
+  WriteShop();
   RunResult run = RunProgram({"sbin/pnlctl", "-m", "shop", "f", "lang=ru"});
   EXPECT_EQ(0, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ("", run.err);
   EXPECT_EQ(std::string(kDecl) +
                 "<messages name=\"f\"><msg name=\"hint_x\">X</msg></messages>\n",
-            dir.Read("var/.xmlcache/shop/checked/f.msg.en.xml"));
+            dir_.Read("var/.xmlcache/shop/checked/f.msg.en.xml"));
   EXPECT_NE(std::string::npos,
-            LogRecords(dir.path(), "shop").find("\n5 request: func=f&lang=ru\n"));
+            LogRecords(dir_.path(), "shop").find("\n5 request: func=f&lang=ru\n"));
 }
 
-TEST(PnlctlTest, ErrorReplyExitsOneWithTheError) {
-  ScratchDir dir;
-  WriteShop(dir);
+TEST_F(PnlctlTest, ErrorReplyExitsOneWithTheError) {
+  WriteShop();
   RunResult run = RunProgram({"sbin/pnlctl", "-m", "shop", "a b&c=d", "k y=v&w"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("", run.out);
   EXPECT_EQ("pnlctl: shop: unknown function \"a b&c=d\"\n", run.err);
   // Keys and values travel percent-encoded.
   EXPECT_NE(std::string::npos,
-            LogRecords(dir.path(), "shop")
+            LogRecords(dir_.path(), "shop")
                 .find("5 request: func=a+b%26c%3Dd&k+y=v%26w\n"));
 }
 
-TEST(PnlctlTest, ErrorTextIsPrintedUnescaped) {
-  ScratchDir dir;
-  WriteShop(dir);
+TEST_F(PnlctlTest, ErrorTextIsPrintedUnescaped) {
+  WriteShop();
   RunResult run = RunProgram({"sbin/pnlctl", "-m", "shop", "<x>&'\"", "lang=ru"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("pnlctl: shop: unknown function \"<x>&'\"\"\n", run.err);
 }
 
-TEST(PnlctlTest, SessionRepliesWithoutOkExitOne) {
-  ScratchDir dir;
-  WriteShop(dir);
+TEST_F(PnlctlTest, SessionRepliesWithoutOkExitOne) {
+  WriteShop();
   RunResult run = RunProgram({"sbin/pnlctl", "-m", "shop", "actionlist"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("pnlctl: shop: no <ok/> in the reply\n", run.err);
@@ -290,9 +284,8 @@ TEST(PnlctlTest, SessionRepliesWithoutOkExitOne) {
   EXPECT_EQ(0, run.status);
 }
 
-TEST(PnlctlTest, UsageErrorsExitOne) {
-  ScratchDir dir;
-  WriteShop(dir);
+TEST_F(PnlctlTest, UsageErrorsExitOne) {
+  WriteShop();
   const std::string usage =
       "usage: pnlctl -m manager function [key=value ...]\n";
   for (std::vector<std::string> args :
@@ -308,9 +301,8 @@ TEST(PnlctlTest, UsageErrorsExitOne) {
   EXPECT_FALSE(pnl_file::Exists("var/run/shop.pid"));
 }
 
-TEST(PnlctlTest, NoPanelProgramMeansNoReply) {
-  ScratchDir dir;
-  dir.Link(testing_support::PnlctlProgram(), "sbin/pnlctl");
+TEST_F(PnlctlTest, NoPanelProgramMeansNoReply) {
+  dir_.Link(testing_support::PnlctlProgram(), "sbin/pnlctl");
   RunResult run = RunProgram({"sbin/pnlctl", "-m", "shop", "f"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("", run.out);
@@ -321,29 +313,25 @@ TEST(PnlctlTest, NoPanelProgramMeansNoReply) {
 
 // ---- No write through a link ------------------------------------------------
 
-TEST(ServerTest, LinkAtThePidFileStopsTheStartAndLeavesTheTargetAlone) {
-  ScratchDir dir;
+TEST_F(ServerTest, LinkAtThePidFileStopsTheStartAndLeavesTheTargetAlone) {
   ScratchDir outside;
-  ASSERT_EQ(0, chdir(dir.path().c_str()));
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
+  ASSERT_EQ(0, chdir(dir_.path().c_str()));
+  InstallShop();
   outside.Write("theirs", "theirs\n");
-  dir.Link(outside.path() + "/theirs", "var/run/shop.pid");
+  dir_.Link(outside.path() + "/theirs", "var/run/shop.pid");
   RunResult run = RunProgram({"bin/shop"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("theirs\n", outside.Read("theirs"));
   EXPECT_NE(std::string::npos,
-            LogRecords(dir.path(), "shop")
+            LogRecords(dir_.path(), "shop")
                 .find("3 cannot write the pid file: var/run/shop.pid is a symbolic link"));
 }
 
-TEST(ServerTest, LinkAtItsLogStopsThePanelWithALine) {
-  ScratchDir dir;
+TEST_F(ServerTest, LinkAtItsLogStopsThePanelWithALine) {
   ScratchDir outside;
-  ASSERT_EQ(0, chdir(dir.path().c_str()));
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
-  dir.Link(outside.path() + "/new.log", "var/log/shop.log");
+  ASSERT_EQ(0, chdir(dir_.path().c_str()));
+  InstallShop();
+  dir_.Link(outside.path() + "/new.log", "var/log/shop.log");
   RunResult run = RunProgram({"bin/shop"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("kern: unsafe installation: var/log/shop.log is a symbolic link\n", run.err);
@@ -351,40 +339,34 @@ TEST(ServerTest, LinkAtItsLogStopsThePanelWithALine) {
   EXPECT_FALSE(pnl_file::Exists("var/run/shop.pid"));
 }
 
-TEST(ServerTest, LinkAtTheRunDirectoryStopsTheStart) {
-  ScratchDir dir;
+TEST_F(ServerTest, LinkAtTheRunDirectoryStopsTheStart) {
   ScratchDir outside;
-  ASSERT_EQ(0, chdir(dir.path().c_str()));
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
-  dir.MakeDir("var");
-  dir.Link(outside.path(), "var/run");
+  ASSERT_EQ(0, chdir(dir_.path().c_str()));
+  InstallShop();
+  dir_.MakeDir("var");
+  dir_.Link(outside.path(), "var/run");
   RunResult run = RunProgram({"bin/shop"});
   EXPECT_EQ(1, run.status);
   EXPECT_EQ("kern: cannot use var/run is a symbolic link\n", run.err);
   EXPECT_FALSE(pnl_file::Exists(outside.path() + "/shop.lock"));
 }
 
-TEST(ServerTest, RegularFileAtTheSocketIsNotRemoved) {
-  ScratchDir dir;
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
-  dir.Write("var/run/shop.socket", "mine\n");
+TEST_F(ServerTest, RegularFileAtTheSocketIsNotRemoved) {
+  InstallShop();
+  dir_.Write("var/run/shop.socket", "mine\n");
   RunResult run = RunProgram({"bin/shop"});
   EXPECT_EQ(1, run.status);
-  EXPECT_EQ("mine\n", dir.Read("var/run/shop.socket"));
+  EXPECT_EQ("mine\n", dir_.Read("var/run/shop.socket"));
 }
 
-TEST(ServerTest, LinkAtTheCacheGetsAnErrorReplyAndNothingOutside) {
-  ScratchDir dir;
+TEST_F(ServerTest, LinkAtTheCacheGetsAnErrorReplyAndNothingOutside) {
   ScratchDir outside;
-  ASSERT_EQ(0, chdir(dir.path().c_str()));
-  dir.InstallPanel();
-  dir.AddManagerLink("shop");
-  dir.Write("etc/xml/shop_msg_en.xml",
-            "<pnldata><lang name=\"en\"><messages name=\"a\"/></lang></pnldata>");
-  dir.MakeDir("var");
-  dir.Link(outside.path(), "var/.xmlcache");
+  ASSERT_EQ(0, chdir(dir_.path().c_str()));
+  InstallShop();
+  dir_.Write("etc/xml/shop_msg_en.xml",
+             "<pnldata><lang name=\"en\"><messages name=\"a\"/></lang></pnldata>");
+  dir_.MakeDir("var");
+  dir_.Link(outside.path(), "var/.xmlcache");
   EXPECT_EQ(Reply("<error>cannot create var/.xmlcache/shop: var/.xmlcache is a "
                   "symbolic link</error>"),
             Ask("shop", "func=session&lang=en"));
