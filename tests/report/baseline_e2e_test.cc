@@ -227,6 +227,26 @@ TEST(BaselineEndToEndTest, RefusesAMissingBaseline) {
   EXPECT_EQ("msglint-report: cannot read the baseline nothing.json; nothing compared\n", run.out);
 }
 
+TEST(BaselineEndToEndTest, WritesABaselineOfARunWithInputProblemsAndSaysWhatItLacks) {
+  ScratchDir scratch;
+  InstallExample(scratch);
+  // German has no message file: the run drops it and says so in the
+  // findings file.
+  RunProgram({"sbin/msglint", "mailpnl", "-f", "en", "ru", "de"}, kInstalled);
+  const RunResult run = RunProgram({"sbin/msglint-report", "--write-baseline", "msglint-baseline.json"},
+                                   {.no_sleep = true});
+  EXPECT_EQ(0, run.status);
+  EXPECT_EQ("", run.out);
+  EXPECT_EQ("msglint-report: warning: the run had input problems; the findings they hid are not in the "
+            "baseline msglint-baseline.json:\n"
+            "input problem: dropped-language etc/xml/mailpnl_msg_de.xml [de]: no message file: the "
+            "language is not audited\n",
+            run.err);
+  // What the run saw is all there, as without the dropped language.
+  const std::string baseline = scratch.Read("msglint-baseline.json");
+  EXPECT_EQ(62 + 7, std::count(baseline.begin(), baseline.end(), '\n'));
+}
+
 TEST(BaselineEndToEndTest, NeverWritesABaselineThroughALink) {
   ScratchDir scratch;
   scratch.Write("target.json", "kept\n");
