@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -28,6 +29,7 @@ using panel_testing::PanelPid;
 using panel_testing::RawConnect;
 using panel_testing::Reply;
 using testing_support::LogRecords;
+using testing_support::RunOptions;
 using testing_support::RunProgram;
 using testing_support::RunResult;
 using testing_support::ScratchDir;
@@ -282,6 +284,40 @@ TEST_F(PnlctlTest, SessionRepliesWithoutOkExitOne) {
   EXPECT_EQ("pnlctl: shop: no <ok/> in the reply\n", run.err);
   run = RunProgram({"sbin/pnlctl", "-m", "shop", "session", "lang=en"});
   EXPECT_EQ(0, run.status);
+}
+
+TEST_F(PnlctlTest, FullDiskUnderTheCacheIsAnErrorReplyAndLeavesNoFile) {
+  WriteShop();
+  // The panel starts (its pid file and log are written), but every file it
+  // writes under the cache finds the disk full.
+  const RunOptions full_cache = {
+      .env = {"LD_PRELOAD=" MSGLINT_NOSPACE_LIBRARY,
+              "MSGLINT_NOSPACE_UNDER=" +
+                  std::filesystem::canonical(dir_.path()).string() + "/var/.xmlcache"}};
+  RunResult run = RunProgram({"bin/shop"}, full_cache);
+  ASSERT_EQ(0, run.status) << run.err;
+
+  // A session goes on past a file it cannot write; the reply names the last.
+  run = RunProgram({"sbin/pnlctl", "-m", "shop", "session", "lang=en"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ("pnlctl: shop: cannot write var/.xmlcache/shop/common.en.xml: No space left on device\n",
+            run.err);
+  run = RunProgram({"sbin/pnlctl", "-m", "shop", "f", "lang=ru"});
+  EXPECT_EQ(1, run.status);
+  EXPECT_EQ(
+      "pnlctl: shop: cannot write var/.xmlcache/shop/checked/f.msg.en.xml: No space left on "
+      "device\n",
+      run.err);
+  // No file is left half written, and no temporary one.
+  std::string names;
+  for (const char* sub : {"var/.xmlcache/shop", "var/.xmlcache/shop/checked"}) {
+    pnl_file::Dir listing(sub);
+    while (listing.Read()) names += std::string(sub) + "/" + listing.Name() + " ";
+  }
+  EXPECT_EQ("var/.xmlcache/shop/checked ", names);
+  EXPECT_NE(std::string::npos,
+            LogRecords(dir_.path(), "shop")
+                .find("3 cannot write var/.xmlcache/shop/f.msg.en.xml: No space left on device\n"));
 }
 
 TEST_F(PnlctlTest, UsageErrorsExitOne) {
