@@ -653,6 +653,7 @@ bool g_keep_parsed_files = true;
 }  // namespace
 
 void SetKeepParsedFiles(bool keep) { g_keep_parsed_files = keep; }
+bool KeepsParsedFiles() { return g_keep_parsed_files; }
 
 std::size_t KeptParsedFiles() { return Files().size(); }
 

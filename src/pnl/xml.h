@@ -235,6 +235,7 @@ bool IsLiteralEvaluation();
 // what it needs of it (the panel) turns it off, so that no document
 // outlives its last handle.
 void SetKeepParsedFiles(bool keep);
+bool KeepsParsedFiles();
 // How many parsed files are kept now.
 std::size_t KeptParsedFiles();
 

@@ -96,6 +96,15 @@ bool IsWriteFailure(const std::string& error) {
   return str::StartsWith(error, "cannot write ") || str::StartsWith(error, "cannot create ");
 }
 
+// Records in the findings file a query that the panel left without the
+// answer the run needed.
+void AddPanelProblem(const std::string& kind, const std::string& message) {
+  InputProblem problem;
+  problem.kind = kind;
+  problem.message = message;
+  Findings().AddProblem(problem);
+}
+
 // True when `line` was not told before and is told now.
 bool TellOnce(std::set<std::string>& told, const std::string& line) {
   if (!told.insert(line).second) return false;
@@ -114,10 +123,7 @@ void tell_panel_error(const std::string& manager, const std::string& error) {
     return;
   // The findings file says it too: whoever reads only that file must not
   // take a report the panel left incomplete for a whole one.
-  InputProblem problem;
-  problem.kind = write ? "panel-write-failed" : "panel-query-failed";
-  problem.message = line;
-  Findings().AddProblem(problem);
+  AddPanelProblem(write ? "panel-write-failed" : "panel-query-failed", line);
 }
 
 void tell_unanswered(const std::string& line) {
@@ -274,10 +280,7 @@ void panel_function_done(pnl_proc::Execute& command) {
   for (const std::string& line : lines) {
     if (str::StartsWith(line, "pnl_client: ")) {
       tell_unanswered(line);
-      InputProblem problem;
-      problem.kind = "panel-query-failed";
-      problem.message = line.substr(std::string("pnl_client: ").size());
-      Findings().AddProblem(problem);
+      AddPanelProblem("panel-query-failed", line.substr(std::string("pnl_client: ").size()));
       told = true;
     } else if (str::StartsWith(line, own) && line != own + "no reply") {
       const std::string error = line.substr(own.size());
@@ -400,10 +403,7 @@ namespace {
 void RecordFailedQuery(const pnl_xml::Xml& reply, const std::string& manager,
                        const std::string& query) {
   if (reply.GetRoot()) return;
-  InputProblem problem;
-  problem.kind = "panel-query-failed";
-  problem.message = "no answer from the panel of " + manager + " to " + query;
-  Findings().AddProblem(problem);
+  AddPanelProblem("panel-query-failed", "no answer from the panel of " + manager + " to " + query);
 }
 
 // Ends the run at once: what was printed goes out first.
@@ -577,9 +577,10 @@ void check_validator() {
   // Read for this check only: the cache of parsed files need not keep it
   // (as a document it takes many times the bytes of the file).
   pnl_xml::Xml messages;
+  const bool keep = pnl_xml::KeepsParsedFiles();
   pnl_xml::SetKeepParsedFiles(false);
   messages.LoadFromFile(xml_dir + PNL_NAME() + "_msg_ru.xml");
-  pnl_xml::SetKeepParsedFiles(true);
+  pnl_xml::SetKeepParsedFiles(keep);
 
   pnl_xml::XPath inputs(description, "//input[@type=\"text\" and not(@check)]");
   if (inputs.size() == 0) return;
@@ -1084,10 +1085,6 @@ void PrintUnusedHeader(const std::string& lang) {
   std::cout << std::endl;
   std::cout << "Unused for lang " << lang << std::endl;
 }
-
-}  // namespace
-
-namespace {
 
 // Loads each cache file of language `lang` (as getXmlFiles lists them) and
 // hands it to `use`.
