@@ -281,4 +281,22 @@ TEST(MsgFileEditorTest, RefusesAMalformedFileAndAnotherRoot) {
   EXPECT_EQ("", editor.Result());
 }
 
+// Language, section and message names written with references or blanks
+// are matched as the document holds them, the way the audits read them.
+TEST(MsgFileEditorTest, NamesWrittenWithReferencesAreTheNamesTheyStandFor) {
+  const std::string file =
+      "<pnldata><lang name=\"a&amp;b\"><messages name=\"u&lt;&#9;\">"
+      "<msg name=\"m&quot;&#10;\">T</msg></messages></lang></pnldata>";
+  MsgFileEditor editor;
+  std::string error;
+  ASSERT_TRUE(editor.Load(file, "f", &error)) << error;
+  EXPECT_FALSE(editor.Add("a&b", "u<\t", Todo("m\"\n")));
+  EXPECT_TRUE(editor.Add("a&b", "u<\t", Todo("x&y")));
+  EXPECT_EQ(
+      "<pnldata><lang name=\"a&amp;b\"><messages name=\"u&lt;&#9;\">"
+      "<msg name=\"m&quot;&#10;\">T</msg><msg name=\"x&amp;y\" todo=\"translate\"></msg>"
+      "</messages></lang></pnldata>",
+      editor.Result());
+}
+
 }  // namespace

@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <string_view>
 #include <unordered_map>
 
 #include <libxml/SAX2.h>
@@ -797,6 +798,29 @@ bool Converted(xmlParserCtxtPtr ctxt, Scan* scan) {
   return scan->converted;
 }
 
+// An attribute value as the parser hands it to a start-tag callback, made
+// the value that the document holds and a query compares. The parser has
+// already replaced every character and predefined entity reference and
+// normalised the blanks, except that an "&" (written "&amp;", "&#38;" or
+// "&#x26;") comes as "&#38;", so that it cannot be taken for the start of
+// a reference it left alone; that one is put back. References to entities
+// of the document's own DTD stay as written.
+std::string AttributeValue(const char* begin, const char* end) {
+  static constexpr std::string_view kAmpersand = "&#38;";
+  const std::string_view raw(begin, static_cast<size_t>(end - begin));
+  std::string value;
+  value.reserve(raw.size());
+  size_t from = 0;
+  for (size_t at = raw.find(kAmpersand); at != std::string_view::npos;
+       at = raw.find(kAmpersand, from)) {
+    value.append(raw.substr(from, at - from));
+    value += '&';
+    from = at + kAmpersand.size();
+  }
+  value.append(raw.substr(from));
+  return value;
+}
+
 // Called with the parser just past the name and attributes of a start
 // tag: at its ">" or at the "/" of "/>".
 void ScanStart(void* ctx, const xmlChar* localname, const xmlChar* prefix,
@@ -816,8 +840,8 @@ void ScanStart(void* ctx, const xmlChar* localname, const xmlChar* prefix,
   for (int i = 0; i < nb_attributes; ++i) {
     const xmlChar** a = attributes + 5 * i;
     if (a[1] == nullptr && xmlStrEqual(a[0], BAD_CAST "name")) {
-      span.name_attr.assign(reinterpret_cast<const char*>(a[3]),
-                            static_cast<size_t>(a[4] - a[3]));
+      span.name_attr = AttributeValue(reinterpret_cast<const char*>(a[3]),
+                                      reinterpret_cast<const char*>(a[4]));
       break;
     }
   }

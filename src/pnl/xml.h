@@ -195,7 +195,9 @@ bool CheckWellFormed(const std::string& text, const std::string& origin,
 // the text as given (a byte-order mark included).
 struct ElementSpan {
   std::string name;       // the element's name as written (prefix:local)
-  std::string name_attr;  // its "name" attribute; "" when absent
+  // Its "name" attribute as the document holds it and a query compares it
+  // (references replaced, blanks normalised); "" when absent.
+  std::string name_attr;
   long parent = -1;       // index of the parent's span; -1 for the root
   std::size_t begin = 0;  // the "<" of the start tag
   // Just after the ">" of the start tag; for an empty-element tag

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "pnl/xml.h"
@@ -110,6 +111,40 @@ TEST(ScanElementsTest, LargeTextKeepsExactOffsets) {
   EXPECT_EQ("<msg name=\"m39999\">\xd0\x96 text 39999</msg>",
             Whole(text, spans[40000]));
   EXPECT_EQ("m39999", spans[40000].name_attr);
+}
+
+// The "name" of every element is the value the parsed document holds and a
+// query compares: references replaced (an "&" too), literal blanks
+// normalised, references to blanks kept. Spans still stand at their bytes.
+TEST(ScanElementsTest, NamesAreThoseTheDocumentHolds) {
+  const std::vector<std::pair<std::string, std::string>> names = {
+      {"a&amp;b", "a&b"},   {"a&lt;b", "a<b"},     {"a&quot;b", "a\"b"},
+      {"a&#9;b", "a\tb"},   {"a&#10;b", "a\nb"},   {"a\tb", "a b"},
+      {"a\nb", "a b"},      {"a\r\nb", "a b"},    {"a&#38;b", "a&b"},
+      {"&#x26;&amp;", "&&"}, {"&amp;#38;", "&#38;"}, {"&apos;&gt;", "'>"},
+      {"\xd0\x96&amp;", "\xd0\x96&"}, {"&#13;", "\r"}, {"", ""},
+  };
+  for (const auto& [written, held] : names) {
+    const std::string text = "<pnldata><lang name=\"" + written +
+                             "\"><messages name='" + written + "'><msg name=\"" +
+                             written + "\">T</msg><include name=\"" + written +
+                             "\"/></messages></lang></pnldata>";
+    std::vector<ElementSpan> spans;
+    std::string error;
+    ASSERT_TRUE(ScanElements(text, "h.xml", &spans, &error)) << error;
+    ASSERT_EQ(5u, spans.size());
+    pnl_xml::Xml doc;
+    ASSERT_TRUE(doc.LoadFromString(text, "h.xml"));
+    pnl_xml::XPath elements(doc, "//*");
+    ASSERT_EQ(5u, elements.size());
+    for (size_t i = 1; i < spans.size(); ++i) {
+      EXPECT_EQ(held, spans[i].name_attr) << written << " in " << spans[i].name;
+      std::string queried;
+      ASSERT_TRUE(elements[i].GetNoNsProp("name", &queried));
+      EXPECT_EQ(queried, spans[i].name_attr) << written << " in " << spans[i].name;
+    }
+    EXPECT_EQ("<msg name=\"" + written + "\">T</msg>", Whole(text, spans[3]));
+  }
 }
 
 }  // namespace

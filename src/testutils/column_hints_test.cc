@@ -195,3 +195,57 @@ TEST_F(ColumnHintsTest, ScannedHintsAreTheQueriedHints) {
 }
 
 }  // namespace
+
+namespace {
+
+// A name written with a reference or a blank that the parser replaces or
+// normalises, and the name the document holds.
+struct HostileName {
+  std::string written;
+  std::string held;
+};
+
+const std::vector<HostileName>& HostileNames() {
+  static const std::vector<HostileName> names = {
+      {"a&amp;b", "a&b"},  {"a&lt;b", "a<b"},  {"a&quot;b", "a\"b"},
+      {"a&#9;b", "a\tb"},  {"a&#10;b", "a\nb"}, {"a\tb", "a b"},
+      {"a\nb", "a b"},     {"a&#38;b", "a&b"}, {"&amp;#38;", "&#38;"},
+  };
+  return names;
+}
+
+// Language, section, list, column and message names written with
+// references and blanks: the scanner reads each as the document holds it,
+// so every hint is found, and the report is the one the literal evaluation
+// gives.
+TEST_F(ColumnHintsTest, HostileNamesAreReadAsTheDocumentHoldsThem) {
+  for (const HostileName& name : HostileNames()) {
+    const std::string lang = "l" + name.held;
+    dir_.Write("etc/xml/sab.xml",
+               "<pnldata><metadata name=\"u" + name.written +
+                   "\" type=\"list\"><coldata><col name=\"c" + name.written +
+                   "\"/><col name=\"plain\"/></coldata></metadata></pnldata>");
+    dir_.Write("etc/xml/sab_msg_" + lang + ".xml",
+               "<pnldata><lang name=\"l" + name.written + "\"><messages name=\"u" +
+                   name.written + "\"><msg name=\"hint_c" + name.written +
+                   "\">H</msg><msg name=\"hint_plain\">P</msg></messages></lang></pnldata>");
+    ColumnList::HintList scanned("sab", lang);
+    scanned.Parse();
+    EXPECT_EQ(scanned.table, (Table{{"u" + name.held, {"hint_c" + name.held, "hint_plain"}}}))
+        << name.written;
+    pnl_xml::SetLiteralEvaluation(true);
+    ColumnList::HintList queried("sab", lang);
+    queried.Parse();
+    testing::internal::CaptureStdout();
+    report_column_hints("sab", lang);
+    const std::string literal = testing::internal::GetCapturedStdout();
+    pnl_xml::SetLiteralEvaluation(false);
+    EXPECT_EQ(queried.table, scanned.table) << name.written;
+    testing::internal::CaptureStdout();
+    report_column_hints("sab", lang);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), literal) << name.written;
+    EXPECT_EQ(literal, "") << name.written;
+  }
+}
+
+}  // namespace
