@@ -185,6 +185,27 @@ TEST(SourceLinesTest, FindsMessagesAndColumnsByWalking) {
   EXPECT_EQ(0, lines.Column("m", "user", "other"));
 }
 
+// Names written with references and blanks are found by the names the
+// document holds, the ones the audits report.
+TEST(SourceLinesTest, NamesWrittenWithReferencesAreTheNamesTheyStandFor) {
+  ScratchDir dir;
+  dir.Write("etc/xml/m_msg_a&b.xml",
+            "<pnldata>\n<lang name=\"a&amp;b\">\n<messages name=\"u&lt;&#9;\">\n"
+            "<msg name=\"m&quot;&#10;\">x</msg>\n<msg name=\"t\tn\nl\">y</msg>\n"
+            "</messages>\n</lang>\n</pnldata>\n");
+  dir.Write("etc/xml/m.xml",
+            "<pnldata>\n<metadata name=\"l&amp;&#38;\" type=\"list\">\n<coldata>\n"
+            "<col name=\"c&#9;\"/>\n<col name=\"d\te\"/>\n</coldata>\n</metadata>\n</pnldata>\n");
+  SourceLines lines(dir.path());
+  EXPECT_EQ(3, lines.Message("m", "a&b", "u<\t", ""));
+  EXPECT_EQ(4, lines.Message("m", "a&b", "u<\t", "m\"\n"));
+  // The parser counts the line where the start tag ends.
+  EXPECT_EQ(6, lines.Message("m", "a&b", "u<\t", "t n l"));
+  EXPECT_EQ(0, lines.Message("m", "a&b", "u&lt;&#9;", ""));
+  EXPECT_EQ(4, lines.Column("m", "l&&", "c\t"));
+  EXPECT_EQ(5, lines.Column("m", "l&&", "d e"));
+}
+
 TEST(SourceLinesTest, TheFirstOfEachNameGivesTheLine) {
   ScratchDir dir;
   dir.Write("etc/xml/m_msg_en.xml",

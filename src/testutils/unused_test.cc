@@ -399,6 +399,67 @@ TEST(MessageLookupsTest, AnswerAsTheQuery) {
   EXPECT_FALSE(lookups.Has("it's"));
 }
 
+// Names written with references and blanks that the parser replaces or
+// normalises, in every kind of name the lookups gather.
+const char* const kWrittenNames[] = {"a&amp;b", "a&lt;b", "a&quot;b", "a&#9;b",
+                                     "a&#10;b", "a\tb",    "a\nb",     "a&#38;&#x26;b"};
+
+TEST(MetadataLookupsTest, NamesWrittenWithReferencesAnswerAsTheQueries) {
+  std::string text = "<pnldata>";
+  for (const char* name : kWrittenNames) {
+    const std::string n = name;
+    text += "<metadata name=\"f" + n + "\" type=\"form\"><form><field name=\"f" + n +
+            "\"><input name=\"i" + n + "\"/></field><page name=\"p" + n +
+            "\"><field name=\"pf" + n + "\"/></page></form></metadata>"
+            "<metadata name=\"l" + n + "\" type=\"list\"><coldata><col name=\"c" + n +
+            "\"><prop name=\"p" + n + "\"/></col></coldata><toolbar><toolbtn name=\"b" + n +
+            "\" func=\"fn" + n + "\"/></toolbar></metadata>";
+  }
+  text += "</pnldata>";
+  for (size_t at = 0; at < std::size(kWrittenNames); ++at) {
+    const char* name = kWrittenNames[at];
+    pnl_xml::Xml description;
+    ASSERT_TRUE(description.LoadFromString(text, "description"));
+    // The metadata element's own name, as the document holds it.
+    const pnl_xml::XPath forms(description, "/pnldata/metadata[@type='form']");
+    const pnl_xml::XPath lists(description, "/pnldata/metadata[@type='list']");
+    ExpectLookupsAsQueries(text, forms[at].GetProp("name"));
+    ExpectLookupsAsQueries(text, lists[at].GetProp("name"));
+    MetadataLookups form(forms[at]);
+    MetadataLookups list(lists[at]);
+    const std::string held = forms[at].GetProp("name").substr(1);
+    EXPECT_TRUE(form.Field("f" + held)) << name;
+    EXPECT_TRUE(form.Field("i" + held)) << name;
+    EXPECT_TRUE(form.Field("pf" + held)) << name;
+    EXPECT_TRUE(form.Page("pf" + held)) << name;
+    EXPECT_TRUE(list.Col("c" + held)) << name;
+    EXPECT_TRUE(list.ColProp("p" + held)) << name;
+    EXPECT_TRUE(list.ToolbtnByName("b" + held)) << name;
+    EXPECT_TRUE(list.ToolbtnByFunc("fn" + held)) << name;
+    EXPECT_FALSE(list.Col(std::string("c") + name)) << name;
+  }
+}
+
+TEST(MessageLookupsTest, NamesWrittenWithReferencesAnswerAsTheQuery) {
+  std::string text = "<messages name=\"s&amp;t\">";
+  for (const char* name : kWrittenNames) text += std::string("<msg name=\"m") + name + "\">T</msg>";
+  text += "</messages>";
+  pnl_xml::Xml doc;
+  ASSERT_TRUE(doc.LoadFromString(text, "messages"));
+  std::vector<std::string> keys = Keys(doc);
+  for (const char* name : kWrittenNames) keys.push_back(std::string("m") + name);
+  std::vector<bool> written;
+  pnl_xml::SetLiteralEvaluation(true);
+  for (const std::string& key : keys)
+    written.push_back(!doc.GetNodes("//msg[@name='" + key + "']").empty());
+  pnl_xml::SetLiteralEvaluation(false);
+  MessageLookups lookups(doc);
+  for (size_t i = 0; i < keys.size(); ++i) EXPECT_EQ(written[i], lookups.Has(keys[i])) << keys[i];
+  for (const std::string& held : {"ma&b", "ma<b", "ma\"b", "ma\tb", "ma\nb", "ma b", "ma&&b"})
+    EXPECT_TRUE(lookups.Has(held)) << held;
+  EXPECT_FALSE(lookups.Has("ma&amp;b"));
+}
+
 TEST_F(UnusedTest, TrickyDescriptionReportsAsUnderLiteralEvaluation) {
   dir_.Write("etc/xml/sab.xml", kTrickyDescription);
   const std::string messages =
