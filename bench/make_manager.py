@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes a manager that looks like a real one into an installation.
 
-    make_manager.py DIR NAME OBJECTS [SEED]
+    make_manager.py DIR NAME OBJECTS [SEED] [--hostile]
 
 DIR/etc/xml/ gets NAME.xml, NAME_msg_{en,ru,fr,de}.xml and the base
 manager's kern.xml, kern_msg_{en,ru,fr,de}.xml. NAME has OBJECTS objects:
@@ -20,6 +20,14 @@ objects. Texts are real-looking: Cyrillic, accents, quotes and apostrophes,
 other audits look for (text inputs without a validator, wrong colours,
 columns without hints, unused messages, missing includes).
 
+With --hostile, some list, form, column, field and section names, and so
+the message names made from them, are written with references and blanks
+that the parser replaces or normalises (&amp; &lt; &quot; &#9; &#10;, a
+literal tab, a literal newline), and two more languages have message files:
+"a&b" (written "a&amp;b") and "t<TAB>b" (written "t&#9;b"); their texts are
+English and French ones. Every name is written the same way wherever it
+stands, so the documents agree with each other as the plain ones do.
+
 The output depends only on the arguments: the same arguments give the same
 bytes with any Python 3.
 """
@@ -28,6 +36,16 @@ import sys
 from xml.sax.saxutils import escape
 
 LANGS = ("en", "ru", "fr", "de")
+# The languages that --hostile adds: the name a file and a command line
+# give, the name as the message file writes it, and the language whose
+# words and gaps it has.
+HOSTILE_LANGS = (("a&b", "a&amp;b", "en"), ("t\tb", "t&#9;b", "fr"))
+# Names that --hostile puts among the usual ones, as written in the files.
+HOSTILE_NOUNS = ["q&amp;a", "lt&lt;gt", "say&quot;hi", "tab&#9;x", "nl&#10;x",
+                 "lit\ttab", "lit\nnl"]
+HOSTILE_FIELDS = ["f&amp;g", "f&lt;g", "f&quot;g", "f&#9;g", "f&#10;g", "f\tg", "f\ng"]
+HOSTILE_COLUMNS = ["c&amp;d", "c&lt;d", "c&quot;d", "c&#9;d", "c&#10;d", "c\td", "c\nd"]
+
 # The share of a language's messages left untranslated.
 UNTRANSLATED = {"en": 0.01, "de": 0.05, "fr": 0.20, "ru": 0.35}
 # Of the untranslated messages, the share missing (the rest is empty).
@@ -198,8 +216,11 @@ class Section:
 
 
 class Manager:
-    def __init__(self, rng, name, objects, base):
+    def __init__(self, rng, name, objects, base, hostile=False):
         self.rng = rng
+        self.nouns = HOSTILE_NOUNS + NOUNS if hostile else NOUNS
+        self.field_names = HOSTILE_FIELDS + FIELD_NAMES if hostile else FIELD_NAMES
+        self.column_names = HOSTILE_COLUMNS + COLUMN_NAMES if hostile else COLUMN_NAMES
         self.name = name
         self.catalog = Catalog(rng)
         self.main = []
@@ -217,7 +238,7 @@ class Manager:
             section = Section(name)
             fields = []
             for _ in range(3 + self.rng.below(6)):
-                field = self.rng.choice(FIELD_NAMES)
+                field = self.rng.choice(self.field_names)
                 if field in fields:
                     continue
                 fields.append(field)
@@ -295,7 +316,7 @@ class Manager:
                     kind = "hidden"
                 else:
                     kind = "fullwidth"
-                pool = CHECKBOX_NAMES if kind == "checkbox" else FIELD_NAMES
+                pool = CHECKBOX_NAMES if kind == "checkbox" else self.field_names
                 field = self.rng.choice(pool)
                 if field in used:
                     field = f"{field}{len(used)}"
@@ -332,7 +353,7 @@ class Manager:
         out = [f'  <metadata name="{name}" type="list">', '    <coldata>']
         used = set()
         for c in range(2 + self.rng.below(7)):
-            col = self.rng.choice(COLUMN_NAMES)
+            col = self.rng.choice(self.column_names)
             if col in used:
                 col = f"{col}{c}"
             used.add(col)
@@ -380,8 +401,8 @@ class Manager:
         made_forms = made_lists = 0
         index = 0
         while made_forms < forms or made_lists < lists:
-            noun = NOUNS[index % len(NOUNS)]
-            round_ = index // len(NOUNS)
+            noun = self.nouns[index % len(self.nouns)]
+            round_ = index // len(self.nouns)
             base = noun if round_ == 0 else f"{noun}{round_}"
             if self.base:
                 base = f"kern_{base}"
@@ -422,8 +443,11 @@ class Manager:
         out.append('</pnldata>')
         return "\n".join(out) + "\n"
 
-    def messages_xml(self, lang):
-        out = ['<?xml version="1.0" encoding="UTF-8"?>', '<pnldata>', f'  <lang name="{lang}">']
+    def messages_xml(self, lang, written=None):
+        """The message file of `lang`, whose lang element names it as
+        `written` (default: `lang`)."""
+        out = ['<?xml version="1.0" encoding="UTF-8"?>', '<pnldata>',
+               f'  <lang name="{written or lang}">']
         for section in self.sections:
             out += section.xml(lang)
         out += ['  </lang>', '</pnldata>']
@@ -436,21 +460,28 @@ def write(path, text):
 
 
 def main():
-    if len(sys.argv) not in (4, 5):
+    args = sys.argv[1:]
+    hostile = "--hostile" in args
+    args = [a for a in args if a != "--hostile"]
+    if len(args) not in (3, 4):
         sys.exit(__doc__)
-    root, name, objects = sys.argv[1], sys.argv[2], int(sys.argv[3])
-    seed = int(sys.argv[4]) if len(sys.argv) == 5 else 1
+    root, name, objects = args[0], args[1], int(args[2])
+    seed = int(args[3]) if len(args) == 4 else 1
     if name == "kern" or objects < 1:
         sys.exit("make_manager.py: NAME must not be kern and OBJECTS at least 1")
     xml_dir = os.path.join(root, "etc", "xml")
     os.makedirs(xml_dir, exist_ok=True)
     rng = Rng(seed)
     kern = Manager(rng, "kern", max(10, objects // 20), base=True)
-    manager = Manager(rng, name, objects, base=False)
+    manager = Manager(rng, name, objects, base=False, hostile=hostile)
     for m in (kern, manager):
         write(os.path.join(xml_dir, f"{m.name}.xml"), m.main_xml())
         for lang in LANGS:
             write(os.path.join(xml_dir, f"{m.name}_msg_{lang}.xml"), m.messages_xml(lang))
+        if hostile:
+            for lang, written, words in HOSTILE_LANGS:
+                write(os.path.join(xml_dir, f"{m.name}_msg_{lang}.xml"),
+                      m.messages_xml(words, written))
 
 
 if __name__ == "__main__":

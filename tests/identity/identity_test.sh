@@ -5,7 +5,9 @@
 #
 # For every case directory under cases/ (named N-SEED-MODE: a manager of N
 # objects written by bench/make_manager.py with SEED, audited in MODE "f" or
-# "s" in en ru fr de), runs the installed launcher of PREFIX and the literal
+# "s" in en ru fr de; N-SEED-MODE-hostile: the same with the generator's
+# names written with references and blanks, audited in en ru fr de and its
+# two languages "a&b" and "t<TAB>b"), runs the installed launcher of PREFIX and the literal
 # program LITERAL (every query evaluated as written) in a scratch
 # installation, both with the no-sleep preload library NOSLEEP, and checks
 # that standard output, var/test_msgs, ecl.xml and the exit status are the
@@ -30,7 +32,13 @@ cache_digest() {
 
 for case_dir in "$cases"/*/; do
   name="$(basename "$case_dir")"
-  IFS=- read -r n seed mode <<<"$name"
+  IFS=- read -r n seed mode variant <<<"$name"
+  langs=(en ru fr de)
+  options=()
+  if [ "$variant" = hostile ]; then
+    langs+=('a&b' $'t\tb')
+    options=(--hostile)
+  fi
   dir="$(mktemp -d "/tmp/msglint identity-XXXXXX")"
   (
     set -e
@@ -41,12 +49,12 @@ for case_dir in "$cases"/*/; do
     ln -s "$prefix/sbin/msglint" sbin/msglint
     ln -s "$prefix/lib/modules/msglint.so" lib/modules/msglint.so
     ln -s kern bin/big
-    "$python" "$source_dir/bench/make_manager.py" . big "$n" "$seed"
+    "$python" "$source_dir/bench/make_manager.py" . big "$n" "$seed" "${options[@]}"
   ) || { echo "$name: cannot lay out the installation"; failed=1; continue; }
   cd "$dir"
 
   status=0
-  LD_PRELOAD="$nosleep" sbin/msglint big "-$mode" en ru fr de >fast_stdout 2>/dev/null || status=$?
+  LD_PRELOAD="$nosleep" sbin/msglint big "-$mode" "${langs[@]}" >fast_stdout 2>/dev/null || status=$?
   echo "$status" >fast_status
   cp var/test_msgs fast_test_msgs
   cp ecl.xml fast_ecl.xml
@@ -61,7 +69,7 @@ for case_dir in "$cases"/*/; do
     echo "$name: recorded"
   else
     lstatus=0
-    LD_PRELOAD="$nosleep" "$literal" big "-$mode" en ru fr de >literal_stdout 2>/dev/null || lstatus=$?
+    LD_PRELOAD="$nosleep" "$literal" big "-$mode" "${langs[@]}" >literal_stdout 2>/dev/null || lstatus=$?
     echo "$lstatus" >literal_status
     stop_panels
     ok=1
