@@ -1,11 +1,20 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, testing, packaging and running
-# msglint need, when some are missing: a C++20 compiler, CMake, Ninja,
-# pkg-config, libxml2, GoogleTest, killall (psmisc), nlohmann-json (the
-# findings file and the fixer), dpkg-shlibdeps (dpkg-dev, for the package),
-# python3-jsonschema and chromium (for the tests of the findings reports),
-# and clang with its libFuzzer and sanitizer runtimes (for the fuzz
-# targets). Does nothing when all are there.
+# Installs the Debian packages that msglint needs, when some are missing, in
+# two sets:
+#  - always: what building and running the programs needs: a C++20
+#    compiler, CMake, Ninja, pkg-config, libxml2, nlohmann-json (the findings
+#    file, the report tool and the fixer) and killall (psmisc, run by every
+#    audit);
+#  - with --tests: also what the tests need: GoogleTest, python3-jsonschema
+#    (the SARIF schema), chromium (the HTML page), clang with its libFuzzer
+#    and sanitizer runtimes (the fuzz targets), dpkg-dev (dpkg-shlibdeps, for
+#    the package), lintian and man-db (the package's checks).
+# Packages are installed without their recommended packages. Does nothing
+# when all are there.
+#
+#   tools/setup.sh [--tests] [--list]
+#
+# --list prints the set, one package a line, and installs nothing.
 #
 # Installing needs root: run as root, it uses apt-get itself; run by another
 # user, it uses sudo when sudo can be used, and otherwise says what to
@@ -13,10 +22,28 @@
 # archive.
 set -euo pipefail
 
-packages=(g++ cmake ninja-build pkg-config libxml2-dev libgtest-dev libgmock-dev psmisc dpkg-dev
-  nlohmann-json3-dev python3-jsonschema chromium clang libclang-rt-14-dev)
-
 say() { echo "tools/setup.sh: $*" >&2; }
+
+tests=0
+list=0
+for arg in "$@"; do
+  case "$arg" in
+    --tests) tests=1 ;;
+    --list) list=1 ;;
+    *) say "unknown option: $arg (usage: tools/setup.sh [--tests] [--list])"; exit 2 ;;
+  esac
+done
+
+packages=(g++ cmake ninja-build pkg-config libxml2-dev nlohmann-json3-dev psmisc)
+if [ "$tests" = 1 ]; then
+  packages+=(libgtest-dev libgmock-dev python3-jsonschema chromium clang libclang-rt-14-dev
+    dpkg-dev lintian man-db)
+fi
+
+if [ "$list" = 1 ]; then
+  printf '%s\n' "${packages[@]}"
+  exit 0
+fi
 
 if ! command -v dpkg >/dev/null 2>&1; then
   say "dpkg not found: the set-up knows Debian packages only;" \
@@ -39,7 +66,7 @@ if [ "$(id -u)" -ne 0 ]; then
     say "missing Debian packages: ${missing[*]}"
     say "installing them needs root (or sudo), and network access to the Debian archive."
     say "As root, run:"
-    echo "    apt-get update && apt-get install -y ${missing[*]}" >&2
+    echo "    apt-get update && apt-get install -y --no-install-recommends ${missing[*]}" >&2
     say "then run tools/setup.sh again."
     exit 1
   fi
@@ -50,7 +77,8 @@ if ! "${sudo[@]}" apt-get update -qq; then
   say "apt-get update failed: the set-up needs network access to the Debian archive"
   exit 1
 fi
-if ! "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}"; then
+if ! "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -qq --no-install-recommends "${missing[@]}"; then
   say "apt-get install failed for: ${missing[*]}"
   exit 1
 fi

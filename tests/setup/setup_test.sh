@@ -31,7 +31,7 @@ PATH="$work/bin" "$(command -v bash)" "$source/tools/setup.sh" \
 expected_stderr='tools/setup.sh: missing Debian packages: cmake psmisc
 tools/setup.sh: installing them needs root (or sudo), and network access to the Debian archive.
 tools/setup.sh: As root, run:
-    apt-get update && apt-get install -y cmake psmisc
+    apt-get update && apt-get install -y --no-install-recommends cmake psmisc
 tools/setup.sh: then run tools/setup.sh again.'
 
 ok=1
