@@ -11,8 +11,10 @@
 # by linking the tree into a directory of its own (README, msglint(1)).
 #
 # The install rules name their component: "tree" (the default, everything
-# of the installation), "manual" (the manual pages) and "links" (the
-# package's own /usr/bin links, never installed by a plain cmake --install).
+# of the installation), "manual" (the manual pages), "links" (the package's
+# own /usr/bin links) and "debian" (what Debian asks of every package: the
+# copyright file, the changelog and lintian's overrides); the last two are
+# never installed by a plain cmake --install.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME msglint)
 set(CPACK_PACKAGE_CONTACT
@@ -36,7 +38,8 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /)
 set(CPACK_INSTALL_CMAKE_PROJECTS
   "${CMAKE_BINARY_DIR};${PROJECT_NAME};tree;/usr/lib/msglint"
   "${CMAKE_BINARY_DIR};${PROJECT_NAME};manual;/usr"
-  "${CMAKE_BINARY_DIR};${PROJECT_NAME};links;/usr")
+  "${CMAKE_BINARY_DIR};${PROJECT_NAME};links;/usr"
+  "${CMAKE_BINARY_DIR};${PROJECT_NAME};debian;/usr")
 
 file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/package)
 file(CREATE_LINK ../lib/msglint/sbin/msglint
@@ -47,5 +50,17 @@ file(CREATE_LINK ../lib/msglint/sbin/msglint-report
   ${CMAKE_BINARY_DIR}/package/msglint-report SYMBOLIC)
 install(FILES ${CMAKE_BINARY_DIR}/package/msglint-report DESTINATION bin
   COMPONENT links EXCLUDE_FROM_ALL)
+
+set(packaging ${PROJECT_SOURCE_DIR}/packaging)
+install(FILES ${packaging}/copyright DESTINATION share/doc/msglint
+  COMPONENT debian EXCLUDE_FROM_ALL)
+add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/package/changelog.gz
+  COMMAND ${GZIP} -9nc ${packaging}/changelog > ${CMAKE_BINARY_DIR}/package/changelog.gz
+  DEPENDS ${packaging}/changelog VERBATIM)
+add_custom_target(package_changelog ALL DEPENDS ${CMAKE_BINARY_DIR}/package/changelog.gz)
+install(FILES ${CMAKE_BINARY_DIR}/package/changelog.gz DESTINATION share/doc/msglint
+  COMPONENT debian EXCLUDE_FROM_ALL)
+install(FILES ${packaging}/lintian-overrides DESTINATION share/lintian/overrides
+  RENAME msglint COMPONENT debian EXCLUDE_FROM_ALL)
 
 include(CPack)

@@ -64,7 +64,7 @@ void Help(const char* program) {
       "  --help     show this help and exit (only as the one argument)\n"
       "  --version  show the version and exit (only as the one argument)\n"
       "\n"
-      "Manual: man msglint, or share/man/man1/msglint.1 of the installation.\n",
+      "Manual: man msglint, or share/man/man1/msglint.1.gz of the installation.\n",
       program);
 }
 

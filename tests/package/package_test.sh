@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
-# The Debian package, built from the build tree and used as a person who
-# installed it would: unpacked into a scratch root (dpkg -x), an installation
-# laid over its programs (the example installation, manager mailpnl), and the
-# example audit run there through /usr/bin/msglint. The report, the audit
-# file and the exit status must be those of the end-to-end case
-# example_installation_full_report.
+# The Debian package, built from the build tree: lintian finds no error in
+# it; unpacked into a scratch root (dpkg -x), an installation is laid over
+# its programs (the example installation, manager mailpnl) and the example
+# audit runs there through /usr/bin/msglint: the report, the audit file and
+# the exit status must be those of the end-to-end case
+# example_installation_full_report. Then, as root on a machine where no
+# msglint package is installed, it is installed with apt-get, its
+# msglint --version and man -w msglint are checked, and it is purged:
+# nothing that it installed may be left.
 #
 # Usage: package_test.sh BUILD_DIR SOURCE_DIR VERSION NOSLEEP_LIBRARY
 set -euo pipefail
@@ -60,12 +63,26 @@ for file in usr/lib/msglint/bin/kern usr/lib/msglint/sbin/pnlctl \
             usr/bin/msglint; do
   [ -e "$root/$file" ] || fail "$file missing from the package"
 done
-# Every manual page of the source, on the system's manual path.
+# Every manual page of the source, compressed, on the system's manual path.
 for page in "$source"/man/*.[1-8]; do
   name="$(basename "$page")"
-  cmp -s "$page" "$root/usr/share/man/man${name##*.}/$name" ||
-    fail "manual page $name missing from usr/share/man/man${name##*.}"
+  packaged="$root/usr/share/man/man${name##*.}/$name.gz"
+  [ -f "$packaged" ] && gzip -dc "$packaged" | cmp -s "$page" - ||
+    fail "manual page $name.gz missing from usr/share/man/man${name##*.}"
 done
+# The changelog speaks of the package's version.
+changelog_version="$(gzip -dc "$root/usr/share/doc/msglint/changelog.gz" |
+  sed -n '1s/^msglint (\([^)]*\)).*/\1/p')"
+[ "$changelog_version" = "$version" ] ||
+  fail "the changelog's first entry is for version '$changelog_version', not $version"
+
+# lintian: no error. Warnings are shown (the README lists those kept).
+command -v lintian >/dev/null || fail "lintian not found (tools/setup.sh --tests installs it)"
+if ! lintian --fail-on error "$deb" >"$work/lintian.log" 2>&1; then
+  cat "$work/lintian.log" >&2
+  fail "lintian found errors in $(basename "$deb")"
+fi
+grep -v '^running with root privileges' "$work/lintian.log" >&2 || true
 [ "$("$root/usr/bin/msglint" --version)" = "msglint $version" ] ||
   fail "msglint --version"
 
@@ -107,5 +124,36 @@ if [ "$ok" != 1 ]; then
   echo "standard error was:" >&2
   cat "$work/stderr" >&2
   exit 1
+fi
+
+# Installed and purged for real, as root and only where no msglint package
+# is installed already (the test never removes a package it did not
+# install).
+if [ "$(id -u)" -ne 0 ]; then
+  echo "package_test: not root: the package is not installed with apt-get" >&2
+elif dpkg-query -W -f='${Status}' msglint 2>/dev/null | grep -q 'installed'; then
+  echo "package_test: a msglint package is installed already: not installing this one" >&2
+else
+  purge() { apt-get purge -y -qq msglint >/dev/null 2>&1 || true; }
+  trap 'purge; cleanup' EXIT
+  apt-get install -y -qq --no-install-recommends "$deb" >"$work/apt.log" 2>&1 ||
+    { cat "$work/apt.log" >&2; fail "apt-get install $(basename "$deb") failed"; }
+  [ "$(msglint --version)" = "msglint $version" ] || fail "installed: msglint --version"
+  [ "$(man -w msglint)" = /usr/share/man/man1/msglint.1.gz ] ||
+    fail "installed: man -w msglint gives '$(man -w msglint 2>&1)'"
+  installed="$(dpkg-query -L msglint)"
+  apt-get purge -y -qq msglint >"$work/apt.log" 2>&1 ||
+    { cat "$work/apt.log" >&2; fail "apt-get purge msglint failed"; }
+  ! dpkg-query -W -f='${Status}' msglint 2>/dev/null | grep -q 'installed' ||
+    fail "msglint is still installed after the purge"
+  while IFS= read -r path; do
+    # Directories the system shares (/usr, /usr/bin, ...) stay.
+    if [ -L "$path" ] || { [ -e "$path" ] && [ ! -d "$path" ]; } ||
+       [[ -d "$path" && ( "$path" == /usr/lib/msglint* || "$path" == /usr/share/doc/msglint ) ]]; then
+      fail "$path is left after the purge"
+    fi
+  done <<<"$installed"
+  trap cleanup EXIT
+  echo "package_test: installed with apt-get, then purged without a trace"
 fi
 echo "package_test: $(basename "$deb") installs and audits the example installation"
