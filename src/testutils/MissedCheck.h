@@ -83,6 +83,19 @@ class MissedCheck {
   // descriptions ("checkbox:" + name).
   long form_line = 0;
   std::map<std::string, long> element_lines;
+
+ private:
+  // How the pnlctl run of a panel function that the audit started ended.
+  // pnlctl runs once per function: the panel writes the function's checked
+  // files of every language at once, from sources that do not change while
+  // the audit runs, so a later hint check of the same function reads what
+  // the first run wrote. A failed run is tried again by the next check.
+  enum class FunctionRun { kRunning, kSucceeded, kFailed };
+  std::map<std::string, FunctionRun> function_runs_;
+  // Runs pnlctl for `func` now, notes how it ended, and tells whether the
+  // checked messages hold the hint.
+  bool runAgainAndCheck(const std::string& func, const std::string& field,
+                        const std::string& lang);
 };
 
 #endif  // TESTUTILS_MISSEDCHECK_H_

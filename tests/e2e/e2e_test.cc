@@ -31,6 +31,9 @@
 //   expected_test_msgs   optional: the complete audit file var/test_msgs;
 //   expected_requests    optional: lines "MANAGER COUNT", the number of
 //                        session requests that MANAGER's panel logged;
+//   expected_function_requests optional: lines "MANAGER FUNCTION COUNT",
+//                        the number of requests for FUNCTION's checked
+//                        files that MANAGER's panel logged;
 //   expected_panel_starts optional: lines "MANAGER COUNT", the number of
 //                        times a panel of MANAGER started serving (its log
 //                        records "serving MANAGER");
@@ -152,6 +155,18 @@ int SessionRequests(const std::string& install, const std::string& manager) {
   for (const std::string& record :
        Lines(testing_support::LogRecords(install, manager))) {
     if (record.find("request: func=session&") != std::string::npos) ++count;
+  }
+  return count;
+}
+
+// The number of requests for the checked files of `function` that the
+// panel of `manager` logged in `install`.
+int FunctionRequests(const std::string& install, const std::string& manager,
+                     const std::string& function) {
+  int count = 0;
+  for (const std::string& record :
+       Lines(testing_support::LogRecords(install, manager))) {
+    if (record.find("request: func=" + function + "&") != std::string::npos) ++count;
   }
   return count;
 }
@@ -417,6 +432,18 @@ TEST_P(E2eCase, GivesExpectedOutput) {
       fields >> manager >> count;
       EXPECT_EQ(count, SessionRequests(install, manager))
           << "session requests logged by the panel of " << manager;
+    }
+  }
+  if (fs::exists(dir / "expected_function_requests")) {
+    for (const std::string& line : Lines(ReadFile(dir / "expected_function_requests"))) {
+      std::istringstream fields(line);
+      std::string manager;
+      std::string function;
+      int count = -1;
+      fields >> manager >> function >> count;
+      EXPECT_EQ(count, FunctionRequests(install, manager, function))
+          << "requests for the checked files of " << function << " logged by the panel of "
+          << manager;
     }
   }
   if (fs::exists(dir / "expected_panel_starts")) {
