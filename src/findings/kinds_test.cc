@@ -1,9 +1,14 @@
 #include "findings/kinds.h"
 
+#include <filesystem>
+#include <fstream>
 #include <set>
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include "findings/reader.h"
 
 namespace {
 
@@ -63,6 +68,30 @@ TEST(KindsTest, WhatTheFixerCanAdd) {
   EXPECT_EQ((std::set<std::string>{"missing-hint", "missing-label", "missing-checkbox-description",
                                    "missing-button-short-name", "missing-button-hint"}),
             need_text);
+}
+
+// The findings files that the end-to-end cases expect of their runs give
+// every kind the level, audit and result bit of the table.
+TEST(KindsTest, TheEndToEndCasesAgreeWithTheTable) {
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(FINDINGS_E2E_CASES_DIR)) {
+    const std::filesystem::path path = entry.path() / "expected_findings";
+    if (!std::filesystem::exists(path)) continue;
+    ++files;
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    findings::Document doc;
+    ASSERT_EQ(findings::Fault::kNone, findings::Read(text.str(), &doc)) << path;
+    for (const findings::Entry& f : doc.findings) {
+      const findings::Kind* kind = FindKind(f.kind);
+      ASSERT_NE(nullptr, kind) << path << ": " << f.kind;
+      EXPECT_EQ(kind->level, f.level) << path << ": " << f.kind;
+      EXPECT_EQ(kind->audit, f.audit) << path << ": " << f.kind;
+      EXPECT_EQ(kind->result_bit, f.result_bit) << path << ": " << f.kind;
+    }
+  }
+  EXPECT_GT(files, 0);
 }
 
 }  // namespace
