@@ -6,7 +6,6 @@
 
 #include "findings/json.h"
 #include "findings/kinds.h"
-#include "findings/schema.h"
 
 namespace report {
 
