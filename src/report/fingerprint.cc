@@ -31,15 +31,7 @@ std::vector<FindingIdentity> IdentitiesOf(const Json& doc) {
   std::vector<FindingIdentity> identities;
   std::vector<std::string> texts;
   for (const findings::Entry& f : findings::EntriesOf(doc)) {
-    FindingIdentity id;
-    id.kind = f.kind;
-    id.object = f.object;
-    id.element_type = f.element_type;
-    id.element = f.element;
-    id.message = f.message;
-    id.language = f.language;
-    id.occurrence = 0;
-    identities.push_back(id);
+    identities.push_back({f.kind, f.object, f.element_type, f.element, f.message, f.language, 0});
     texts.push_back(f.report);
   }
 
