@@ -294,7 +294,7 @@ void panel_function_done(pnl_proc::Execute& command) {
 }
 
 void tell_names_too_long(const std::vector<std::string>& langs) {
-  const std::string description = DescriptionFile(PNL_NAME());
+  const std::string description = findings::DescriptionFile(PNL_NAME());
   pnl_xml::Xml doc;
   doc.LoadFromFile(pnl_file::GetCurrentDir() + "/" + description);
   std::set<std::string> told;
@@ -944,7 +944,8 @@ class UnusedAudit {
 
   explicit UnusedAudit(const std::string& lang)
       : lang_(lang), lines_(pnl_file::GetCurrentDir()) {
-    description_.LoadFromFile(pnl_file::GetCurrentDir() + "/" + DescriptionFile(PNL_NAME()));
+    description_.LoadFromFile(pnl_file::GetCurrentDir() + "/" +
+                              findings::DescriptionFile(PNL_NAME()));
   }
 
   // Checks the file at `path`, loaded into `doc` (whose includes are merged
