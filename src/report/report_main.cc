@@ -70,8 +70,8 @@ int ReadBaseline(const std::string& path, const std::string& manager, report::Ba
 
 int main(int argc, char** argv) {
   if (argc == 2 && std::string(argv[1]) == "--help") {
-    std::cout << kUsage
-              << "Reads the findings file of an msglint run (var/msglint/findings.json of the\n"
+    std::cout << kUsage << "Reads the findings file of an msglint run (" << findings::FindingsFile()
+              << " of the\n"
                  "installation that is the current directory). Manual: man msglint-report.\n";
     return 0;
   }
