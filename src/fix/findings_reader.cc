@@ -1,100 +1,61 @@
 #include "fix/findings_reader.h"
 
-#include <nlohmann/json.hpp>
+#include "findings/kinds.h"
+#include "findings/reader.h"
+#include "findings/schema.h"
 
 namespace fix {
 
 namespace {
 
-using nlohmann::json;
-
-// The string member `key` of `object`; "" when it is absent or not a string.
-std::string Str(const json& object, const char* key) {
-  if (!object.is_object()) return std::string();
-  auto it = object.find(key);
-  if (it == object.end() || !it->is_string()) return std::string();
-  return it->get<std::string>();
+// What is wrong with a text that findings::Read refused, in the fixer's
+// words.
+std::string Refusal(findings::Fault fault) {
+  switch (fault) {
+    case findings::Fault::kNone: return "";
+    case findings::Fault::kNotJson: return "not JSON";
+    case findings::Fault::kForeign: return "not a findings file of msglint";
+    case findings::Fault::kOtherVersion:
+      return "a findings file of another version than " + std::to_string(findings::kSchemaVersion);
+    case findings::Fault::kNoFindings: break;
+  }
+  return "no list of findings";
 }
 
 }  // namespace
 
 bool IsFixableKind(const std::string& kind) {
-  static const char* const kKinds[] = {
-      "missing-title",
-      "missing-hint",
-      "missing-label",
-      "missing-checkbox-description",
-      "missing-column-description",
-      "missing-menu-item-description",
-      "missing-button-short-name",
-      "missing-button-hint",
-      "missing-column-hint",
-  };
-  for (const char* k : kKinds)
-    if (kind == k) return true;
-  return false;
+  const findings::Kind* found = findings::FindKind(kind);
+  return found != nullptr && found->fixable;
 }
 
 bool NeedsText(const std::string& kind) {
-  return kind == "missing-hint" || kind == "missing-label" ||
-         kind == "missing-checkbox-description" ||
-         kind == "missing-button-short-name" || kind == "missing-button-hint";
+  const findings::Kind* found = findings::FindKind(kind);
+  return found != nullptr && found->needs_text;
 }
 
-bool ReadFindings(const std::string& text, Findings* findings,
-                  std::string* error) {
-  *findings = Findings();
-  error->clear();
-  json doc = json::parse(text, nullptr, /*allow_exceptions=*/false);
-  if (doc.is_discarded()) {
-    *error = "not JSON";
-    return false;
-  }
-  if (Str(doc, "schema") != "msglint-findings") {
-    *error = "not a findings file of msglint";
-    return false;
-  }
-  auto version = doc.find("version");
-  if (version == doc.end() || !version->is_number_integer() ||
-      version->get<long>() != 1) {
-    *error = "a findings file of another version than 1";
-    return false;
-  }
-  auto run = doc.find("run");
-  if (run != doc.end() && run->is_object()) {
-    findings->manager = Str(*run, "manager");
-    auto languages = run->find("languages");
-    if (languages != run->end() && languages->is_array())
-      for (const json& l : *languages)
-        if (l.is_string()) findings->languages.push_back(l.get<std::string>());
-  }
-  auto list = doc.find("findings");
-  if (list == doc.end() || !list->is_array()) {
-    *error = "no list of findings";
-    return false;
-  }
-  for (const json& f : *list) {
-    std::string kind = Str(f, "kind");
-    if (!IsFixableKind(kind)) continue;
-    auto message = f.find("message");
-    if (message == f.end() || !message->is_object()) continue;
+bool ReadFindings(const std::string& text, Findings* out, std::string* error) {
+  *out = Findings();
+  findings::Document doc;
+  *error = Refusal(findings::Read(text, &doc));
+  if (!error->empty()) return false;
+  out->manager = doc.manager;
+  out->languages = doc.languages;
+  for (const findings::Entry& f : doc.findings) {
+    if (!IsFixableKind(f.kind) || !f.has_message) continue;
+    if (f.language.empty() || f.message.empty() || f.section.empty()) continue;
     MissingMessage m;
-    auto id = f.find("id");
-    if (id != f.end() && id->is_number_integer()) m.id = id->get<long>();
-    m.kind = kind;
-    m.manager = Str(f, "manager");
-    m.object = Str(f, "object");
-    auto element = f.find("element");
-    if (element != f.end()) m.element = Str(*element, "name");
-    m.language = Str(f, "language");
-    m.name = Str(*message, "name");
-    m.section = Str(*message, "section");
-    m.file = Str(*message, "file");
-    auto problem = f.find("input_problem");
-    m.input_problem = problem != f.end() && problem->is_boolean() &&
-                      problem->get<bool>();
-    if (m.language.empty() || m.name.empty() || m.section.empty()) continue;
-    findings->missing.push_back(m);
+    m.id = f.id;
+    m.kind = f.kind;
+    m.manager = f.manager;
+    m.object = f.object;
+    m.element = f.element;
+    m.language = f.language;
+    m.name = f.message;
+    m.section = f.section;
+    m.file = f.message_file;
+    m.input_problem = f.input_problem;
+    out->missing.push_back(m);
   }
   return true;
 }

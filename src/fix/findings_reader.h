@@ -1,7 +1,8 @@
-// Reads the findings file of a run (var/msglint/findings.json) and picks
-// out the findings that one new message can fix: a message that the
-// missing-message audit or the column-hint check looked up by name and did
-// not find at all.
+// Picks out of the findings file of a run (var/msglint/findings.json, read
+// by findings/reader.h) the findings that one new message can fix: a
+// message that the missing-message audit or the column-hint check looked up
+// by name and did not find at all (the kinds that findings/kinds.h marks
+// fixable).
 #ifndef FIX_FINDINGS_READER_H_
 #define FIX_FINDINGS_READER_H_
 
@@ -31,7 +32,8 @@ struct Findings {
   std::vector<MissingMessage> missing; // in report order
 };
 
-// True for the kinds of finding that adding the message fixes.
+// True for the kinds of finding that adding the message fixes (see
+// findings::Kind).
 bool IsFixableKind(const std::string& kind);
 // True for the kinds whose audit also reports a message with an empty
 // text (an empty hint, label, check-box description, button short name or

@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 
+#include "findings/paths.h"
 #include "fix/findings_reader.h"
 #include "fix/msg_file_editor.h"
 #include "pnl/file.h"
@@ -18,7 +19,6 @@ const char kFixUsage[] =
 
 namespace {
 
-const char kFindingsPath[] = "var/msglint/findings.json";
 // Every new message says that the fixer added it. The unused- and
 // repeated-message audits pass over messages with an "added" attribute:
 // without it they would report each new form hint as "field is not found"
@@ -33,15 +33,15 @@ const char kAddedValue[] = "msglint-fix";
 const char kTodoAttribute[] = "todo";
 const char kTodoValue[] = "translate";
 
-// A manager or language name that can be part of a file name.
+// A manager or language name that can be part of a file name, as
+// everywhere (pnl_file::IsPlainName), and that does not start with "-":
+// on the fixer's command line such a word is an option, or a mistyped one,
+// and never a name that it should make a file name of.
 bool GoodName(const std::string& name) {
-  return !name.empty() && name != "." && name != ".." &&
-         name.find('/') == std::string::npos && name[0] != '-';
+  return pnl_file::IsPlainName(name) && name[0] != '-';
 }
 
-std::string MessageFile(const std::string& manager, const std::string& lang) {
-  return "etc/xml/" + manager + "_msg_" + lang + ".xml";
-}
+using findings::MessageFile;
 
 // The texts of one language's messages as the panel finds them for a
 // section: the first message of that name in the sections of that name,
@@ -188,20 +188,21 @@ bool ParseFixArguments(const std::vector<std::string>& args,
 
 int RunFix(const FixOptions& options, std::ostream& out, std::ostream& err) {
   const std::string prefix = "msglint-fix: ";
+  const std::string findings_path = findings::FindingsFile();
   std::string text;
-  if (!pnl_file::ReadFile(kFindingsPath, text)) {
-    err << prefix << kFindingsPath << ": cannot be read; run sbin/msglint "
+  if (!pnl_file::ReadFile(findings_path, text)) {
+    err << prefix << findings_path << ": cannot be read; run sbin/msglint "
         << options.manager << " first" << std::endl;
     return 2;
   }
   Findings findings;
   std::string error;
   if (!ReadFindings(text, &findings, &error)) {
-    err << prefix << kFindingsPath << ": " << error << std::endl;
+    err << prefix << findings_path << ": " << error << std::endl;
     return 2;
   }
   if (findings.manager != options.manager) {
-    err << prefix << kFindingsPath << " holds the findings of manager '"
+    err << prefix << findings_path << " holds the findings of manager '"
         << findings.manager << "', not '" << options.manager
         << "'; run sbin/msglint " << options.manager << " first" << std::endl;
     return 2;

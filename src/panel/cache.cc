@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 
+#include "findings/paths.h"
 #include "pnl/file.h"
 #include "pnl/log.h"
 #include "pnl/str.h"
@@ -161,7 +162,7 @@ const ManagerCache::Language& ManagerCache::Read(const std::string& lang) const 
   // go when this returns: a large manager's messages in every language
   // would take many times their size as documents.
   for (const std::string& source : Sources()) {
-    pnl_xml::Xml doc = Load("etc/xml/" + source + "_msg_" + lang + ".xml");
+    pnl_xml::Xml doc = Load(findings::MessageFile(source, lang));
     // The language is compared here rather than pasted into the
     // expression, so that no code can change what is selected.
     for (pnl_xml::XmlNode lang_node : doc.GetNodes("/pnldata/lang")) {
@@ -195,7 +196,7 @@ const std::vector<std::string>& ManagerCache::MetadataNames() const {
   if (metadata_read_) return names;
   metadata_read_ = true;
   for (const std::string& source : Sources()) {
-    pnl_xml::Xml doc = Load("etc/xml/" + source + ".xml");
+    pnl_xml::Xml doc = Load(findings::DescriptionFile(source));
     for (pnl_xml::XmlNode node : doc.GetNodes("/pnldata/metadata"))
       names.push_back(node.GetProp("name"));
   }

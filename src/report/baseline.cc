@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <set>
 
+#include "findings/schema.h"
+
 namespace report {
 
 namespace {
@@ -81,8 +83,7 @@ bool IsBeyondAnyInteger(const Json& version) {
 
 Baseline Baseline::Of(const Json& doc) {
   Baseline baseline;
-  const Json& run = doc.at("run");
-  if (run.contains("manager") && run["manager"].is_string()) baseline.manager_ = run["manager"];
+  baseline.manager_ = findings::Str(findings::At(findings::At(doc, "run"), "manager"));
   baseline.findings_ = IdentitiesOf(doc);
   std::sort(baseline.findings_.begin(), baseline.findings_.end());
   return baseline;
@@ -95,7 +96,7 @@ Baseline::Fault Baseline::Parse(const std::string& text, Baseline& out, std::str
     return Fault::kMalformed;
   }
   if (!doc.is_object() || !doc.contains("format")) {
-    why = doc.is_object() && doc.contains("schema") && doc["schema"] == "msglint-findings"
+    why = doc.is_object() && doc.contains("schema") && doc["schema"] == findings::kSchemaName
               ? "a findings file, not a baseline (msglint-report --write-baseline makes one)"
               : "JSON without \"format\": \"" + std::string(kFormat) + "\"";
     return Fault::kForeign;

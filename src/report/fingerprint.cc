@@ -3,19 +3,11 @@
 #include <algorithm>
 #include <map>
 
+#include "findings/reader.h"
+
 namespace report {
 
 namespace {
-
-std::string Str(const Json& value) { return value.is_string() ? value.get<std::string>() : ""; }
-
-// The member `key` of `object`; null when there is none.
-const Json& At(const Json& object, const char* key) {
-  static const Json kNull;
-  if (!object.is_object()) return kNull;
-  auto it = object.find(key);
-  return it == object.end() ? kNull : *it;
-}
 
 // A part of a fingerprint, its separators escaped.
 std::string Part(const std::string& text) {
@@ -38,19 +30,9 @@ std::string FindingIdentity::Fingerprint(const std::string& manager) const {
 std::vector<FindingIdentity> IdentitiesOf(const Json& doc) {
   std::vector<FindingIdentity> identities;
   std::vector<std::string> texts;
-  for (const Json& f : At(doc, "findings")) {
-    FindingIdentity id;
-    id.kind = Str(At(f, "kind"));
-    id.object = Str(At(f, "object"));
-    if (At(f, "element").is_object()) {
-      id.element_type = Str(At(At(f, "element"), "type"));
-      id.element = Str(At(At(f, "element"), "name"));
-    }
-    if (At(f, "message").is_object()) id.message = Str(At(At(f, "message"), "name"));
-    id.language = Str(At(f, "language"));
-    id.occurrence = 0;
-    identities.push_back(id);
-    texts.push_back(Str(At(f, "report")));
+  for (const findings::Entry& f : findings::EntriesOf(doc)) {
+    identities.push_back({f.kind, f.object, f.element_type, f.element, f.message, f.language, 0});
+    texts.push_back(f.report);
   }
 
   // Findings that share the six parts, each group ranked by report text,

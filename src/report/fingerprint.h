@@ -17,11 +17,11 @@
 #include <tuple>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include "findings/json.h"
 
 namespace report {
 
-using Json = nlohmann::ordered_json;
+using Json = findings::Json;
 
 struct FindingIdentity {
   std::string kind;

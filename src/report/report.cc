@@ -4,65 +4,17 @@
 #include <map>
 #include <vector>
 
+#include "findings/json.h"
+#include "findings/kinds.h"
+
 namespace report {
 
 namespace {
 
-// What each kind of finding means, for the SARIF rules and the page.
-struct KindHelp {
-  const char* kind;
-  const char* text;
-};
-
-const KindHelp kKinds[] = {
-    {"missing-title", "A form has no title message (title or title_new) in its section."},
-    {"missing-convert", "A domain input has no convert attribute; it should say convert=\"punycode\"."},
-    {"wrong-convert", "A domain input's convert attribute is not \"punycode\"."},
-    {"missing-hint", "A form field has no hint_FIELD message in the form's section."},
-    {"empty-hint", "A form field's hint_FIELD message has no text."},
-    {"missing-label", "A form field has no label: no message named like the field in the form's section."},
-    {"empty-label", "A form field's label message has no text (the report calls it an empty hint)."},
-    {"missing-checkbox-description", "A check box has no description message in the form's section."},
-    {"empty-checkbox-description", "A check box's description message has no text."},
-    {"missing-column-description", "A list column has no message named like the column in the list's section."},
-    {"missing-menu-item-description", "A main menu item has no menu_ITEM message in the desktop section."},
-    {"missing-button-short-name", "A toolbar button has no short_BUTTON message in the list's section."},
-    {"empty-button-short-name", "A toolbar button's short_BUTTON message has no text."},
-    {"missing-button-hint", "A toolbar button has no hint_BUTTON message in the list's section."},
-    {"empty-button-hint", "A toolbar button's hint_BUTTON message has no text."},
-    {"missing-background-color", "A msg column has no background setcolor rule in its coldata."},
-    {"empty-background-color", "A background setcolor rule of a column names no colour."},
-    {"wrong-background-color", "A background setcolor rule names a colour other than red, green, blue, yellow or cyan."},
-    {"missing-text-color", "A msg column has no text setcolor rule."},
-    {"empty-text-color", "A text setcolor rule of a column names no colour."},
-    {"wrong-text-color", "A text setcolor rule names a colour other than red, green, blue, yellow or cyan."},
-    {"self-included-condition", "An element repeats a condition (if) of an element that encloses it."},
-    {"textdata-named-like-field", "A field's textdata has the field's own name."},
-    {"input-without-validator", "A text input has no check attribute (validator)."},
-    {"repeated-message", "The same text is given by several messages."},
-    {"unused-message", "A message that nothing in its form or list uses."},
-    {"include-not-found", "An include names a section that does not exist in this language."},
-    {"no-such-action", "A message section is named after no action of the manager."},
-    {"missing-column-hint", "A list column has no hint_COLUMN message in the list's section."},
-};
-
-std::string HelpOf(const std::string& kind) {
-  for (const KindHelp& k : kKinds)
-    if (kind == k.kind) return k.text;
-  return "A finding of msglint.";
-}
-
-// The member `key` of `object`; null when there is none.
-const Json& At(const Json& object, const char* key) {
-  static const Json kNull;
-  if (!object.is_object()) return kNull;
-  auto it = object.find(key);
-  return it == object.end() ? kNull : *it;
-}
-
-std::string Str(const Json& value) { return value.is_string() ? value.get<std::string>() : ""; }
-
-long Num(const Json& value) { return value.is_number() ? value.get<long>() : 0; }
+using findings::At;
+using findings::HelpOf;
+using findings::Num;
+using findings::Str;
 
 std::string Percent(const Json& value) {
   char text[32];
@@ -190,20 +142,29 @@ std::string FindingsByObject(const std::vector<const Json*>& findings) {
   return h;
 }
 
+// What the report says of a document that lacks a part it shows.
+constexpr char kIncomplete[] =
+    "findings document without its findings, statistics, input problems or run";
+
 }  // namespace
 
+std::string Refusal(findings::Fault fault) {
+  switch (fault) {
+    case findings::Fault::kNone: return "";
+    case findings::Fault::kNotJson: return "not JSON";
+    case findings::Fault::kForeign: return "not a findings document of msglint";
+    case findings::Fault::kOtherVersion: return "findings document of an unknown version";
+    case findings::Fault::kNoFindings: break;
+  }
+  return kIncomplete;
+}
+
 bool IsFindingsDocument(const Json& doc, std::string& why) {
-  if (!doc.is_object() || Str(At(doc, "schema")) != "msglint-findings") {
-    why = "not a findings document of msglint";
-    return false;
-  }
-  if (!At(doc, "version").is_number() || At(doc, "version").get<int>() != 1) {
-    why = "findings document of an unknown version";
-    return false;
-  }
-  if (!At(doc, "findings").is_array() || !At(doc, "statistics").is_array() ||
-      !At(doc, "input_problems").is_array() || !At(doc, "run").is_object()) {
-    why = "findings document without its findings, statistics, input problems or run";
+  why = Refusal(findings::Check(doc));
+  if (!why.empty()) return false;
+  if (!At(doc, "statistics").is_array() || !At(doc, "input_problems").is_array() ||
+      !At(doc, "run").is_object()) {
+    why = kIncomplete;
     return false;
   }
   return true;

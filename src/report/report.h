@@ -8,12 +8,17 @@
 
 #include <nlohmann/json.hpp>
 
+#include "findings/reader.h"
 #include "report/baseline.h"
 
 namespace report {
 
-// True when `doc` looks like a findings document this program knows
-// (schema "msglint-findings", version 1); else `why` says what is wrong.
+// What is wrong with a text that findings::Read refused, in this program's
+// words; "" for kNone.
+std::string Refusal(findings::Fault fault);
+
+// True when `doc` is a findings document this program knows (findings::Check)
+// with every part that the outputs show; else `why` says what is wrong.
 bool IsFindingsDocument(const Json& doc, std::string& why);
 
 // The SARIF 2.1.0 log of the findings. With a comparison with a baseline,

@@ -5,6 +5,8 @@
 #include <iostream>
 #include <string>
 
+#include "findings/paths.h"
+#include "findings/reader.h"
 #include "pnl/file.h"
 #include "report/baseline.h"
 #include "report/report.h"
@@ -30,9 +32,10 @@ int Usage() {
   return kUsageOrInput;
 }
 
-// Reads the baseline at `path` for a comparison with `doc`; 0, or the exit
+// Reads the baseline at `path` for a comparison with the findings of
+// `manager`; 0, or the exit
 // status after a line on standard error.
-int ReadBaseline(const std::string& path, const report::Json& doc, report::Baseline& baseline) {
+int ReadBaseline(const std::string& path, const std::string& manager, report::Baseline& baseline) {
   std::string text;
   if (!pnl_file::ReadFile(path, text)) {
     std::cerr << "msglint-report: cannot read the baseline " << path << "; nothing compared" << std::endl;
@@ -55,9 +58,6 @@ int ReadBaseline(const std::string& path, const report::Json& doc, report::Basel
                 << std::endl;
       return kBaselineNewer;
   }
-  const report::Json& run = doc["run"];
-  const std::string manager =
-      run.contains("manager") && run["manager"].is_string() ? run["manager"].get<std::string>() : "";
   if (baseline.manager() != manager) {
     std::cerr << "msglint-report: the baseline " << path << " is of manager " << baseline.manager()
               << ", the findings of manager " << manager << "; nothing compared" << std::endl;
@@ -70,8 +70,8 @@ int ReadBaseline(const std::string& path, const report::Json& doc, report::Basel
 
 int main(int argc, char** argv) {
   if (argc == 2 && std::string(argv[1]) == "--help") {
-    std::cout << kUsage
-              << "Reads the findings file of an msglint run (var/msglint/findings.json of the\n"
+    std::cout << kUsage << "Reads the findings file of an msglint run (" << findings::FindingsFile()
+              << " of the\n"
                  "installation that is the current directory). Manual: man msglint-report.\n";
     return 0;
   }
@@ -115,20 +115,21 @@ int main(int argc, char** argv) {
   if (!write_baseline_path.empty() && (check || format_given || fail_on_given || !baseline_path.empty()))
     return Usage();
   if (!baseline_path.empty() && !check && format == "json") return Usage();
-  if (path.empty()) path = "var/msglint/findings.json";
+  if (path.empty()) path = findings::FindingsFile();
 
   std::string text;
   if (!pnl_file::ReadFile(path, text)) {
     std::cerr << "msglint-report: cannot read " << path << std::endl;
     return kUsageOrInput;
   }
-  const report::Json doc = report::Json::parse(text, nullptr, false);
-  std::string why = doc.is_discarded() ? "not JSON" : "";
-  if (why.empty()) report::IsFindingsDocument(doc, why);
+  findings::Document document;
+  std::string why = report::Refusal(findings::Read(text, &document));
+  if (why.empty()) report::IsFindingsDocument(document.json, why);
   if (!why.empty()) {
     std::cerr << "msglint-report: " << path << ": " << why << std::endl;
     return kUsageOrInput;
   }
+  const report::Json& doc = document.json;
 
   if (!write_baseline_path.empty()) {
     const report::Baseline baseline = report::Baseline::Of(doc);
@@ -158,7 +159,7 @@ int main(int argc, char** argv) {
   report::Comparison comparison;
   const report::Comparison* compared = nullptr;
   if (!baseline_path.empty()) {
-    if (int status = ReadBaseline(baseline_path, doc, baseline)) return status;
+    if (int status = ReadBaseline(baseline_path, document.manager, baseline)) return status;
     comparison = report::Compare(doc, baseline);
     compared = &comparison;
   }

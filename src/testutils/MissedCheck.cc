@@ -10,6 +10,7 @@
 #include <memory>
 #include <sstream>
 
+#include "findings/paths.h"
 #include "pnl/file.h"
 #include "pnl/log.h"
 #include "pnl/str.h"
@@ -259,7 +260,7 @@ int MissedCheck::check() {
     return -1;
   }
 
-  main_xml_path = work_dir + "/etc/xml/" + PNL_NAME() + ".xml";
+  main_xml_path = work_dir + "/" + findings::DescriptionFile(PNL_NAME());
   if (msglint_log.Check(9))
     msglint_log.Write(9, "%s:%d Main xml data stored in \"%s\".", MSGLINT_HERE,
                       main_xml_path.c_str());
@@ -382,7 +383,7 @@ void MissedCheck::whenHintChecked(const std::string& func, const std::string& fi
 
 void MissedCheck::add_kern_common_msg(pnl_xml::Xml& msgs, const std::string& lang) {
   pnl_xml::Xml kern;
-  kern.LoadFromFile(pnl_file::GetCurrentDir() + "/etc/xml/kern_msg_" + lang + ".xml");
+  kern.LoadFromFile(pnl_file::GetCurrentDir() + "/" + findings::MessageFile("kern", lang));
   pnl_xml::XmlNode root = msgs.GetRoot();
   for (pnl_xml::XmlNode msg : pnl_xml::XPath(kern, "//messages[@name='common']/msg"))
     root.AppendChild(msg);

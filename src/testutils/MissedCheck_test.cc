@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 
+#include "findings/paths.h"
 #include "pnl/file.h"
 #include "testutils/MissedCheck_fixture.h"
 
@@ -64,11 +65,11 @@ TEST_F(MissedCheckTest, AuditFileThatCannotBeOpenedGivesMinusOne) {
 
 TEST_F(MissedCheckTest, AuditFileThatIsALinkIsNotFollowed) {
   WriteMain("<metadata name='user' type='form'><form/></metadata>");
-  dir.Link(dir.path() + "/etc/xml/" + PNL_NAME() + ".xml", "var/test_msgs");
-  const std::string description = dir.Read("etc/xml/" + PNL_NAME() + ".xml");
+  dir.Link(dir.path() + "/" + findings::DescriptionFile(PNL_NAME()), "var/test_msgs");
+  const std::string description = dir.Read(findings::DescriptionFile(PNL_NAME()));
   EXPECT_EQ(-1, RunCheck());
   EXPECT_EQ("Can't open out file for log.\n", out);
-  EXPECT_EQ(description, dir.Read("etc/xml/" + PNL_NAME() + ".xml"));
+  EXPECT_EQ(description, dir.Read(findings::DescriptionFile(PNL_NAME())));
 }
 
 // A write that fails (here a file size limit stands in for a full disk) is

@@ -9,6 +9,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "findings/kinds.h"
+#include "findings/schema.h"
 #include "pnl/file.h"
 #include "pnl/xml.h"
 
@@ -75,7 +77,7 @@ ordered_json FindingEntry(const Finding& f, const std::string& manager, long id)
   ordered_json item;
   item["id"] = id;
   item["kind"] = f.kind;
-  item["level"] = FindingLevel(f.kind);
+  item["level"] = findings::LevelOf(f.kind);
   item["audit"] = f.audit;
   item["manager"] = manager;
   item["object"] = StringOrNull(f.object);
@@ -116,21 +118,6 @@ ordered_json FindingEntry(const Finding& f, const std::string& manager, long id)
 }
 
 }  // namespace
-
-std::string FindingLevel(const std::string& kind) {
-  static const std::map<std::string, std::string> kLevels = {
-      {"self-included-condition", "warning"},
-      {"textdata-named-like-field", "note"},
-      {"input-without-validator", "warning"},
-      {"repeated-message", "note"},
-      {"unused-message", "note"},
-      {"include-not-found", "warning"},
-      {"no-such-action", "note"},
-      {"missing-column-hint", "warning"},
-  };
-  auto it = kLevels.find(kind);
-  return it == kLevels.end() ? "error" : it->second;
-}
 
 void FindingsRecorder::SetRun(const std::string& manager, const std::string& mode,
                               const std::vector<std::string>& arguments) {
@@ -240,8 +227,8 @@ ordered_json FindingsRecorder::StatisticsJson() const {
 
 ordered_json FindingsRecorder::HeadJson() const {
   ordered_json doc;
-  doc["schema"] = "msglint-findings";
-  doc["version"] = kFindingsSchemaVersion;
+  doc["schema"] = findings::kSchemaName;
+  doc["version"] = findings::kSchemaVersion;
   doc["run"] = RunJson();
   doc["statistics"] = StatisticsJson();
   return doc;
@@ -390,18 +377,18 @@ std::string FindingsRecorder::ToJson() const {
 
 bool FindingsRecorder::Write(const std::string& work_dir) const {
   const std::string var = work_dir + "/var";
-  const std::string dir = var + "/msglint";
-  const std::string path = dir + "/findings.json";
+  const std::string dir = work_dir + "/" + findings::FindingsDir();
+  const std::string path = work_dir + "/" + findings::FindingsFile();
   std::string why;
   Document document(*this);
   if (pnl_file::IsLink(var) || pnl_file::IsLink(dir) || pnl_file::IsLink(path))
     why = "refusing a symbolic link";
   else if (!pnl_file::MakeDirs(dir))
-    why = "cannot create var/msglint";
+    why = "cannot create " + findings::FindingsDir();
   else if (!pnl_file::WriteFile(path, document))
     why = std::strerror(errno);
   if (why.empty()) return true;
-  std::cerr << "msglint: cannot write var/msglint/findings.json: " << why << std::endl;
+  std::cerr << "msglint: cannot write " << findings::FindingsFile() << ": " << why << std::endl;
   return false;
 }
 
@@ -546,12 +533,6 @@ long SourceLines::Column(const std::string& manager, const std::string& list,
   pnl_xml::XmlNode metadata = file.ChildNamed(file.doc.GetRoot(), {}, "metadata", list, true);
   pnl_xml::XmlNode coldata = metadata.FindNode("coldata");
   return file.ChildNamed(coldata, {list, "coldata"}, "col", column, false).Line();
-}
-
-std::string DescriptionFile(const std::string& manager) { return "etc/xml/" + manager + ".xml"; }
-
-std::string MessageFile(const std::string& manager, const std::string& lang) {
-  return "etc/xml/" + manager + "_msg_" + lang + ".xml";
 }
 
 // ---- Input problems -------------------------------------------------------

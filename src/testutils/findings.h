@@ -18,11 +18,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "findings/paths.h"
 #include "pnl/file.h"
-
-// Version of the findings document; raised when a field changes meaning or
-// goes away (new fields keep it).
-constexpr int kFindingsSchemaVersion = 1;
 
 // One finding. Empty strings and zero numbers are written as null.
 struct Finding {
@@ -50,9 +47,6 @@ struct InputProblem {
   std::string message;   // the parser's or the system's message
   std::string language;  // the language it concerns, or "" for all
 };
-
-// The severity of a kind of finding: "error", "warning" or "note".
-std::string FindingLevel(const std::string& kind);
 
 class FindingsRecorder {
  public:
@@ -178,9 +172,9 @@ class SourceLines {
   std::map<std::string, std::shared_ptr<File>> files_;
 };
 
-// Relative paths of the installation's files.
-std::string DescriptionFile(const std::string& manager);
-std::string MessageFile(const std::string& manager, const std::string& lang);
+// Relative paths of the installation's files, as the audits name them.
+using findings::DescriptionFile;
+using findings::MessageFile;
 
 // Looks at the run's input files and records what is wrong with them: the
 // description, each kept language's message file, the languages that the

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "findings/paths.h"
 #include "support/scratch_dir.h"
 
 namespace {
@@ -138,7 +139,7 @@ TEST(FindingsRecorderTest, FindingsKeptOutOfMemoryMakeTheSameDocument) {
   EXPECT_GT(literal.size(), 5000000u);
   EXPECT_EQ(literal, recorder.ToJson());
   EXPECT_TRUE(recorder.Write(dir.path()));
-  EXPECT_EQ(literal, dir.Read("var/msglint/findings.json"));
+  EXPECT_EQ(literal, dir.Read(findings::FindingsFile()));
 }
 
 TEST(FindingsRecorderTest, AProblemOfAllLanguagesMarksEveryFinding) {
@@ -156,7 +157,7 @@ TEST(FindingsRecorderTest, WritesUnderVarAndRefusesLinks) {
   ScratchDir dir;
   FindingsRecorder recorder;
   EXPECT_TRUE(recorder.Write(dir.path()));
-  EXPECT_EQ(recorder.ToJson(), dir.Read("var/msglint/findings.json"));
+  EXPECT_EQ(recorder.ToJson(), dir.Read(findings::FindingsFile()));
 
   ScratchDir other;
   other.MakeDir("elsewhere");

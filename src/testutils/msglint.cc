@@ -9,6 +9,7 @@
 #include <string_view>
 #include <thread>
 
+#include "findings/paths.h"
 #include "pnl/client.h"
 #include "pnl/proc.h"
 #include "pnl/str.h"
@@ -293,7 +294,7 @@ void panel_function_done(pnl_proc::Execute& command) {
 }
 
 void tell_names_too_long(const std::vector<std::string>& langs) {
-  const std::string description = "etc/xml/" + PNL_NAME() + ".xml";
+  const std::string description = findings::DescriptionFile(PNL_NAME());
   pnl_xml::Xml doc;
   doc.LoadFromFile(pnl_file::GetCurrentDir() + "/" + description);
   std::set<std::string> told;
@@ -419,7 +420,7 @@ void drop_languages(std::vector<std::string>& langs, const std::string& msg_dir)
   // A removal moves the position on as well, so after removing the last
   // language it stands beyond the end: "at or beyond" ends the walk.
   while (pos < langs.size()) {
-    const std::string path = msg_dir + PNL_NAME() + "_msg_" + langs[pos] + ".xml";
+    const std::string path = msg_dir + findings::MessageFileName(PNL_NAME(), langs[pos]);
     if (msglint_log.Check(9))
       msglint_log.Write(9, "%s:%d Checking existence of %s", MSGLINT_HERE, path.c_str());
     if (!pnl_file::Exists(path)) langs.erase(langs.begin() + pos);
@@ -571,7 +572,7 @@ void check_validator() {
 
   const std::string xml_dir = pnl_file::GetCurrentDir() + "/etc/xml/";
   pnl_xml::Xml description;
-  description.LoadFromFile(xml_dir + PNL_NAME() + ".xml");
+  description.LoadFromFile(xml_dir + findings::DescriptionFileName(PNL_NAME()));
   // The Russian titles and labels help to find the field on screen,
   // whatever languages the run audits.
   // Read for this check only: the cache of parsed files need not keep it
@@ -579,7 +580,7 @@ void check_validator() {
   pnl_xml::Xml messages;
   const bool keep = pnl_xml::KeepsParsedFiles();
   pnl_xml::SetKeepParsedFiles(false);
-  messages.LoadFromFile(xml_dir + PNL_NAME() + "_msg_ru.xml");
+  messages.LoadFromFile(xml_dir + findings::MessageFileName(PNL_NAME(), "ru"));
   pnl_xml::SetKeepParsedFiles(keep);
 
   pnl_xml::XPath inputs(description, "//input[@type=\"text\" and not(@check)]");
@@ -943,7 +944,8 @@ class UnusedAudit {
 
   explicit UnusedAudit(const std::string& lang)
       : lang_(lang), lines_(pnl_file::GetCurrentDir()) {
-    description_.LoadFromFile(pnl_file::GetCurrentDir() + "/etc/xml/" + PNL_NAME() + ".xml");
+    description_.LoadFromFile(pnl_file::GetCurrentDir() + "/" +
+                              findings::DescriptionFile(PNL_NAME()));
   }
 
   // Checks the file at `path`, loaded into `doc` (whose includes are merged
@@ -1152,7 +1154,7 @@ std::string XmlPath(const std::string& file) {
 
 ColumnList::ColumnList(const std::string& manager, const std::string& lang)
     : manager(manager), lang(lang) {
-  const std::string path = XmlPath(manager + ".xml");
+  const std::string path = XmlPath(findings::DescriptionFileName(manager));
   if (pnl_file::Exists(path)) doc.LoadFromFile(path);
 
   std::vector<std::string> columns;
@@ -1172,7 +1174,7 @@ ColumnList::ColumnList(const std::string& manager, const std::string& lang)
 }
 
 ColumnList::HintList::HintList(const std::string& manager, const std::string& lang)
-    : manager(manager), lang(lang), path_(XmlPath(manager + "_msg_" + lang + ".xml")) {}
+    : manager(manager), lang(lang), path_(XmlPath(findings::MessageFileName(manager, lang))) {}
 
 // The sections that "/pnldata/lang[@name='LANG']/messages" selects, found by
 // the element scanner; false when the file is not one that the scanner

@@ -89,6 +89,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "findings/paths.h"
 #include "support/run_program.h"
 #include "support/scratch_dir.h"
 #include "version/version.h"
@@ -463,7 +464,7 @@ TEST_P(E2eCase, GivesExpectedOutput) {
           << "the log has no \"" << line << "\"; it is:\n" << log;
   }
   if (fs::exists(dir / "expected_findings")) {
-    const std::string written = ReadFile(fs::path(install) / "var/msglint/findings.json");
+    const std::string written = ReadFile(fs::path(install) / findings::FindingsFile());
     ASSERT_TRUE(nlohmann::json::accept(written)) << written;
     EXPECT_EQ(nlohmann::json::parse(ReadFile(dir / "expected_findings")),
               nlohmann::json::parse(written));

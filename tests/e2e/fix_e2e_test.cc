@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "findings/kinds.h"
+#include "findings/paths.h"
 #include "pnl/file.h"
 #include "support/example_install.h"
 #include "support/run_program.h"
@@ -46,7 +48,7 @@ std::multiset<std::string> Keys(const json& findings) {
 
 json ReadFindings() {
   std::string text;
-  EXPECT_TRUE(pnl_file::ReadFile("var/msglint/findings.json", text));
+  EXPECT_TRUE(pnl_file::ReadFile(findings::FindingsFile(), text));
   return json::parse(text, nullptr, false);
 }
 
@@ -56,29 +58,24 @@ void FixThenRunAgain(const std::string& mode) {
   RunProgram({"sbin/msglint", "mailpnl", mode, "en", "ru"}, kInstalled);
   // The fixer works from the findings file of the run; a module that
   // writes none leaves nothing to fix from.
-  if (!pnl_file::Exists("var/msglint/findings.json"))
+  if (!pnl_file::Exists(findings::FindingsFile()))
     GTEST_SKIP() << "the run wrote no findings file";
   json before = ReadFindings();
   ASSERT_FALSE(before.is_discarded());
 
   // The findings that the fixer takes, and what each becomes.
-  const std::set<std::string> fixed_alone = {
-      "missing-title", "missing-column-description",
-      "missing-menu-item-description", "missing-column-hint"};
-  const std::set<std::string> need_text = {
-      "missing-hint", "missing-label", "missing-checkbox-description",
-      "missing-button-short-name", "missing-button-hint"};
   std::multiset<std::string> expected;
   int fixed = 0;
   for (const json& f : before["findings"]) {
     std::string kind = f["kind"].get<std::string>();
-    bool fixable = (fixed_alone.count(kind) || need_text.count(kind)) &&
+    const findings::Kind* of_kind = findings::FindKind(kind);
+    bool fixable = of_kind != nullptr && of_kind->fixable &&
                    f["message"].is_object() && f["input_problem"] == false;
     if (!fixable) {
       expected.insert(Key(f, kind));
     } else {
       ++fixed;
-      if (need_text.count(kind)) {
+      if (of_kind->needs_text) {
         expected.insert(Key(f, "empty-" + kind.substr(std::string("missing-").size())));
       }
     }

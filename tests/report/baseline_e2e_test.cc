@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "findings/paths.h"
 #include "pnl/file.h"
 #include "support/example_install.h"
 #include "support/run_program.h"
@@ -62,7 +63,7 @@ TEST(BaselineEndToEndTest, CheckFailsOnlyOnTheNewFinding) {
   ScratchDir scratch;
   InstallExample(scratch);
   RunProgram({"sbin/msglint", "mailpnl", "-f", "en", "ru"}, kInstalled);
-  ASSERT_TRUE(pnl_file::Exists("var/msglint/findings.json"));
+  ASSERT_TRUE(pnl_file::Exists(findings::FindingsFile()));
   RunResult run = RunProgram({"sbin/msglint-report", "--write-baseline", "msglint-baseline.json"}, kInstalled);
   ASSERT_EQ(0, run.status);
   EXPECT_EQ("", run.out);
