@@ -455,7 +455,7 @@ TEST(MessageLookupsTest, NamesWrittenWithReferencesAnswerAsTheQuery) {
   pnl_xml::SetLiteralEvaluation(false);
   MessageLookups lookups(doc);
   for (size_t i = 0; i < keys.size(); ++i) EXPECT_EQ(written[i], lookups.Has(keys[i])) << keys[i];
-  for (const std::string& held : {"ma&b", "ma<b", "ma\"b", "ma\tb", "ma\nb", "ma b", "ma&&b"})
+  for (const char* held : {"ma&b", "ma<b", "ma\"b", "ma\tb", "ma\nb", "ma b", "ma&&b"})
     EXPECT_TRUE(lookups.Has(held)) << held;
   EXPECT_FALSE(lookups.Has("ma&amp;b"));
 }
