@@ -23,7 +23,10 @@
 #include "pnl/log.h"
 #include "pnl/xml.h"
 #include "testutils/MissedCheck.h"
+#include "testutils/column_hints.h"
 #include "testutils/msglint.h"
+#include "testutils/unused.h"
+#include "testutils/validator.h"
 
 namespace {
 

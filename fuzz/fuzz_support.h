@@ -9,6 +9,11 @@
 #include <string>
 #include <vector>
 
+// File discovery and include merging, which fuzz/includes_fuzzer.cc calls
+// as the module's header once declared them.
+#include "testutils/discovery.h"
+#include "testutils/includes.h"
+
 namespace fuzz_support {
 
 // Makes a new empty directory under the system's temporary directory the

@@ -13,9 +13,12 @@
 #include "pnl/file.h"
 #include "pnl/log.h"
 #include "pnl/str.h"
+#include "testutils/diagnostics.h"
 #include "testutils/findings.h"
+#include "testutils/includes.h"
 #include "testutils/msglint.h"
 #include "testutils/ordered_steps.h"
+#include "testutils/panel_calls.h"
 
 namespace {
 

@@ -10,7 +10,9 @@
 #include <cstdlib>
 
 #include "pnl/file.h"
+#include "testutils/diagnostics.h"
 #include "testutils/MissedCheck_fixture.h"
+#include "testutils/msglint.h"
 
 namespace {
 

@@ -5,6 +5,7 @@
 
 #include "pnl/client.h"
 #include "support/scratch_dir.h"
+#include "testutils/actionlist.h"
 #include "testutils/msglint.h"
 
 namespace {

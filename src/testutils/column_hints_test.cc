@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "support/scratch_dir.h"
+#include "testutils/column_hints.h"
 #include "testutils/msglint.h"
 
 namespace {

@@ -9,8 +9,12 @@
 #include "pnl/log.h"
 #include "pnl/xml.h"
 #include "support/scratch_dir.h"
+#include "testutils/actionlist.h"
+#include "testutils/column_hints.h"
 #include "testutils/MissedCheck.h"
 #include "testutils/msglint.h"
+#include "testutils/unused.h"
+#include "testutils/validator.h"
 
 namespace {
 

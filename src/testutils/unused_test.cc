@@ -7,6 +7,8 @@
 #include "support/scratch_dir.h"
 #include "testutils/findings.h"
 #include "testutils/msglint.h"
+#include "testutils/repeats.h"
+#include "testutils/unused.h"
 
 namespace {
 
@@ -444,6 +446,30 @@ TEST_F(UnusedTest, OnePassReportsAndRecordsAsTheTwoAudits) {
             std::string::npos);
   EXPECT_NE(two.find("\tlost - field is not found."), std::string::npos);
   Findings().Clear();
+}
+
+TEST(NameSplitTest, SplitsAtTheFirstUnderscore) {
+  EXPECT_EQ(get_prefix("menu_item"), "menu");
+  EXPECT_EQ(cut_prefix("menu_item"), "item");
+  EXPECT_EQ(get_prefix("a_b_c"), "a");
+  EXPECT_EQ(cut_prefix("a_b_c"), "b_c");
+}
+
+TEST(NameSplitTest, NameWithoutUnderscoreHasNoPrefix) {
+  EXPECT_EQ(get_prefix("title"), "");
+  EXPECT_EQ(cut_prefix("title"), "title");
+  EXPECT_EQ(get_prefix(""), "");
+  EXPECT_EQ(cut_prefix(""), "");
+}
+
+TEST(NameSplitTest, TrailingUnderscoreCountsAsNoPrefix) {
+  EXPECT_EQ(get_prefix("abc_"), "");
+  EXPECT_EQ(cut_prefix("abc_"), "abc");
+}
+
+TEST(NameSplitTest, LeadingUnderscoreGivesEmptyPrefix) {
+  EXPECT_EQ(get_prefix("_abc"), "");
+  EXPECT_EQ(cut_prefix("_abc"), "abc");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "support/scratch_dir.h"
 #include "testutils/msglint.h"
+#include "testutils/validator.h"
 
 namespace {
 

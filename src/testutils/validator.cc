@@ -1,0 +1,66 @@
+// The validator check: text inputs of the manager's forms without a
+// validator.
+#include "testutils/validator.h"
+
+#include <iostream>
+
+#include "pnl/file.h"
+#include "pnl/xml.h"
+#include "testutils/diagnostics.h"
+#include "testutils/findings.h"
+#include "testutils/msglint.h"
+
+void check_validator() {
+  std::cout << std::endl;
+  std::cout << "Checking validator for inputs" << std::endl;
+
+  const std::string xml_dir = pnl_file::GetCurrentDir() + "/etc/xml/";
+  pnl_xml::Xml description;
+  description.LoadFromFile(xml_dir + PNL_NAME() + ".xml");
+  // The Russian titles and labels help to find the field on screen,
+  // whatever languages the run audits.
+  // Read for this check only: the cache of parsed files need not keep it
+  // (as a document it takes many times the bytes of the file).
+  pnl_xml::Xml messages;
+  const bool keep = pnl_xml::KeepsParsedFiles();
+  pnl_xml::SetKeepParsedFiles(false);
+  messages.LoadFromFile(xml_dir + PNL_NAME() + "_msg_ru.xml");
+  pnl_xml::SetKeepParsedFiles(keep);
+
+  pnl_xml::XPath inputs(description, "//input[@type=\"text\" and not(@check)]");
+  if (inputs.size() == 0) return;
+
+  for (pnl_xml::XmlNode input : inputs) {
+    pnl_xml::XmlNode owner = input.Parent(1);
+    while (owner && owner.Name() != "metadata" && owner.GetProp("type") != "form")
+      owner = owner.Parent(1);
+
+    const pnl_xml::XmlNode parent = input.Parent(1);
+    std::string field;
+    if (parent.Name() == "field") field = parent.GetProp("name");
+    if (field.empty()) field = input.GetProp("name");
+
+    const std::string form = owner.GetProp("name");
+    std::string title;
+    pnl_xml::XPath titles(messages,
+                          "//messages[@name='" + form + "']/msg[@name='title']");
+    if (titles.size() > 0) title = titles[0].Str();
+    std::string label;
+    pnl_xml::XPath labels(messages,
+                          "//messages[@name='" + form + "']/msg[@name='" + field + "']");
+    if (labels.size() > 0) label = labels[0].Str();
+
+    std::cout << form << " -> " << field << "\t\t" << "(" << title << " -> " << label << ")"
+              << std::endl;
+    Finding finding;
+    finding.kind = "input-without-validator";
+    finding.audit = "validator";
+    finding.object = form;
+    finding.element_type = "field";
+    finding.element = field;
+    finding.file = DescriptionFile(PNL_NAME());
+    finding.line = input.Line();
+    finding.report = form + " -> " + field + "\t\t(" + title + " -> " + label + ")\n";
+    Findings().Add(finding);
+  }
+}
