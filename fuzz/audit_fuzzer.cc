@@ -7,10 +7,11 @@
 // written and once the fast way: the two reports and audit files must be
 // the same byte for byte.
 //
-// The audits are called directly, not through kelmain, so that the run
-// never stops panels or starts one: the scratch installation has no bin/
-// and no sbin/, so no program of it can be started. The action-list audit,
-// which asks the manager's running panel, is left out.
+// The audits run through RunAudits, not kelmain, with the cache as written
+// here, so that the run never stops panels or starts one: the scratch
+// installation has no bin/ and no sbin/, so no program of it can be
+// started. The action-list audit, which asks the manager's running panel,
+// is left out.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -22,34 +23,22 @@
 #include "panel/cache.h"
 #include "pnl/log.h"
 #include "pnl/xml.h"
-#include "testutils/MissedCheck.h"
-#include "testutils/column_hints.h"
 #include "testutils/msglint.h"
-#include "testutils/unused.h"
-#include "testutils/validator.h"
 
 namespace {
 
 // The report and audit file of a full run in the current directory.
-std::string RunAudits(bool literal) {
+std::string Report(bool literal) {
   pnl_xml::SetLiteralEvaluation(literal);
-  std::vector<std::string> langs = {"en", "ru"};
-  drop_languages(langs, std::filesystem::current_path().string() + "/etc/xml/");
+  RunContext run;
+  run.manager = "m";
+  run.langs = {"en", "ru"};
+  run.work_dir = std::filesystem::current_path().string();
+  run.check_actions = false;
+  drop_languages(run.langs, run.work_dir + "/etc/xml/");
   int result = 0;
-  std::string report = fuzz_support::CaptureStdout([&] {
-    check_validator();
-    for (const std::string& lang : langs) {
-      check_repeats_and_unused(lang);
-    }
-    for (const std::string& lang : langs) report_column_hints("m", lang);
-    if (langs.empty()) return;
-    MissedCheck missed;
-    missed.langs = langs;
-    missed.cache_dir = std::filesystem::current_path().string() + "/var/.xmlcache/m";
-    missed.report_mode = "-f";
-    missed.initExludeList();
-    result = missed.check();
-  });
+  std::string report =
+      fuzz_support::CaptureStdout([&] { result = RunAudits(run, CacheIsReady); });
   pnl_xml::SetLiteralEvaluation(false);
   return report + "result " + std::to_string(result) + "\n" +
          fuzz_support::ReadFile(std::filesystem::current_path().filename().string() +
@@ -79,8 +68,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const char* lang : {"en", "ru"}) cache.WriteSession(lang, &error);
   }
 
-  const std::string literal = RunAudits(true);
-  const std::string fast = RunAudits(false);
+  const std::string literal = Report(true);
+  const std::string fast = Report(false);
   if (literal != fast) {
     fprintf(stderr, "the fast report differs from the literal one\n--- literal\n%s--- fast\n%s",
             literal.c_str(), fast.c_str());

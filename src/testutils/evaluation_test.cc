@@ -9,12 +9,7 @@
 #include "pnl/log.h"
 #include "pnl/xml.h"
 #include "support/scratch_dir.h"
-#include "testutils/actionlist.h"
-#include "testutils/column_hints.h"
-#include "testutils/MissedCheck.h"
 #include "testutils/msglint.h"
-#include "testutils/unused.h"
-#include "testutils/validator.h"
 
 namespace {
 
@@ -38,21 +33,14 @@ class EvaluationTest : public testing::Test {
   void TearDown() override { pnl_xml::SetLiteralEvaluation(false); }
 
   // The report of every audit of a full run, then the audit file.
-  std::string RunAudits(bool literal) {
+  std::string Report(bool literal) {
     pnl_xml::SetLiteralEvaluation(literal);
+    RunContext run;
+    run.manager = "mailpnl";
+    run.langs = {"en", "ru"};
+    run.work_dir = dir_.path();
     testing::internal::CaptureStdout();
-    check_validator();
-    for (const char* lang : {"en", "ru"}) {
-      check_repeats_and_unused(lang);
-      check_actionlist(lang);
-    }
-    for (const char* lang : {"en", "ru"}) report_column_hints("mailpnl", lang);
-    MissedCheck missed;
-    missed.langs = {"en", "ru"};
-    missed.cache_dir = dir_.path() + "/var/.xmlcache/mailpnl";
-    missed.report_mode = "-f";
-    missed.initExludeList();
-    const int result = missed.check();
+    const int result = RunAudits(run, CacheIsReady);
     return testing::internal::GetCapturedStdout() + "result " + std::to_string(result) +
            "\n" + dir_.Read("var/test_msgs");
   }
@@ -61,8 +49,8 @@ class EvaluationTest : public testing::Test {
 };
 
 TEST_F(EvaluationTest, ExampleInstallationGivesTheSameReportEitherWay) {
-  const std::string literal = RunAudits(true);
-  const std::string fast = RunAudits(false);
+  const std::string literal = Report(true);
+  const std::string fast = Report(false);
   EXPECT_EQ(fast, literal);
   // The example carries a defect of every kind: the report is far from empty.
   EXPECT_GT(literal.size(), 2000u);

@@ -16,6 +16,7 @@
 #include "testutils/findings.h"
 #include "testutils/MissedCheck.h"
 #include "testutils/panel_calls.h"
+#include "testutils/run_context.h"
 #include "testutils/unsafe_paths.h"
 #include "testutils/unused.h"
 #include "testutils/validator.h"
@@ -56,60 +57,19 @@ void drop_languages(std::vector<std::string>& langs, const std::string& msg_dir)
   }
 }
 
-int kelmain(int argc, char** argv) {
-  pnl_log::Init("msglint", 5);
-  pnl_xml::SetProblemReporter(tell_file_problem);
-  std::string report_mode = "-f";
-  if (argc < 3) {
-    usage(argc > 0 && argv[0] ? argv[0] : "");
-    Fail();
-  }
+namespace {
 
-  int first = 2;
-  const std::string mode = argv[2];
-  if (mode == "-s" || mode == "-f") {
-    report_mode = mode;
-    first = 3;
-  }
-
-  PNL_NAME() = argv[1];
-  const std::string work_dir = pnl_file::GetCurrentDir();
-  const bool found =
-      // A manager name is also a path piece (bin/NAME, var/.xmlcache/NAME):
-      // one that could leave its directory names no manager.
-      pnl_file::IsPlainName(PNL_NAME()) &&
-      (pnl_file::Exists(work_dir + "/bin/" + PNL_NAME()) ||
-       pnl_file::Exists(work_dir + "/lib/" + PNL_NAME() + ".so"));
-  if (!found) {
-    if (msglint_log.Check(3))
-      msglint_log.Write(3, "No manager with name \"%s\" found", PNL_NAME().c_str());
-    std::cout << "No manager with name \"" << PNL_NAME() << "\" found" << std::endl;
-    Fail();
-  }
-
-  std::vector<std::string> langs;
-  for (int i = first; i < argc; ++i) langs.push_back(argv[i]);
-  const std::string msg_dir = work_dir + "/etc/xml/";
-  const std::vector<std::string> given_langs = langs;
-  drop_languages(langs, msg_dir);
-  Findings().SetRun(PNL_NAME(), report_mode, std::vector<std::string>(argv + 2, argv + argc));
-  Findings().SetLanguages(langs);
-  RecordInputProblems(Findings(), work_dir, PNL_NAME(), given_langs, langs);
-
-  if (report_mode == "-f") check_validator();
-
-  if (langs.empty()) {
-    if (msglint_log.Check(3)) msglint_log.Write(3, "You should specify at least one language.");
-    std::cout << "You should specify at least one language." << std::endl;
-    Findings().Write(work_dir);
-    Fail();
-  }
-
+// Makes the run's cache anew: after the checks that nothing would be
+// removed or written through a link, removes the manager's cache, stops
+// the base manager's panels and asks the panels for a session in each
+// language, which has them write the cache. Returns 0, or the run's exit
+// status when it must end here.
+int RebuildCache(const RunContext& run) {
   if (msglint_log.Check(9))
-    msglint_log.Write(9, "%s:%d Work dir founded in \"%s\".", MSGLINT_HERE, work_dir.c_str());
-  const std::string cache_dir = work_dir + "/var/.xmlcache/" + PNL_NAME();
+    msglint_log.Write(9, "%s:%d Work dir founded in \"%s\".", MSGLINT_HERE, run.work_dir.c_str());
+  const std::string cache_dir = run.CacheDir();
   // Nothing is removed or written where a link could send it elsewhere.
-  const std::vector<std::string> unsafe = unsafe_paths(PNL_NAME());
+  const std::vector<std::string> unsafe = unsafe_paths(run.manager);
   if (!unsafe.empty()) {
     std::cout.flush();
     for (const std::string& sentence : unsafe) {
@@ -136,22 +96,39 @@ int kelmain(int argc, char** argv) {
               << std::endl;
   std::this_thread::sleep_for(std::chrono::seconds(10));
 
-  for (const std::string& lang : langs) {
+  for (const std::string& lang : run.langs) {
     const std::string query = "func=session&lang=" + lang + "&out=devel";
-    record_failed_query(ask_panel(PNL_NAME(), query), PNL_NAME(), query);
-    if (PNL_NAME() != "kern") record_failed_query(ask_panel("kern", query), "kern", query);
+    record_failed_query(ask_panel(run.manager, query), run.manager, query);
+    if (run.manager != "kern") record_failed_query(ask_panel("kern", query), "kern", query);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int RunAudits(const RunContext& run,
+              const std::function<int(const RunContext&)>& prepare_cache) {
+  if (run.Full()) check_validator();
+
+  if (run.langs.empty()) {
+    if (msglint_log.Check(3)) msglint_log.Write(3, "You should specify at least one language.");
+    std::cout << "You should specify at least one language." << std::endl;
+    Findings().Write(run.work_dir);
+    return 1;
   }
 
-  tell_names_too_long(langs);
+  if (const int status = prepare_cache(run); status != 0) return status;
 
-  if (report_mode == "-f") {
-    for (const std::string& lang : langs) {
+  tell_names_too_long(run.langs);
+
+  if (run.Full()) {
+    for (const std::string& lang : run.langs) {
       check_repeats_and_unused(lang);
-      check_actionlist(lang);
+      if (run.check_actions) check_actionlist(lang);
     }
   }
 
-  for (const std::string& lang : langs) report_column_hints(PNL_NAME(), lang);
+  for (const std::string& lang : run.langs) report_column_hints(run.manager, lang);
   // The missing-message audit asks for no lines: the description parsed
   // for them is let go before it starts.
   SourceLines::ForgetLastFile();
@@ -159,13 +136,13 @@ int kelmain(int argc, char** argv) {
   int result;
   {
     MissedCheck missed;
-    missed.langs = langs;
-    missed.cache_dir = cache_dir;
-    missed.report_mode = report_mode;
+    missed.langs = run.langs;
+    missed.cache_dir = run.CacheDir();
+    missed.report_mode = run.mode;
     missed.initExludeList();
     result = missed.check();
   }
-  Findings().Write(work_dir);
+  Findings().Write(run.work_dir);
   if (write_failed()) return kWriteError;
   if (result >= 0 && panel_failed()) {
     const std::string line = "the panel did not answer every query: the report is incomplete";
@@ -175,4 +152,49 @@ int kelmain(int argc, char** argv) {
     return kPanelFailure;
   }
   return result;
+}
+
+int kelmain(int argc, char** argv) {
+  pnl_log::Init("msglint", 5);
+  pnl_xml::SetProblemReporter(tell_file_problem);
+  RunContext run;
+  if (argc < 3) {
+    usage(argc > 0 && argv[0] ? argv[0] : "");
+    Fail();
+  }
+
+  int first = 2;
+  const std::string mode = argv[2];
+  if (mode == "-s" || mode == "-f") {
+    run.mode = mode;
+    first = 3;
+  }
+
+  PNL_NAME() = argv[1];
+  run.manager = argv[1];
+  run.work_dir = pnl_file::GetCurrentDir();
+  const bool found =
+      // A manager name is also a path piece (bin/NAME, var/.xmlcache/NAME):
+      // one that could leave its directory names no manager.
+      pnl_file::IsPlainName(run.manager) &&
+      (pnl_file::Exists(run.work_dir + "/bin/" + run.manager) ||
+       pnl_file::Exists(run.work_dir + "/lib/" + run.manager + ".so"));
+  if (!found) {
+    if (msglint_log.Check(3))
+      msglint_log.Write(3, "No manager with name \"%s\" found", run.manager.c_str());
+    std::cout << "No manager with name \"" << run.manager << "\" found" << std::endl;
+    Fail();
+  }
+
+  for (int i = first; i < argc; ++i) run.langs.push_back(argv[i]);
+  const std::vector<std::string> given_langs = run.langs;
+  drop_languages(run.langs, run.work_dir + "/etc/xml/");
+  Findings().SetRun(run.manager, run.mode, std::vector<std::string>(argv + 2, argv + argc));
+  Findings().SetLanguages(run.langs);
+  RecordInputProblems(Findings(), run.work_dir, run.manager, given_langs, run.langs);
+
+  const int status = RunAudits(run, RebuildCache);
+  // No language left ends the run as a command-line error does.
+  if (run.langs.empty()) Fail();
+  return status;
 }

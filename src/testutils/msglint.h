@@ -7,12 +7,30 @@
 #ifndef TESTUTILS_MSGLINT_H_
 #define TESTUTILS_MSGLINT_H_
 
+#include <functional>
 #include <string>
 #include <vector>
+
+#include "testutils/run_context.h"
 
 // The module's exported entry: argv[0] program, argv[1] manager name, then
 // an optional report mode ("-s" or "-f") and one or more language codes.
 extern "C" __attribute__((visibility("default"))) int kelmain(int argc, char** argv);
+
+// The audits of `run` in their order, written here once for kelmain, the
+// tests and the fuzz targets: the validator check (full mode); then, with
+// no language left, a line that says so; else `prepare_cache`, which makes
+// the manager's cache (kelmain has the panels rebuild it; a caller that
+// wrote it already gives a step that does nothing) and returns 0 to go on
+// or the exit status to end with; then per language the repeated, unused
+// and action-list audits (full mode), the column hints of each language and
+// the missing-message audit. Writes the findings file. Returns the result
+// bits of the missing-message audit, or the status that ends the run
+// early (1 without a language, kWriteError, kPanelFailure, ...).
+int RunAudits(const RunContext& run,
+              const std::function<int(const RunContext&)>& prepare_cache);
+// For a caller whose cache is there already.
+inline int CacheIsReady(const RunContext&) { return 0; }
 
 // The process-wide name of the checked manager, set once by kelmain.
 std::string& PNL_NAME();
