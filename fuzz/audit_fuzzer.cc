@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -24,23 +25,21 @@
 #include "pnl/log.h"
 #include "pnl/xml.h"
 #include "testutils/msglint.h"
+#include "testutils/run_context.h"
 
 namespace {
 
 // The report and audit file of a full run in the current directory.
 std::string Report(bool literal) {
   pnl_xml::SetLiteralEvaluation(literal);
-  RunContext run;
-  run.manager = "m";
+  std::ostringstream report;
+  RunContext run("m", std::filesystem::current_path().string(), report);
   run.langs = {"en", "ru"};
-  run.work_dir = std::filesystem::current_path().string();
   run.check_actions = false;
-  drop_languages(run.langs, run.work_dir + "/etc/xml/");
-  int result = 0;
-  std::string report =
-      fuzz_support::CaptureStdout([&] { result = RunAudits(run, CacheIsReady); });
+  drop_languages(run.manager, run.langs, run.work_dir + "/etc/xml/");
+  const int result = RunAudits(run, CacheIsReady);
   pnl_xml::SetLiteralEvaluation(false);
-  return report + "result " + std::to_string(result) + "\n" +
+  return report.str() + "result " + std::to_string(result) + "\n" +
          fuzz_support::ReadFile(std::filesystem::current_path().filename().string() +
                                 "/var/test_msgs");
 }
@@ -60,7 +59,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz_support::WriteFile(dir + "/etc/xml/kern_msg_en.xml", parts[3]);
   std::filesystem::current_path(scratch + "/" + dir);
   pnl_log::Init("msglint", 5);
-  PNL_NAME() = "m";
 
   std::string error;
   for (const char* manager : {"m", "kern"}) {

@@ -9,10 +9,9 @@
 #include <string>
 #include <vector>
 
-// File discovery and include merging, which fuzz/includes_fuzzer.cc calls
-// as the module's header once declared them.
-#include "testutils/discovery.h"
-#include "testutils/includes.h"
+#include <sstream>
+
+#include "pnl/xml.h"
 
 namespace fuzz_support {
 
@@ -49,5 +48,14 @@ std::string CaptureStdout(Body body) {
 }
 
 }  // namespace fuzz_support
+
+// File discovery and include merging for a target that names its manager
+// once for the whole process (fuzz/includes_fuzzer.cc): the module's calls
+// of the same names, made for a run of that manager in the current
+// directory (one_manager.cc).
+std::string& PNL_NAME();
+void getXmlFiles(std::vector<std::string>& files, const std::string& lang);
+void MergeIncludes(pnl_xml::Xml& doc, const pnl_xml::XPath& includes, const std::string& lang,
+                   std::ostringstream& out);
 
 #endif  // FUZZ_FUZZ_SUPPORT_H_

@@ -113,7 +113,7 @@ void AssembleMessages(MissedCheck& audit, pnl_xml::Xml& doc, const std::string& 
   pnl_xml::XPath includes(doc, "//include");
   if (!includes.empty()) {
     std::ostringstream collector;  // include problems are not this audit's report
-    MergeIncludes(doc, includes, lang, collector);
+    MergeIncludes(audit.run, doc, includes, lang, collector);
   }
   pnl_xml::Xml common_doc;
   common_doc.LoadFromFile(common);
@@ -137,61 +137,41 @@ std::string Format(const char* format, ...) {
   return text;
 }
 
-// Writes one finding three ways, in this order: the log record (only when
-// the log records its level), the coded line in the audit file, the
-// sentence on standard output; each stream is flushed after it.
-// The coded line and the sentence of the last finding reported, for its
-// record in the findings file.
-struct LastReport {
-  std::string coded;
-  std::string sentence;
-};
-LastReport& Last() {
-  static LastReport* last = new LastReport();
-  return *last;
-}
+// The query that finds the message `name` in a messages document.
+std::string MsgQuery(const std::string& name) { return "//messages/msg[@name='" + name + "']"; }
 
-void Report(FILE* out_file, pnl_log::Level level, const std::string& record,
-            const std::string& coded, const std::string& sentence) {
-  in_order([out_file, level, record, coded, sentence] {
-    Last() = LastReport{coded, sentence};
+}  // namespace
+
+// ---- What the audit says ----------------------------------------------------
+
+void MissedCheck::Report(FILE* out_file, pnl_log::Level level, const std::string& record,
+                         const std::string& coded, const std::string& sentence) {
+  run.InOrder([this, out_file, level, record, coded, sentence] {
+    last_report = LastReport{coded, sentence};
     if (msglint_log.Check(level)) msglint_log.Write(level, "%s", record.c_str());
     if (fputs(coded.c_str(), out_file) < 0 || fflush(out_file) != 0)
-      tell_write_error("var/test_msgs", strerror(errno));
-    fputs(sentence.c_str(), stdout);
-    fflush(stdout);
+      tell_write_error(run, "var/test_msgs", strerror(errno));
+    run.out << sentence << std::flush;
   });
 }
 
-// Writes `text` as a log record of `level`, in its place among what the
-// audit says.
-void Log(pnl_log::Level level, const std::string& text) {
+void MissedCheck::Log(pnl_log::Level level, const std::string& text) {
   if (!msglint_log.Check(level)) return;
-  in_order([level, text] { msglint_log.Write(level, "%s", text.c_str()); });
+  run.InOrder([level, text] { msglint_log.Write(level, "%s", text.c_str()); });
 }
 
-// Prints `text` on standard output, in its place among what the audit says.
-void Print(const std::string& text) {
-  in_order([text] {
-    fputs(text.c_str(), stdout);
-    fflush(stdout);
-  });
+void MissedCheck::Print(const std::string& text) {
+  run.InOrder([this, text] { run.out << text << std::flush; });
 }
 
-// Counts a message of `object` in `lang` found present, in its place
-// among what the audit says (the findings file lists objects in the order
-// first met).
-void Present(const std::string& lang, const std::string& object) {
-  in_order([lang, object] { Findings().Present(lang, object); });
+void MissedCheck::Present(const std::string& lang, const std::string& object) {
+  run.InOrder([this, lang, object] { run.findings.Present(lang, object); });
 }
 
-// Records the finding just reported (or, with `sentence`, printed): its
-// element of the description at `line`, and the message `message` of
-// section `section` where one belongs.
-void Record(const char* kind, const std::string& object, const char* element_type,
-            const std::string& element, const std::string& lang, int bit,
-            const std::string& message, const std::string& section, long line,
-            const std::string& sentence = std::string()) {
+void MissedCheck::Record(const char* kind, const std::string& object, const char* element_type,
+                         const std::string& element, const std::string& lang, int bit,
+                         const std::string& message, const std::string& section, long line,
+                         const std::string& sentence) {
   Finding finding;
   finding.kind = kind;
   finding.audit = "missing-messages";
@@ -202,27 +182,22 @@ void Record(const char* kind, const std::string& object, const char* element_typ
   finding.result_bit = bit;
   finding.message_name = message;
   finding.section = section;
-  finding.file = DescriptionFile(PNL_NAME());
+  finding.file = DescriptionFile(run.manager);
   finding.line = line;
   if (!sentence.empty()) {
     finding.report = sentence;
-    in_order([finding] { Findings().Add(finding); });
+    run.InOrder([this, finding] { run.findings.Add(finding); });
     return;
   }
   // The finding just reported: its texts are there once the report is.
-  in_order([finding]() mutable {
-    finding.report = Last().sentence;
-    finding.audit_line = Last().coded;
+  run.InOrder([this, finding]() mutable {
+    finding.report = last_report.sentence;
+    finding.audit_line = last_report.coded;
     if (!finding.audit_line.empty() && finding.audit_line.back() == '\n')
       finding.audit_line.pop_back();
-    Findings().Add(finding);
+    run.findings.Add(finding);
   });
 }
-
-// The query that finds the message `name` in a messages document.
-std::string MsgQuery(const std::string& name) { return "//messages/msg[@name='" + name + "']"; }
-
-}  // namespace
 
 // ---- Driver and exclusion lists -------------------------------------------
 
@@ -241,28 +216,27 @@ void MissedCheck::initExludeList() {
     else
       form.SetProp("nocheck", "yes");
   }
-  if (!exclude_xml.Save(pnl_file::GetCurrentDir() + "/ecl.xml", false)) {
+  if (!exclude_xml.Save(run.work_dir + "/ecl.xml", false)) {
     // A directory at ecl.xml is no write error of the disk: the file simply
     // cannot be there, as before.
-    if (errno != EISDIR) tell_write_error("ecl.xml", strerror(errno));
+    if (errno != EISDIR) tell_write_error(run, "ecl.xml", strerror(errno));
   }
 }
 
 int MissedCheck::check() {
-  const std::string work_dir = pnl_file::GetCurrentDir();
+  const std::string work_dir = run.work_dir;
   out_file = pnl_file::OpenForWriting(work_dir + "/var/test_msgs");
   if (!out_file) {
-    printf("Can't open out file for log.\n");
-    fflush(stdout);
+    run.out << "Can't open out file for log.\n" << std::flush;
     InputProblem problem;
     problem.kind = "audit-file-not-opened";
     problem.file = "var/test_msgs";
     problem.message = "the missing-message audit did not run";
-    Findings().AddProblem(problem);
+    run.findings.AddProblem(problem);
     return -1;
   }
 
-  main_xml_path = work_dir + "/etc/xml/" + PNL_NAME() + ".xml";
+  main_xml_path = work_dir + "/etc/xml/" + run.manager + ".xml";
   if (msglint_log.Check(9))
     msglint_log.Write(9, "%s:%d Main xml data stored in \"%s\".", MSGLINT_HERE,
                       main_xml_path.c_str());
@@ -276,7 +250,7 @@ int MissedCheck::check() {
   // evaluation each run is waited for where it starts, as the audit reads.
   std::unique_ptr<OrderedSteps> steps;
   if (!pnl_xml::IsLiteralEvaluation()) steps = std::make_unique<OrderedSteps>(kPanelCallsAtOnce);
-  set_audit_steps(steps.get());
+  run.steps = steps.get();
 
   if (report_mode == "-f") ValidateNext(main_xml, "//pnldata", {}, "pnldata");
 
@@ -286,7 +260,7 @@ int MissedCheck::check() {
   for (pnl_xml::XmlNode meta : metadata) {
     meta_name = meta.GetProp("name");
     meta_type = meta.GetProp("type");
-    pnl_xml::XPath nocheck(exclude_xml, "/doc/" + PNL_NAME() + "/" + meta_name + "/@" + "nocheck");
+    pnl_xml::XPath nocheck(exclude_xml, "/doc/" + run.manager + "/" + meta_name + "/@" + "nocheck");
     if (!nocheck.empty()) continue;
 
     if (meta_type == "form") {
@@ -306,9 +280,9 @@ int MissedCheck::check() {
   }
 
   if (steps) steps->Finish();
-  set_audit_steps(nullptr);
+  run.steps = nullptr;
 
-  if (fclose(out_file) != 0) tell_write_error("var/test_msgs", strerror(errno));
+  if (fclose(out_file) != 0) tell_write_error(run, "var/test_msgs", strerror(errno));
   out_file = nullptr;
 
   int result = base_code;
@@ -323,19 +297,19 @@ int MissedCheck::check() {
 }
 
 bool MissedCheck::isExcludedProp(std::string form, const std::string& prop) {
-  return !pnl_xml::XPath(exclude_xml, "//" + PNL_NAME() + "/" + form + "/" + prop).empty();
+  return !pnl_xml::XPath(exclude_xml, "//" + run.manager + "/" + form + "/" + prop).empty();
 }
 
 bool MissedCheck::usedFunctionToCheck(const std::string& func, const std::string& field,
                                       const std::string& lang) {
-  call_panel_function(func);
+  call_panel_function(run, func);
   return checkedHasHint(func, field, lang);
 }
 
 bool MissedCheck::checkedHasHint(const std::string& func, const std::string& field,
                                  const std::string& lang) {
-  const std::string work_dir = pnl_file::GetCurrentDir();
-  const std::string cache_file = pnl_file::GoodPath(work_dir + "/var/.xmlcache/" + PNL_NAME() +
+  const std::string work_dir = run.work_dir;
+  const std::string cache_file = pnl_file::GoodPath(work_dir + "/var/.xmlcache/" + run.manager +
                                                     "/checked/" + func + ".msg." + lang + ".xml");
   if (!pnl_file::Exists(cache_file)) return false;
   pnl_xml::Xml messages;
@@ -345,21 +319,21 @@ bool MissedCheck::checkedHasHint(const std::string& func, const std::string& fie
 
 void MissedCheck::whenHintChecked(const std::string& func, const std::string& field,
                                   const std::string& lang, std::function<void(bool)> then) {
-  OrderedSteps* steps = audit_steps();
+  OrderedSteps* steps = run.steps;
   if (steps == nullptr) {
     then(usedFunctionToCheck(func, field, lang));
     return;
   }
-  steps->After(panel_function_command(func),
+  steps->After(panel_function_command(run, func),
                [this, func, field, lang, then](pnl_proc::Execute& command) {
-                 panel_function_done(command);
+                 panel_function_done(run, command);
                  then(checkedHasHint(func, field, lang));
                });
 }
 
 void MissedCheck::add_kern_common_msg(pnl_xml::Xml& msgs, const std::string& lang) {
   pnl_xml::Xml kern;
-  kern.LoadFromFile(pnl_file::GetCurrentDir() + "/etc/xml/kern_msg_" + lang + ".xml");
+  kern.LoadFromFile(run.work_dir + "/etc/xml/kern_msg_" + lang + ".xml");
   pnl_xml::XmlNode root = msgs.GetRoot();
   for (pnl_xml::XmlNode msg : pnl_xml::XPath(kern, "//messages[@name='common']/msg"))
     root.AppendChild(msg);
@@ -402,7 +376,7 @@ void MissedCheck::check_form_fields(bool multi_form, const pnl_xml::XmlNode& for
     pnl_xml::XPath textdata(main_xml, path + "']/textdata");
 
     if (!textdata.empty()) {
-      if (PNL_NAME() == "rudpnl" && name == "confinfo" && meta_name == "spareaddmoveconfirm")
+      if (run.manager == "rudpnl" && name == "confinfo" && meta_name == "spareaddmoveconfirm")
         continue;
       if (textdata[0].GetProp("name") == name) {
         if (msglint_log.Check(3))
@@ -519,7 +493,7 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
                                    const std::vector<std::string>& checkbox_descs) {
   const std::string& form = meta_name;
   const char* const F = form.c_str();
-  const std::string& manager = PNL_NAME();
+  const std::string& manager = run.manager;
 
   for (const std::string& lang : langs) {
     const char* const L = lang.c_str();
@@ -571,7 +545,7 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
         // messages; the audit goes on meanwhile.
         whenHintChecked(form, field, lang, [this, form, field, lang, label_state, line](bool used) {
           if (used) return;
-          const std::string& manager = PNL_NAME();
+          const std::string& manager = run.manager;
           if (manager == "rudpnl" && field == "confinfo") return;
           if (manager == "rudpnl" && field == "net" && form == "vlan.edit") return;
           if (manager == "kelpnl" && field == "stat" && form == "usermove.last") return;
@@ -636,7 +610,7 @@ void MissedCheck::check_form_langs(const std::vector<std::string>& hint_fields,
 
 void MissedCheck::check_label(const std::string& form, const std::string& field,
                               const std::string& lang, MessageState label, long line) {
-  const std::string& manager = PNL_NAME();
+  const std::string& manager = run.manager;
   const char* const F = form.c_str();
   const char* const N = field.c_str();
   const char* const L = lang.c_str();
@@ -772,7 +746,7 @@ void MissedCheck::check_list() {
     }
 
     if (text.empty()) {
-      const std::string& manager = PNL_NAME();
+      const std::string& manager = run.manager;
       // These columns show plain text on purpose.
       const bool exempt =
           manager == "kelpnl" && ((column_name == "name" && list == "resellerstat") ||

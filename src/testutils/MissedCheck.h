@@ -12,10 +12,17 @@
 #include <string>
 #include <vector>
 
+#include "pnl/log.h"
 #include "pnl/xml.h"
+#include "testutils/run_context.h"
 
 class MissedCheck {
  public:
+  // Takes the run's languages, cache directory and report mode; a test may
+  // change them before check().
+  explicit MissedCheck(RunContext& run)
+      : langs(run.langs), cache_dir(run.CacheDir()), report_mode(run.mode), run(run) {}
+
   // Builds the exclusion document and writes it to "ecl.xml".
   void initExludeList();
   // Runs the audit; returns the result bit set, -1 when the audit file
@@ -54,7 +61,28 @@ class MissedCheck {
   void ValidateNext(pnl_xml::Xml doc, const std::string& path,
                     std::vector<std::string> conditions, const std::string& path_name);
 
-  // Filled by the run sequence before initExludeList() and check().
+  // What the audit says, each in its place among the run's ordered steps
+  // (see RunContext::InOrder).
+  // Writes one finding three ways, in this order: the log record (only when
+  // the log records its level), the coded line in the audit file, the
+  // sentence in the report; each stream is flushed after it.
+  void Report(FILE* out_file, pnl_log::Level level, const std::string& record,
+              const std::string& coded, const std::string& sentence);
+  // Writes `text` as a log record of `level`.
+  void Log(pnl_log::Level level, const std::string& text);
+  // Writes `text` in the report.
+  void Print(const std::string& text);
+  // Counts a message of `object` in `lang` found present (the findings file
+  // lists objects in the order first met).
+  void Present(const std::string& lang, const std::string& object);
+  // Records the finding just reported (or, with `sentence`, printed): its
+  // element of the description at `line`, and the message `message` of
+  // section `section` where one belongs.
+  void Record(const char* kind, const std::string& object, const char* element_type,
+              const std::string& element, const std::string& lang, int bit,
+              const std::string& message, const std::string& section, long line,
+              const std::string& sentence = std::string());
+
   std::vector<std::string> langs;
   std::string cache_dir;
   pnl_xml::Xml main_xml;
@@ -83,6 +111,14 @@ class MissedCheck {
   // descriptions ("checkbox:" + name).
   long form_line = 0;
   std::map<std::string, long> element_lines;
+  // The coded line and the sentence of the last finding reported, for its
+  // record in the findings file.
+  struct LastReport {
+    std::string coded;
+    std::string sentence;
+  };
+  LastReport last_report;
+  RunContext& run;
 };
 
 #endif  // TESTUTILS_MISSEDCHECK_H_

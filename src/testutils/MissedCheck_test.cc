@@ -66,11 +66,11 @@ TEST_F(MissedCheckTest, AuditFileThatCannotBeOpenedGivesMinusOne) {
 
 TEST_F(MissedCheckTest, AuditFileThatIsALinkIsNotFollowed) {
   WriteMain("<metadata name='user' type='form'><form/></metadata>");
-  dir.Link(dir.path() + "/etc/xml/" + PNL_NAME() + ".xml", "var/test_msgs");
-  const std::string description = dir.Read("etc/xml/" + PNL_NAME() + ".xml");
+  dir.Link(dir.path() + "/etc/xml/" + run.manager + ".xml", "var/test_msgs");
+  const std::string description = dir.Read("etc/xml/" + run.manager + ".xml");
   EXPECT_EQ(-1, RunCheck());
   EXPECT_EQ("Can't open out file for log.\n", out);
-  EXPECT_EQ(description, dir.Read("etc/xml/" + PNL_NAME() + ".xml"));
+  EXPECT_EQ(description, dir.Read("etc/xml/" + run.manager + ".xml"));
 }
 
 // A write that fails (here a file size limit stands in for a full disk) is
@@ -83,7 +83,7 @@ void WriteWithTinyFileLimit(MissedCheck& audit) {
   if (setrlimit(RLIMIT_FSIZE, &limit) != 0) std::_Exit(3);
   audit.initExludeList();
   audit.initExludeList();
-  std::_Exit(write_failed() ? kWriteError : 0);
+  std::_Exit(write_failed(audit.run) ? kWriteError : 0);
 }
 
 TEST_F(MissedCheckTest, FailedWriteOfTheExclusionListIsToldOnceAndGivesItsStatus) {
@@ -220,9 +220,9 @@ class MissedCheckSelfIncludedTest : public MissedCheckFixture {
   std::string Walk(const std::string& body) {
     WriteMain(body);
     LoadMain();
-    testing::internal::CaptureStdout();
+    report.str("");
     audit.ValidateNext(audit.main_xml, "//pnldata", {}, "pnldata");
-    return testing::internal::GetCapturedStdout();
+    return report.str();
   }
 };
 
@@ -268,9 +268,8 @@ TEST_F(MissedCheckSelfIncludedTest, UnnamedElementShowsItsPosition) {
 TEST_F(MissedCheckSelfIncludedTest, EmptyPathReturnsWithoutOutput) {
   WriteMain("<e name='a' if='X'><e name='b' if='X'/></e>");
   LoadMain();
-  testing::internal::CaptureStdout();
   audit.ValidateNext(audit.main_xml, "", {"X"}, "pnldata");
-  EXPECT_EQ("", testing::internal::GetCapturedStdout());
+  EXPECT_EQ("", report.str());
 }
 
 // ---- The panel's checked cache ----------------------------------------------
@@ -320,7 +319,6 @@ TEST_F(MissedCheckPanelTest, CommandAlwaysAsksInRussianAndTheLanguageNamesTheFil
 
 TEST_F(MissedCheckPanelTest, FunctionThatThePanelDoesNotKnowIsNotUsed) {
   PanelMessages("<msg name='hint_a'>H</msg>");
-  msglint_private::told_programs().clear();
   testing::internal::CaptureStderr();
   EXPECT_FALSE(audit.usedFunctionToCheck("nosuch", "a", "en"));
   EXPECT_FALSE(audit.usedFunctionToCheck("other", "a", "en"));

@@ -2,29 +2,27 @@
 // of the manager.
 #include "testutils/actionlist.h"
 
-#include <iostream>
+#include <ostream>
 #include <sstream>
 #include <vector>
 
 #include "pnl/file.h"
 #include "pnl/str.h"
-#include "testutils/diagnostics.h"
 #include "testutils/discovery.h"
 #include "testutils/findings.h"
-#include "testutils/msglint.h"
 #include "testutils/panel_calls.h"
 
-void check_actionlist(const std::string& lang) {
-  std::cout << std::endl;
-  std::cout << "Actionlist check for lang " << lang << std::endl;
+void check_actionlist(RunContext& run, const std::string& lang) {
+  run.out << std::endl;
+  run.out << "Actionlist check for lang " << lang << std::endl;
 
-  pnl_xml::Xml actions = ask_panel(PNL_NAME(), "func=actionlist&out=xml");
-  record_failed_query(actions, PNL_NAME(), "func=actionlist&out=xml");
-  SourceLines lines(pnl_file::GetCurrentDir());
+  pnl_xml::Xml actions = ask_panel(run, run.manager, "func=actionlist&out=xml");
+  record_failed_query(run, actions, run.manager, "func=actionlist&out=xml");
+  SourceLines lines(run.work_dir, run.last_lines_file);
 
   std::ostringstream out;
   std::vector<std::string> files;
-  getXmlFiles(files, lang);
+  getXmlFiles(run, files, lang);
   for (const std::string& path : files) {
     std::string name = pnl_file::SplitPath(path).second;
     for (int i = 0; i < 3; ++i) str::RGetWord(name, '.');
@@ -40,15 +38,15 @@ void check_actionlist(const std::string& lang) {
       finding.element_type = "section";
       finding.element = name;
       finding.language = lang;
-      finding.file = MessageFile(PNL_NAME(), lang);
-      finding.line = lines.Message(PNL_NAME(), lang, name, "");
+      finding.file = MessageFile(run.manager, lang);
+      finding.line = lines.Message(run.manager, lang, name, "");
       finding.report = "\t" + name + " - no such action\n";
-      Findings().Add(finding);
+      run.findings.Add(finding);
     }
   }
 
   if (out.str().empty())
-    std::cout << "\tEverything is ok" << std::endl;
+    run.out << "\tEverything is ok" << std::endl;
   else
-    std::cout << out.str() << std::flush;
+    run.out << out.str() << std::flush;
 }

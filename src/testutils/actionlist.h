@@ -6,8 +6,10 @@
 
 #include <string>
 
+#include "testutils/run_context.h"
+
 // Lists the cached description files of `lang` whose name is no action of
 // the running manager.
-void check_actionlist(const std::string& lang);
+void check_actionlist(RunContext& run, const std::string& lang);
 
 #endif  // TESTUTILS_ACTIONLIST_H_

@@ -1,4 +1,5 @@
 // The action list check, against the reference panel's own action list.
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include "support/scratch_dir.h"
 #include "testutils/actionlist.h"
 #include "testutils/msglint.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -17,7 +19,6 @@ const char kHeader[] = "\nActionlist check for lang en\n";
 class ActionlistTest : public testing::Test {
  protected:
   void SetUp() override {
-    PNL_NAME() = "sab";
     dir_.InstallPanel();
     dir_.AddManagerLink("sab");
   }
@@ -46,12 +47,14 @@ class ActionlistTest : public testing::Test {
     dir_.Write("var/.xmlcache/sab/" + file, "<messages name=\"x\"/>");
   }
   std::string Run() {
-    testing::internal::CaptureStdout();
-    check_actionlist("en");
-    return testing::internal::GetCapturedStdout();
+    out_.str("");
+    check_actionlist(run_, "en");
+    return out_.str();
   }
 
   ScratchDir dir_;
+  std::ostringstream out_;
+  RunContext run_{"sab", dir_.path(), out_};
 };
 
 TEST_F(ActionlistTest, EveryFileNamedAfterAnActionIsOk) {

@@ -2,29 +2,27 @@
 #include "testutils/column_hints.h"
 
 #include <algorithm>
-#include <iostream>
+#include <ostream>
 #include <set>
 #include <string_view>
 
 #include "pnl/file.h"
 #include "pnl/str.h"
 #include "testutils/findings.h"
-#include "testutils/msglint.h"
 
 namespace msglint_private {
 
 namespace {
 
-std::string XmlPath(const std::string& file) {
-  const std::string work_dir = pnl_file::GetCurrentDir();
+std::string XmlPath(const std::string& work_dir, const std::string& file) {
   return pnl_file::ConcatNPath(4, work_dir.c_str(), "etc", "xml", file.c_str());
 }
 
 }  // namespace
 
-ColumnList::ColumnList(const std::string& manager, const std::string& lang)
-    : manager(manager), lang(lang) {
-  const std::string path = XmlPath(manager + ".xml");
+ColumnList::ColumnList(const RunContext& run, const std::string& lang)
+    : manager(run.manager), lang(lang) {
+  const std::string path = XmlPath(run.work_dir, manager + ".xml");
   if (pnl_file::Exists(path)) doc.LoadFromFile(path);
 
   std::vector<std::string> columns;
@@ -43,8 +41,10 @@ ColumnList::ColumnList(const std::string& manager, const std::string& lang)
   doc = pnl_xml::Xml();
 }
 
-ColumnList::HintList::HintList(const std::string& manager, const std::string& lang)
-    : manager(manager), lang(lang), path_(XmlPath(manager + "_msg_" + lang + ".xml")) {}
+ColumnList::HintList::HintList(const RunContext& run, const std::string& lang)
+    : manager(run.manager),
+      lang(lang),
+      path_(XmlPath(run.work_dir, manager + "_msg_" + lang + ".xml")) {}
 
 // The sections that "/pnldata/lang[@name='LANG']/messages" selects, found by
 // the element scanner; false when the file is not one that the scanner
@@ -138,11 +138,12 @@ void ColumnList::HintList::Parse() {
 
 }  // namespace msglint_private
 
-void report_column_hints(const std::string& manager, const std::string& lang) {
-  msglint_private::ColumnList columns(manager, lang);
-  msglint_private::ColumnList::HintList hints(manager, lang);
+void report_column_hints(RunContext& run, const std::string& lang) {
+  const std::string& manager = run.manager;
+  msglint_private::ColumnList columns(run, lang);
+  msglint_private::ColumnList::HintList hints(run, lang);
   hints.Parse();
-  SourceLines lines(pnl_file::GetCurrentDir());
+  SourceLines lines(run.work_dir, run.last_lines_file);
   for (const auto& [list, names] : columns.table) {
     for (const std::string& column : names) {
       bool lacks = hints.table.empty();
@@ -153,8 +154,8 @@ void report_column_hints(const std::string& manager, const std::string& lang) {
                           "hint_" + column) == section->second.end();
       }
       if (lacks) {
-        std::cout << "В таблице '" << list << "' отстутствет хинт для столбца '" << column
-                  << "'" << std::endl;
+        run.out << "В таблице '" << list << "' отстутствет хинт для столбца '" << column
+                << "'" << std::endl;
         Finding finding;
         finding.kind = "missing-column-hint";
         finding.audit = "column-hints";
@@ -167,7 +168,7 @@ void report_column_hints(const std::string& manager, const std::string& lang) {
         finding.file = DescriptionFile(manager);
         finding.line = lines.Column(manager, list, column);
         finding.report = "В таблице '" + list + "' отстутствет хинт для столбца '" + column + "'\n";
-        Findings().Add(finding);
+        run.findings.Add(finding);
       }
     }
   }

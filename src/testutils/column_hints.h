@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "pnl/xml.h"
+#include "testutils/run_context.h"
 
 namespace msglint_private {
 
@@ -17,7 +18,7 @@ namespace msglint_private {
 // column names in description order. A later list of the same name wins.
 class ColumnList {
  public:
-  ColumnList(const std::string& manager, const std::string& lang);
+  ColumnList(const RunContext& run, const std::string& lang);
 
   // The hint messages of every messages section of a language's message
   // file: section name -> its "hint_" message names, ascending. Only the
@@ -30,7 +31,7 @@ class ColumnList {
   // literal evaluation, is parsed as a document and queried.
   class HintList {
    public:
-    HintList(const std::string& manager, const std::string& lang);
+    HintList(const RunContext& run, const std::string& lang);
     void Parse();
 
     std::string manager;
@@ -58,8 +59,8 @@ class ColumnList {
 
 }  // namespace msglint_private
 
-// Writes one line on standard output for every list column of `manager`
+// Writes one line of the report for every list column of the run's manager
 // that has no "hint_" message in the language's message file.
-void report_column_hints(const std::string& manager, const std::string& lang);
+void report_column_hints(RunContext& run, const std::string& lang);
 
 #endif  // TESTUTILS_COLUMN_HINTS_H_

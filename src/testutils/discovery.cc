@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "pnl/file.h"
-#include "testutils/msglint.h"
 
 namespace {
 
@@ -44,14 +43,15 @@ void RemoveIf(std::vector<std::string>& files, Predicate predicate) {
 
 }  // namespace
 
-void getXmlFiles(std::vector<std::string>& files, const std::string& lang) {
+void getXmlFiles(const RunContext& run, std::vector<std::string>& files,
+                 const std::string& lang) {
   files.clear();
-  const std::string cache_root = pnl_file::GetCurrentDir() + "/var/.xmlcache/";
-  getDirContent(cache_root + PNL_NAME(), files);
+  const std::string cache_root = run.work_dir + "/var/.xmlcache/";
+  getDirContent(cache_root + run.manager, files);
   RemoveIf(files, fileIsNotForLang(lang));
   // The base manager's own list is complete as it stands: its filter files
   // stay in it on purpose.
-  if (PNL_NAME() == "kern") return;
+  if (run.manager == "kern") return;
 
   std::vector<std::string> kern_files;
   getDirContent(cache_root + "kern", kern_files);
@@ -71,10 +71,10 @@ void split(const std::string& text, char separator, std::vector<std::string>& ou
   out.push_back(rest);
 }
 
-void ForEachCacheFile(const std::string& lang,
+void ForEachCacheFile(const RunContext& run, const std::string& lang,
                       const std::function<void(const std::string&, pnl_xml::Xml&)>& use) {
   std::vector<std::string> files;
-  getXmlFiles(files, lang);
+  getXmlFiles(run, files, lang);
   for (const std::string& path : files) {
     pnl_xml::Xml doc;
     doc.LoadFromFile(path);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "pnl/xml.h"
+#include "testutils/run_context.h"
 
 // True for a path that does not contain "." + lang + ".xml".
 struct fileIsNotForLang {
@@ -35,10 +36,11 @@ struct skipFile {
 // Replaces `out` with the full paths of the entries of `dir`.
 void getDirContent(const std::string& dir, std::vector<std::string>& out);
 // Replaces `files` with the checked manager's own cached XML files for `lang`.
-void getXmlFiles(std::vector<std::string>& files, const std::string& lang);
+void getXmlFiles(const RunContext& run, std::vector<std::string>& files,
+                 const std::string& lang);
 // Loads each cache file of language `lang` (as getXmlFiles lists them) and
 // hands it to `use`.
-void ForEachCacheFile(const std::string& lang,
+void ForEachCacheFile(const RunContext& run, const std::string& lang,
                       const std::function<void(const std::string&, pnl_xml::Xml&)>& use);
 
 // Appends to `out` the pieces of `text` between separators.

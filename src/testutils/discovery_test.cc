@@ -10,6 +10,7 @@
 #include "support/scratch_dir.h"
 #include "testutils/discovery.h"
 #include "testutils/msglint.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -58,7 +59,6 @@ TEST(SplitTest, EmptyTextGivesOneEmptyPiece) {
 
 class GetXmlFilesTest : public testing::Test {
  protected:
-  void SetUp() override { PNL_NAME() = "sab"; }
   void Cache(const std::string& manager, const std::string& file) {
     dir_.Write("var/.xmlcache/" + manager + "/" + file, "<messages/>");
   }
@@ -67,11 +67,13 @@ class GetXmlFilesTest : public testing::Test {
   }
   Files List(const std::string& lang) {
     Files files;
-    getXmlFiles(files, lang);
+    getXmlFiles(run_, files, lang);
     return files;
   }
 
   ScratchDir dir_;
+  std::ostringstream out_;
+  RunContext run_{"sab", dir_.path(), out_};
 };
 
 TEST_F(GetXmlFilesTest, KeepsOnlyTheLanguagesFiles) {
@@ -97,7 +99,7 @@ TEST_F(GetXmlFilesTest, ManagerFilterFilesAreLeftOut) {
 }
 
 TEST_F(GetXmlFilesTest, BaseManagerKeepsItsFilterFiles) {
-  PNL_NAME() = "kern";
+  run_.manager = "kern";
   Cache("kern", "kern.filter.en.xml");
   Cache("kern", "forms.en.xml");
   EXPECT_EQ(List("en"), (Files{Path("kern", "forms.en.xml"), Path("kern", "kern.filter.en.xml")}));
@@ -125,11 +127,11 @@ TEST_F(GetXmlFilesTest, EmptyOrMissingBaseManagerCacheRemovesNothing) {
 
 TEST_F(GetXmlFilesTest, PreviousContentNeverSurvives) {
   Files files{"stale"};
-  getXmlFiles(files, "en");
+  getXmlFiles(run_, files, "en");
   EXPECT_EQ(files, Files{});
   Cache("sab", "forms.en.xml");
   files = {"stale"};
-  getXmlFiles(files, "en");
+  getXmlFiles(run_, files, "en");
   EXPECT_EQ(files, Files{Path("sab", "forms.en.xml")});
 }
 

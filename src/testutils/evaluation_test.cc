@@ -1,6 +1,7 @@
 // Every audit gives the same report whether the platform layer evaluates
 // anchored queries from their anchor or exactly as written.
 #include <filesystem>
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include "pnl/xml.h"
 #include "support/scratch_dir.h"
 #include "testutils/msglint.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -23,7 +25,6 @@ class EvaluationTest : public testing::Test {
     dir_.InstallPanel();
     dir_.AddManagerLink("mailpnl");
     pnl_log::Init("msglint", 5);
-    PNL_NAME() = "mailpnl";
     for (const char* lang : {"en", "ru"}) {
       const std::string query = std::string("func=session&lang=") + lang + "&out=devel";
       pnl_client::Local("mailpnl", "checkXml").Query(query);
@@ -35,13 +36,11 @@ class EvaluationTest : public testing::Test {
   // The report of every audit of a full run, then the audit file.
   std::string Report(bool literal) {
     pnl_xml::SetLiteralEvaluation(literal);
-    RunContext run;
-    run.manager = "mailpnl";
+    std::ostringstream report;
+    RunContext run("mailpnl", dir_.path(), report);
     run.langs = {"en", "ru"};
-    run.work_dir = dir_.path();
-    testing::internal::CaptureStdout();
     const int result = RunAudits(run, CacheIsReady);
-    return testing::internal::GetCapturedStdout() + "result " + std::to_string(result) +
+    return report.str() + "result " + std::to_string(result) +
            "\n" + dir_.Read("var/test_msgs");
   }
 

@@ -3,7 +3,6 @@
 #include "testutils/includes.h"
 
 #include "pnl/file.h"
-#include "testutils/msglint.h"
 
 void print_msg(const std::string& object, const std::string& text,
                const std::string& problem, std::ostringstream& out) {
@@ -11,10 +10,9 @@ void print_msg(const std::string& object, const std::string& text,
   out.flush();
 }
 
-void MergeIncludes(pnl_xml::Xml& doc, const pnl_xml::XPath& includes,
+void MergeIncludes(const RunContext& run, pnl_xml::Xml& doc, const pnl_xml::XPath& includes,
                    const std::string& lang, std::ostringstream& out) {
-  const std::string cache_dir =
-      pnl_file::GetCurrentDir() + "/var/.xmlcache/" + PNL_NAME();
+  const std::string cache_dir = run.CacheDir();
   for (pnl_xml::XmlNode include : includes) {
     const std::string file = include.GetProp("name") + ".msg." + lang + ".xml";
     const std::string path = pnl_file::ConcatPath(cache_dir, file);

@@ -9,6 +9,7 @@
 #include "pnl/xml.h"
 #include "support/scratch_dir.h"
 #include "testutils/msglint.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -29,14 +30,13 @@ TEST(PrintMsgTest, AppendsToWhatTheStreamHolds) {
 
 class MergeIncludesTest : public testing::Test {
  protected:
-  void SetUp() override { PNL_NAME() = "sab"; }
   // Loads `text` as a document, merges its includes for "en" and returns
   // the report lines.
   std::string Merge(const std::string& text) {
     doc_.LoadFromString(text, "test");
     pnl_xml::XPath includes(doc_, "//include");
     std::ostringstream out;
-    MergeIncludes(doc_, includes, "en", out);
+    MergeIncludes(run_, doc_, includes, "en", out);
     return out.str();
   }
   // The names of the document's msg elements, in document order.
@@ -47,6 +47,8 @@ class MergeIncludesTest : public testing::Test {
   }
 
   ScratchDir dir_;
+  std::ostringstream out_;
+  RunContext run_{"sab", dir_.path(), out_};
   pnl_xml::Xml doc_;
 };
 

@@ -21,17 +21,11 @@
 #include "testutils/unused.h"
 #include "testutils/validator.h"
 
-std::string& PNL_NAME() {
-  static std::string name;
-  return name;
-}
-
-void usage(const std::string& program) {
-  std::cout << "Usage: " << program << " pnl_name report_type languagelist" << std::endl;
-  std::cout << " pnl_name - name of checked manager, e.g.: kern, sabpnl" << std::endl;
-  std::cout << " report_type : -s print short report, -f print full report (default)"
-            << std::endl;
-  std::cout << " languagelist - comma separated list of lanugages, e.g.: en,ru,fr" << std::endl;
+void usage(std::ostream& out, const std::string& program) {
+  out << "Usage: " << program << " pnl_name report_type languagelist" << std::endl;
+  out << " pnl_name - name of checked manager, e.g.: kern, sabpnl" << std::endl;
+  out << " report_type : -s print short report, -f print full report (default)" << std::endl;
+  out << " languagelist - comma separated list of lanugages, e.g.: en,ru,fr" << std::endl;
 }
 
 namespace {
@@ -44,12 +38,13 @@ namespace {
 
 }  // namespace
 
-void drop_languages(std::vector<std::string>& langs, const std::string& msg_dir) {
+void drop_languages(const std::string& manager, std::vector<std::string>& langs,
+                    const std::string& msg_dir) {
   std::vector<std::string>::size_type pos = 0;
   // A removal moves the position on as well, so after removing the last
   // language it stands beyond the end: "at or beyond" ends the walk.
   while (pos < langs.size()) {
-    const std::string path = msg_dir + PNL_NAME() + "_msg_" + langs[pos] + ".xml";
+    const std::string path = msg_dir + manager + "_msg_" + langs[pos] + ".xml";
     if (msglint_log.Check(9))
       msglint_log.Write(9, "%s:%d Checking existence of %s", MSGLINT_HERE, path.c_str());
     if (!pnl_file::Exists(path)) langs.erase(langs.begin() + pos);
@@ -64,14 +59,14 @@ namespace {
 // the base manager's panels and asks the panels for a session in each
 // language, which has them write the cache. Returns 0, or the run's exit
 // status when it must end here.
-int RebuildCache(const RunContext& run) {
+int RebuildCache(RunContext& run) {
   if (msglint_log.Check(9))
     msglint_log.Write(9, "%s:%d Work dir founded in \"%s\".", MSGLINT_HERE, run.work_dir.c_str());
   const std::string cache_dir = run.CacheDir();
   // Nothing is removed or written where a link could send it elsewhere.
   const std::vector<std::string> unsafe = unsafe_paths(run.manager);
   if (!unsafe.empty()) {
-    std::cout.flush();
+    run.out.flush();
     for (const std::string& sentence : unsafe) {
       if (msglint_log.Check(3)) msglint_log.Write(3, "unsafe installation: %s", sentence.c_str());
       std::cerr << "msglint: unsafe installation: " << sentence << std::endl;
@@ -86,7 +81,7 @@ int RebuildCache(const RunContext& run) {
 
   // killall finds no process to stop more often than not; only a killall
   // that cannot be run at all is worth a word.
-  run_command({"killall", "kern"}, false);
+  run_command(run, {"killall", "kern"}, false);
 
   // The base manager's panels need a moment to stop before the cache is
   // asked for again; the pause is fixed.
@@ -98,71 +93,85 @@ int RebuildCache(const RunContext& run) {
 
   for (const std::string& lang : run.langs) {
     const std::string query = "func=session&lang=" + lang + "&out=devel";
-    record_failed_query(ask_panel(run.manager, query), run.manager, query);
-    if (run.manager != "kern") record_failed_query(ask_panel("kern", query), "kern", query);
+    record_failed_query(run, ask_panel(run, run.manager, query), run.manager, query);
+    if (run.manager != "kern")
+      record_failed_query(run, ask_panel(run, "kern", query), "kern", query);
   }
   return 0;
 }
 
 }  // namespace
 
-int RunAudits(const RunContext& run,
-              const std::function<int(const RunContext&)>& prepare_cache) {
-  if (run.Full()) check_validator();
+int RunAudits(RunContext& run, const std::function<int(RunContext&)>& prepare_cache) {
+  if (run.Full()) check_validator(run);
 
   if (run.langs.empty()) {
     if (msglint_log.Check(3)) msglint_log.Write(3, "You should specify at least one language.");
-    std::cout << "You should specify at least one language." << std::endl;
-    Findings().Write(run.work_dir);
+    run.out << "You should specify at least one language." << std::endl;
+    run.findings.Write(run.work_dir);
     return 1;
   }
 
   if (const int status = prepare_cache(run); status != 0) return status;
 
-  tell_names_too_long(run.langs);
+  tell_names_too_long(run);
 
   if (run.Full()) {
     for (const std::string& lang : run.langs) {
-      check_repeats_and_unused(lang);
-      if (run.check_actions) check_actionlist(lang);
+      check_repeats_and_unused(run, lang);
+      if (run.check_actions) check_actionlist(run, lang);
     }
   }
 
-  for (const std::string& lang : run.langs) report_column_hints(run.manager, lang);
+  for (const std::string& lang : run.langs) report_column_hints(run, lang);
   // The missing-message audit asks for no lines: the description parsed
   // for them is let go before it starts.
-  SourceLines::ForgetLastFile();
+  run.last_lines_file = SourceLines::LastFile();
 
   int result;
   {
-    MissedCheck missed;
-    missed.langs = run.langs;
-    missed.cache_dir = run.CacheDir();
-    missed.report_mode = run.mode;
+    MissedCheck missed(run);
     missed.initExludeList();
     result = missed.check();
   }
-  Findings().Write(run.work_dir);
-  if (write_failed()) return kWriteError;
-  if (result >= 0 && panel_failed()) {
+  run.findings.Write(run.work_dir);
+  if (write_failed(run)) return kWriteError;
+  if (result >= 0 && panel_failed(run)) {
     const std::string line = "the panel did not answer every query: the report is incomplete";
     if (msglint_log.Check(3)) msglint_log.Write(3, "%s", line.c_str());
-    std::cout.flush();
+    run.out.flush();
     std::cerr << "msglint: " << line << std::endl;
     return kPanelFailure;
   }
   return result;
 }
 
+namespace {
+
+// Tells the XML layer's file problems as the run's own while it lives.
+class ProblemReporterScope {
+ public:
+  explicit ProblemReporterScope(RunContext& run) {
+    pnl_xml::SetProblemReporter([&run](const std::string& path, const std::string& line) {
+      tell_file_problem(run, path, line);
+    });
+  }
+  ~ProblemReporterScope() { pnl_xml::SetProblemReporter(nullptr); }
+  ProblemReporterScope(const ProblemReporterScope&) = delete;
+  ProblemReporterScope& operator=(const ProblemReporterScope&) = delete;
+};
+
+}  // namespace
+
 int kelmain(int argc, char** argv) {
   pnl_log::Init("msglint", 5);
-  pnl_xml::SetProblemReporter(tell_file_problem);
-  RunContext run;
   if (argc < 3) {
-    usage(argc > 0 && argv[0] ? argv[0] : "");
+    usage(std::cout, argc > 0 && argv[0] ? argv[0] : "");
     Fail();
   }
 
+  RunContext run(argv[1], pnl_file::GetCurrentDir(), std::cout);
+  const ProblemReporterScope reporter(run);
   int first = 2;
   const std::string mode = argv[2];
   if (mode == "-s" || mode == "-f") {
@@ -170,9 +179,6 @@ int kelmain(int argc, char** argv) {
     first = 3;
   }
 
-  PNL_NAME() = argv[1];
-  run.manager = argv[1];
-  run.work_dir = pnl_file::GetCurrentDir();
   const bool found =
       // A manager name is also a path piece (bin/NAME, var/.xmlcache/NAME):
       // one that could leave its directory names no manager.
@@ -182,16 +188,16 @@ int kelmain(int argc, char** argv) {
   if (!found) {
     if (msglint_log.Check(3))
       msglint_log.Write(3, "No manager with name \"%s\" found", run.manager.c_str());
-    std::cout << "No manager with name \"" << run.manager << "\" found" << std::endl;
+    run.out << "No manager with name \"" << run.manager << "\" found" << std::endl;
     Fail();
   }
 
   for (int i = first; i < argc; ++i) run.langs.push_back(argv[i]);
   const std::vector<std::string> given_langs = run.langs;
-  drop_languages(run.langs, run.work_dir + "/etc/xml/");
-  Findings().SetRun(run.manager, run.mode, std::vector<std::string>(argv + 2, argv + argc));
-  Findings().SetLanguages(run.langs);
-  RecordInputProblems(Findings(), run.work_dir, run.manager, given_langs, run.langs);
+  drop_languages(run.manager, run.langs, run.work_dir + "/etc/xml/");
+  run.findings.SetRun(run.manager, run.mode, std::vector<std::string>(argv + 2, argv + argc));
+  run.findings.SetLanguages(run.langs);
+  RecordInputProblems(run.findings, run.work_dir, run.manager, given_langs, run.langs);
 
   const int status = RunAudits(run, RebuildCache);
   // No language left ends the run as a command-line error does.

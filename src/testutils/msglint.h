@@ -8,6 +8,7 @@
 #define TESTUTILS_MSGLINT_H_
 
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -27,16 +28,12 @@ extern "C" __attribute__((visibility("default"))) int kelmain(int argc, char** a
 // the missing-message audit. Writes the findings file. Returns the result
 // bits of the missing-message audit, or the status that ends the run
 // early (1 without a language, kWriteError, kPanelFailure, ...).
-int RunAudits(const RunContext& run,
-              const std::function<int(const RunContext&)>& prepare_cache);
+int RunAudits(RunContext& run, const std::function<int(RunContext&)>& prepare_cache);
 // For a caller whose cache is there already.
-inline int CacheIsReady(const RunContext&) { return 0; }
+inline int CacheIsReady(RunContext&) { return 0; }
 
-// The process-wide name of the checked manager, set once by kelmain.
-std::string& PNL_NAME();
-
-// Writes the four-line usage text to standard output.
-void usage(const std::string& program);
+// Writes the four-line usage text to `out`.
+void usage(std::ostream& out, const std::string& program);
 
 // Exit statuses beside the result bits (1-31), 1 (command line) and 255
 // (the audit file cannot be opened):
@@ -54,10 +51,11 @@ const int kWriteError = 65;
 const int kPanelFailure = 66;
 
 // Drops from `langs` the languages whose message file
-// `msg_dir` + manager + "_msg_" + language + ".xml" does not exist. The walk
+// `msg_dir` + `manager` + "_msg_" + language + ".xml" does not exist. The walk
 // moves one position on after every removal too, so the language that moved
 // up into a removed one's place is kept unexamined; it ends at the end of
 // the list, also when the last language was the one removed.
-void drop_languages(std::vector<std::string>& langs, const std::string& msg_dir);
+void drop_languages(const std::string& manager, std::vector<std::string>& langs,
+                    const std::string& msg_dir);
 
 #endif  // TESTUTILS_MSGLINT_H_

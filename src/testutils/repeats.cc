@@ -5,13 +5,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <iostream>
+#include <ostream>
 #include <sstream>
 
 #include "pnl/file.h"
 #include "testutils/discovery.h"
 #include "testutils/findings.h"
-#include "testutils/msglint.h"
 
 namespace {
 
@@ -36,7 +35,7 @@ void AddRepeats(const std::string& path, const pnl_xml::Xml& doc, RepeatTable& t
   }
 }
 
-void PrintRepeats(const std::string& lang, const RepeatTable& table) {
+void PrintRepeats(RunContext& run, const std::string& lang, const RepeatTable& table) {
   std::vector<std::string> blocks;
   std::vector<Finding> repeated;
   for (const auto& [text, places] : table) {
@@ -58,24 +57,24 @@ void PrintRepeats(const std::string& lang, const RepeatTable& table) {
   // Equal counts keep the ascending order of their texts, so that every run
   // reports alike.
   std::stable_sort(blocks.begin(), blocks.end(), order);
-  for (const std::string& block : blocks) std::cout << block;
-  std::cout.flush();
+  for (const std::string& block : blocks) run.out << block;
+  run.out.flush();
   // Recorded in the order printed.
   std::stable_sort(repeated.begin(), repeated.end(),
                    [](const Finding& a, const Finding& b) { return order(a.report, b.report); });
-  for (const Finding& finding : repeated) Findings().Add(finding);
+  for (const Finding& finding : repeated) run.findings.Add(finding);
 }
 
-void PrintRepeatsHeader(const std::string& lang) {
-  std::cout << std::endl;
-  std::cout << "Repeated messages for lang " << lang << std::endl;
+void PrintRepeatsHeader(RunContext& run, const std::string& lang) {
+  run.out << std::endl;
+  run.out << "Repeated messages for lang " << lang << std::endl;
 }
 
-void check_repeats(const std::string& lang) {
-  PrintRepeatsHeader(lang);
+void check_repeats(RunContext& run, const std::string& lang) {
+  PrintRepeatsHeader(run, lang);
   RepeatTable table;
-  ForEachCacheFile(lang, [&table](const std::string& path, pnl_xml::Xml& doc) {
+  ForEachCacheFile(run, lang, [&table](const std::string& path, pnl_xml::Xml& doc) {
     AddRepeats(path, doc, table);
   });
-  PrintRepeats(lang, table);
+  PrintRepeats(run, lang, table);
 }

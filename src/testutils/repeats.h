@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "pnl/xml.h"
+#include "testutils/run_context.h"
 
 // One occurrence of a message: the base name of its file and its name.
 struct XmlMsg {
@@ -20,7 +21,7 @@ struct XmlMsg {
 
 // Lists the message texts of `lang` that occur more than once, the most
 // repeated first, with every place where they occur.
-void check_repeats(const std::string& lang);
+void check_repeats(RunContext& run, const std::string& lang);
 
 // True when the leading decimal number of `a` is greater than that of `b`
 // (strtol in base 10, cut to 32 bits).
@@ -31,7 +32,7 @@ using RepeatTable = std::map<std::string, std::vector<XmlMsg>>;
 // Adds the messages of `doc` (loaded from `path`, includes not merged).
 void AddRepeats(const std::string& path, const pnl_xml::Xml& doc, RepeatTable& table);
 // Prints the header of a language's report, and the report of `table`.
-void PrintRepeatsHeader(const std::string& lang);
-void PrintRepeats(const std::string& lang, const RepeatTable& table);
+void PrintRepeatsHeader(RunContext& run, const std::string& lang);
+void PrintRepeats(RunContext& run, const std::string& lang, const RepeatTable& table);
 
 #endif  // TESTUTILS_REPEATS_H_

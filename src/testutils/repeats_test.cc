@@ -1,4 +1,5 @@
 // The repeated message check.
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@
 #include "support/scratch_dir.h"
 #include "testutils/msglint.h"
 #include "testutils/repeats.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -15,17 +17,18 @@ const char kHeader[] = "\nRepeated messages for lang en\n";
 
 class RepeatsTest : public testing::Test {
  protected:
-  void SetUp() override { PNL_NAME() = "sab"; }
   void Cache(const std::string& file, const std::string& messages) {
     dir_.Write("var/.xmlcache/sab/" + file, "<messages name=\"x\">" + messages + "</messages>");
   }
   std::string Run(const std::string& lang = "en") {
-    testing::internal::CaptureStdout();
-    check_repeats(lang);
-    return testing::internal::GetCapturedStdout();
+    out_.str("");
+    check_repeats(run_, lang);
+    return out_.str();
   }
 
   ScratchDir dir_;
+  std::ostringstream out_;
+  RunContext run_{"sab", dir_.path(), out_};
 };
 
 TEST_F(RepeatsTest, SameTextInTwoFilesListsBothInFileOrder) {

@@ -3,16 +3,14 @@
 #include "testutils/unused.h"
 
 #include <algorithm>
-#include <iostream>
+#include <ostream>
 #include <memory>
 
 #include "pnl/file.h"
 #include "pnl/str.h"
-#include "testutils/diagnostics.h"
 #include "testutils/discovery.h"
 #include "testutils/findings.h"
 #include "testutils/includes.h"
-#include "testutils/msglint.h"
 #include "testutils/repeats.h"
 
 std::string get_prefix(std::string name) {
@@ -34,7 +32,7 @@ bool Selects(pnl_xml::Xml& doc, const std::string& expr) {
 // A finding of the unused audit about the entry `element` (of
 // `element_type`) of section `section` of the language's message file, at
 // that file's `line`.
-Finding SectionFinding(const std::string& kind, const std::string& section,
+Finding SectionFinding(const std::string& manager, const std::string& kind, const std::string& section,
                        const std::string& element_type, const std::string& element,
                        const std::string& lang, long line) {
   Finding finding;
@@ -45,32 +43,33 @@ Finding SectionFinding(const std::string& kind, const std::string& section,
   finding.element = element;
   finding.language = lang;
   finding.section = section;
-  finding.file = MessageFile(PNL_NAME(), lang);
+  finding.file = MessageFile(manager, lang);
   finding.line = line;
   return finding;
 }
 
 // The finding of a message of section `section` that nothing uses, at
 // `line` of the message file; `report` is its line of the report.
-Finding UnusedFinding(const std::string& section, const std::string& name,
+Finding UnusedFinding(const std::string& manager, const std::string& section, const std::string& name,
                       const std::string& lang, long line, const std::string& report) {
-  Finding finding = SectionFinding("unused-message", section, "message", name, lang, line);
+  Finding finding = SectionFinding(manager, "unused-message", section, "message", name, lang, line);
   finding.message_name = name;
   finding.report = report;
   return finding;
 }
 
 // The findings of the includes that MergeIncludes will find missing.
-void RecordMissingIncludes(const pnl_xml::XPath& includes, const std::string& section,
+void RecordMissingIncludes(const RunContext& run, const pnl_xml::XPath& includes, const std::string& section,
                            const std::string& lang, SourceLines& lines,
                            std::vector<Finding>& found) {
-  const std::string cache_dir = pnl_file::GetCurrentDir() + "/var/.xmlcache/" + PNL_NAME();
+  const std::string cache_dir = run.CacheDir();
   for (pnl_xml::XmlNode include : includes) {
     const std::string name = include.GetProp("name");
     if (pnl_file::Exists(pnl_file::ConcatPath(cache_dir, name + ".msg." + lang + ".xml")))
       continue;
-    Finding finding = SectionFinding("include-not-found", section, "include", name, lang,
-                                     lines.Message(PNL_NAME(), lang, section, ""));
+    Finding finding =
+        SectionFinding(run.manager, "include-not-found", section, "include", name, lang,
+                       lines.Message(run.manager, lang, section, ""));
     std::ostringstream line;
     print_msg("include", include.Str(), "include is not found", line);
     finding.report = line.str();
@@ -278,9 +277,9 @@ void list_process(const std::string& prefix, const std::string& rest,
   if (!meta.Col(name)) print_msg(name, text, "is unrecognized", out);
 }
 
-UnusedAudit::UnusedAudit(const std::string& lang)
-    : lang_(lang), lines_(pnl_file::GetCurrentDir()) {
-  description_.LoadFromFile(pnl_file::GetCurrentDir() + "/etc/xml/" + PNL_NAME() + ".xml");
+UnusedAudit::UnusedAudit(RunContext& run, const std::string& lang)
+    : run_(run), lang_(lang), lines_(run.work_dir, run.last_lines_file) {
+  description_.LoadFromFile(run.work_dir + "/etc/xml/" + run.manager + ".xml");
 }
 
 MetadataLookups* UnusedAudit::LookupsOf(const std::string& root_name) {
@@ -302,8 +301,8 @@ bool UnusedAudit::Check(const std::string& path, pnl_xml::Xml& doc, FileReport& 
 
   pnl_xml::XPath includes(doc, "//include");
   if (includes.size() != 0) {
-    RecordMissingIncludes(includes, root_name, lang_, lines_, found);
-    MergeIncludes(doc, includes, lang_, out);
+    RecordMissingIncludes(run_, includes, root_name, lang_, lines_, found);
+    MergeIncludes(run_, doc, includes, lang_, out);
   }
 
   // A document without metadata has nothing to be checked against: it is
@@ -327,7 +326,7 @@ bool UnusedAudit::Check(const std::string& path, pnl_xml::Xml& doc, FileReport& 
     else if (type == "form")
       form_process(prefix, rest, name, *meta, messages, text, out);
     if (out.tellp() != before)
-      unused.push_back({name, lines_.Message(PNL_NAME(), lang_, root_name, name),
+      unused.push_back({name, lines_.Message(run_.manager, lang_, root_name, name),
                         static_cast<std::size_t>(before), static_cast<std::size_t>(out.tellp())});
   }
 
@@ -341,42 +340,42 @@ bool UnusedAudit::Check(const std::string& path, pnl_xml::Xml& doc, FileReport& 
   return true;
 }
 
-void PrintUnused(const UnusedAudit::FileReport& report) {
-  std::cout << std::endl;
-  std::cout << report.base << std::endl;
-  std::cout << report.lines << std::flush;
-  for (const Finding& finding : report.includes) Findings().Add(finding);
+void PrintUnused(RunContext& run, const UnusedAudit::FileReport& report) {
+  run.out << std::endl;
+  run.out << report.base << std::endl;
+  run.out << report.lines << std::flush;
+  for (const Finding& finding : report.includes) run.findings.Add(finding);
   for (const UnusedAudit::Unused& unused : report.unused)
-    Findings().Add(UnusedFinding(report.section, unused.name, report.lang, unused.line,
+    run.findings.Add(UnusedFinding(run.manager, report.section, unused.name, report.lang, unused.line,
                                  report.lines.substr(unused.begin, unused.end - unused.begin)));
 }
 
-void PrintUnusedHeader(const std::string& lang) {
-  std::cout << std::endl;
-  std::cout << "Unused for lang " << lang << std::endl;
+void PrintUnusedHeader(RunContext& run, const std::string& lang) {
+  run.out << std::endl;
+  run.out << "Unused for lang " << lang << std::endl;
 }
 
-void check_unused(const std::string& lang) {
-  PrintUnusedHeader(lang);
-  UnusedAudit audit(lang);
-  ForEachCacheFile(lang, [&audit](const std::string& path, pnl_xml::Xml& doc) {
+void check_unused(RunContext& run, const std::string& lang) {
+  PrintUnusedHeader(run, lang);
+  UnusedAudit audit(run, lang);
+  ForEachCacheFile(run, lang, [&run, &audit](const std::string& path, pnl_xml::Xml& doc) {
     UnusedAudit::FileReport report;
-    if (audit.Check(path, doc, report)) PrintUnused(report);
+    if (audit.Check(path, doc, report)) PrintUnused(run, report);
   });
 }
 
-void check_repeats_and_unused(const std::string& lang) {
-  PrintRepeatsHeader(lang);
+void check_repeats_and_unused(RunContext& run, const std::string& lang) {
+  PrintRepeatsHeader(run, lang);
   RepeatTable table;
-  UnusedAudit audit(lang);
+  UnusedAudit audit(run, lang);
   std::vector<UnusedAudit::FileReport> reports;
-  ForEachCacheFile(lang, [&](const std::string& path, pnl_xml::Xml& doc) {
+  ForEachCacheFile(run, lang, [&](const std::string& path, pnl_xml::Xml& doc) {
     // The repeated audit reads the file as it stands, before the merge.
     AddRepeats(path, doc, table);
     UnusedAudit::FileReport report;
     if (audit.Check(path, doc, report)) reports.push_back(std::move(report));
   });
-  PrintRepeats(lang, table);
-  PrintUnusedHeader(lang);
-  for (const UnusedAudit::FileReport& report : reports) PrintUnused(report);
+  PrintRepeats(run, lang, table);
+  PrintUnusedHeader(run, lang);
+  for (const UnusedAudit::FileReport& report : reports) PrintUnused(run, report);
 }

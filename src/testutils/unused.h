@@ -15,13 +15,14 @@
 
 #include "pnl/xml.h"
 #include "testutils/findings.h"
+#include "testutils/run_context.h"
 
 // Lists the messages of `lang` that no element of their form or list uses.
-void check_unused(const std::string& lang);
+void check_unused(RunContext& run, const std::string& lang);
 
 // check_repeats then check_unused, with the same report, findings and
 // files, but each cache file read once for both.
-void check_repeats_and_unused(const std::string& lang);
+void check_repeats_and_unused(RunContext& run, const std::string& lang);
 
 // The text before the first "_" when something follows it, else "".
 std::string get_prefix(std::string name);
@@ -129,7 +130,7 @@ class UnusedAudit {
     std::vector<Unused> unused;
   };
 
-  explicit UnusedAudit(const std::string& lang);
+  UnusedAudit(RunContext& run, const std::string& lang);
 
   // Checks the file at `path`, loaded into `doc` (whose includes are merged
   // into it); false when the file has nothing to report.
@@ -143,6 +144,7 @@ class UnusedAudit {
   // element would be memory held for nothing.
   MetadataLookups* LookupsOf(const std::string& root_name);
 
+  RunContext& run_;
   std::string lang_;
   pnl_xml::Xml description_;
   SourceLines lines_;
@@ -152,8 +154,8 @@ class UnusedAudit {
 };
 
 // Prints the header of a language's unused report.
-void PrintUnusedHeader(const std::string& lang);
+void PrintUnusedHeader(RunContext& run, const std::string& lang);
 // Prints what one file gets in the report and records its findings.
-void PrintUnused(const UnusedAudit::FileReport& report);
+void PrintUnused(RunContext& run, const UnusedAudit::FileReport& report);
 
 #endif  // TESTUTILS_UNUSED_H_

@@ -2,21 +2,19 @@
 // validator.
 #include "testutils/validator.h"
 
-#include <iostream>
+#include <ostream>
 
 #include "pnl/file.h"
 #include "pnl/xml.h"
-#include "testutils/diagnostics.h"
 #include "testutils/findings.h"
-#include "testutils/msglint.h"
 
-void check_validator() {
-  std::cout << std::endl;
-  std::cout << "Checking validator for inputs" << std::endl;
+void check_validator(RunContext& run) {
+  run.out << std::endl;
+  run.out << "Checking validator for inputs" << std::endl;
 
-  const std::string xml_dir = pnl_file::GetCurrentDir() + "/etc/xml/";
+  const std::string xml_dir = run.work_dir + "/etc/xml/";
   pnl_xml::Xml description;
-  description.LoadFromFile(xml_dir + PNL_NAME() + ".xml");
+  description.LoadFromFile(xml_dir + run.manager + ".xml");
   // The Russian titles and labels help to find the field on screen,
   // whatever languages the run audits.
   // Read for this check only: the cache of parsed files need not keep it
@@ -24,7 +22,7 @@ void check_validator() {
   pnl_xml::Xml messages;
   const bool keep = pnl_xml::KeepsParsedFiles();
   pnl_xml::SetKeepParsedFiles(false);
-  messages.LoadFromFile(xml_dir + PNL_NAME() + "_msg_ru.xml");
+  messages.LoadFromFile(xml_dir + run.manager + "_msg_ru.xml");
   pnl_xml::SetKeepParsedFiles(keep);
 
   pnl_xml::XPath inputs(description, "//input[@type=\"text\" and not(@check)]");
@@ -50,17 +48,17 @@ void check_validator() {
                           "//messages[@name='" + form + "']/msg[@name='" + field + "']");
     if (labels.size() > 0) label = labels[0].Str();
 
-    std::cout << form << " -> " << field << "\t\t" << "(" << title << " -> " << label << ")"
-              << std::endl;
+    run.out << form << " -> " << field << "\t\t" << "(" << title << " -> " << label << ")"
+            << std::endl;
     Finding finding;
     finding.kind = "input-without-validator";
     finding.audit = "validator";
     finding.object = form;
     finding.element_type = "field";
     finding.element = field;
-    finding.file = DescriptionFile(PNL_NAME());
+    finding.file = DescriptionFile(run.manager);
     finding.line = input.Line();
     finding.report = form + " -> " + field + "\t\t(" + title + " -> " + label + ")\n";
-    Findings().Add(finding);
+    run.findings.Add(finding);
   }
 }

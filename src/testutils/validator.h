@@ -4,8 +4,10 @@
 #ifndef TESTUTILS_VALIDATOR_H_
 #define TESTUTILS_VALIDATOR_H_
 
+#include "testutils/run_context.h"
+
 // Lists the text inputs of the manager's forms that have no validator, with
 // their form, field and Russian title and label.
-void check_validator();
+void check_validator(RunContext& run);
 
 #endif  // TESTUTILS_VALIDATOR_H_

@@ -1,4 +1,5 @@
 // The validator check: text inputs without a check attribute.
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@
 #include "support/scratch_dir.h"
 #include "testutils/msglint.h"
 #include "testutils/validator.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -15,7 +17,6 @@ const char kHeader[] = "\nChecking validator for inputs\n";
 
 class ValidatorTest : public testing::Test {
  protected:
-  void SetUp() override { PNL_NAME() = "sab"; }
   void Description(const std::string& metadata) {
     dir_.Write("etc/xml/sab.xml", "<pnldata>" + metadata + "</pnldata>");
   }
@@ -24,12 +25,14 @@ class ValidatorTest : public testing::Test {
                "<pnldata><lang name=\"ru\">" + sections + "</lang></pnldata>");
   }
   std::string Run() {
-    testing::internal::CaptureStdout();
-    check_validator();
-    return testing::internal::GetCapturedStdout();
+    out_.str("");
+    check_validator(run_);
+    return out_.str();
   }
 
   ScratchDir dir_;
+  std::ostringstream out_;
+  RunContext run_{"sab", dir_.path(), out_};
 };
 
 TEST_F(ValidatorTest, TextInputOfAFieldGetsFormFieldTitleAndLabel) {
