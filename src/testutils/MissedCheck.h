@@ -45,18 +45,53 @@ class MissedCheck {
                        const std::string& lang, std::function<void(bool)> then);
   void add_kern_common_msg(pnl_xml::Xml& msgs, const std::string& lang);
 
+  // Gathers the fields of `form` that need a hint and the check-box
+  // descriptions it needs, reporting textdata named like its field and the
+  // "convert" attributes of domain inputs on the way.
   void check_form_fields(bool multi_form, const pnl_xml::XmlNode& form,
                          std::vector<std::string>& hint_fields,
                          std::vector<std::string>& checkbox_descs);
+  // One field of the form: `form_path` is the query of the form's fields
+  // up to the opening quote of the field's name.
+  void check_form_field(const std::string& form_path, const pnl_xml::XmlNode& field,
+                        std::vector<std::string>& hint_fields,
+                        std::vector<std::string>& checkbox_descs);
+  // Reports a textdata named like its field `name`; false when the field
+  // is passed over altogether.
+  bool check_field_textdata(const pnl_xml::XPath& textdata, const std::string& name);
+  // Whether the field's children are all of one kind that needs no
+  // messages (message textdata, links, descriptions, hidden inputs).
+  bool only_of_one_kind(const std::string& name, const pnl_xml::XPath& children,
+                        const pnl_xml::XPath& msg_textdata, const pnl_xml::XPath& links,
+                        const pnl_xml::XPath& descs, const pnl_xml::XPath& hidden);
+  void check_domain_convert(const pnl_xml::XmlNode& domain, const std::string& name);
+
+  // The form's title, the hints and labels of `hint_fields` and the
+  // descriptions of `checkbox_descs`, in every language.
   void check_form_langs(const std::vector<std::string>& hint_fields,
                         const std::vector<std::string>& checkbox_descs);
+  void check_form_lang(const std::string& lang, const std::vector<std::string>& hint_fields,
+                       const std::vector<std::string>& checkbox_descs);
+  // The hint (and then the label) of `field` in the language's assembled
+  // `messages`.
+  void check_field_hint(pnl_xml::Xml& messages, const std::string& lang,
+                        const std::string& field);
+  void check_checkbox(pnl_xml::Xml& messages, const std::string& lang,
+                      const std::string& checkbox);
   // What the description's messages say of a message.
   enum class MessageState { kMissing, kEmpty, kPresent };
   // Reports the label of `field` of form `form` in `lang` when missing or
   // empty (at `line` of the description).
   void check_label(const std::string& form, const std::string& field, const std::string& lang,
                    MessageState label, long line);
+  // The columns (descriptions, background and text colours) and toolbar
+  // buttons (short names, hints) of the list being checked.
   void check_list();
+  class ListMessages;
+  void check_list_column(const pnl_xml::XmlNode& column, ListMessages& messages);
+  void check_background_colors(const pnl_xml::XmlNode& column, const pnl_xml::XPath& background);
+  void check_text_colors(const pnl_xml::XmlNode& column, const pnl_xml::XPath& text);
+  void check_list_button(const pnl_xml::XmlNode& button, ListMessages& messages);
   void check_mainmenu();
   void ValidateNext(pnl_xml::Xml doc, const std::string& path,
                     std::vector<std::string> conditions, const std::string& path_name);

@@ -32,9 +32,9 @@ bool Selects(pnl_xml::Xml& doc, const std::string& expr) {
 // A finding of the unused audit about the entry `element` (of
 // `element_type`) of section `section` of the language's message file, at
 // that file's `line`.
-Finding SectionFinding(const std::string& manager, const std::string& kind, const std::string& section,
-                       const std::string& element_type, const std::string& element,
-                       const std::string& lang, long line) {
+Finding SectionFinding(const std::string& manager, const std::string& kind,
+                       const std::string& section, const std::string& element_type,
+                       const std::string& element, const std::string& lang, long line) {
   Finding finding;
   finding.kind = kind;
   finding.audit = "unused";
@@ -50,8 +50,9 @@ Finding SectionFinding(const std::string& manager, const std::string& kind, cons
 
 // The finding of a message of section `section` that nothing uses, at
 // `line` of the message file; `report` is its line of the report.
-Finding UnusedFinding(const std::string& manager, const std::string& section, const std::string& name,
-                      const std::string& lang, long line, const std::string& report) {
+Finding UnusedFinding(const std::string& manager, const std::string& section,
+                      const std::string& name, const std::string& lang, long line,
+                      const std::string& report) {
   Finding finding = SectionFinding(manager, "unused-message", section, "message", name, lang, line);
   finding.message_name = name;
   finding.report = report;
@@ -59,9 +60,9 @@ Finding UnusedFinding(const std::string& manager, const std::string& section, co
 }
 
 // The findings of the includes that MergeIncludes will find missing.
-void RecordMissingIncludes(const RunContext& run, const pnl_xml::XPath& includes, const std::string& section,
-                           const std::string& lang, SourceLines& lines,
-                           std::vector<Finding>& found) {
+void RecordMissingIncludes(const RunContext& run, const pnl_xml::XPath& includes,
+                           const std::string& section, const std::string& lang,
+                           SourceLines& lines, std::vector<Finding>& found) {
   const std::string cache_dir = run.CacheDir();
   for (pnl_xml::XmlNode include : includes) {
     const std::string name = include.GetProp("name");
@@ -346,8 +347,9 @@ void PrintUnused(RunContext& run, const UnusedAudit::FileReport& report) {
   run.out << report.lines << std::flush;
   for (const Finding& finding : report.includes) run.findings.Add(finding);
   for (const UnusedAudit::Unused& unused : report.unused)
-    run.findings.Add(UnusedFinding(run.manager, report.section, unused.name, report.lang, unused.line,
-                                 report.lines.substr(unused.begin, unused.end - unused.begin)));
+    run.findings.Add(UnusedFinding(run.manager, report.section, unused.name, report.lang,
+                                   unused.line,
+                                   report.lines.substr(unused.begin, unused.end - unused.begin)));
 }
 
 void PrintUnusedHeader(RunContext& run, const std::string& lang) {
