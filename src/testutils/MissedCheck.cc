@@ -14,6 +14,7 @@
 #include "pnl/log.h"
 #include "pnl/str.h"
 #include "testutils/diagnostics.h"
+#include "testutils/audit_finding.h"
 #include "testutils/findings.h"
 #include "testutils/includes.h"
 #include "testutils/msglint.h"
@@ -172,13 +173,7 @@ void MissedCheck::Record(const char* kind, const std::string& object, const char
                          const std::string& element, const std::string& lang, int bit,
                          const std::string& message, const std::string& section, long line,
                          const std::string& sentence) {
-  Finding finding;
-  finding.kind = kind;
-  finding.audit = "missing-messages";
-  finding.object = object;
-  finding.element_type = element_type;
-  finding.element = element;
-  finding.language = lang;
+  Finding finding = AuditFinding("missing-messages", kind, object, element_type, element, lang);
   finding.result_bit = bit;
   finding.message_name = message;
   finding.section = section;
@@ -423,29 +418,19 @@ bool MissedCheck::only_of_one_kind(const std::string& name, const pnl_xml::XPath
                                    const pnl_xml::XPath& msg_textdata,
                                    const pnl_xml::XPath& links, const pnl_xml::XPath& descs,
                                    const pnl_xml::XPath& hidden) {
-  const char* const F = name.c_str();
-  const char* const M = meta_name.c_str();
-  auto only = [&children](const pnl_xml::XPath& part) {
-    return !part.empty() && part.size() == children.size();
+  // Each kind with what the log says of a field made of it only.
+  const struct {
+    const pnl_xml::XPath& part;
+    const char* format;
+  } kinds[] = {
+      {msg_textdata, "Only textdata in field '%s' in '%s' skiping it"},
+      {links, "Only links presented in field '%s' in '%s' skiping it"},
+      {descs, "Only descriptions presented in field '%s' in '%s' skiping it"},
+      {hidden, "Skiping field '%s' in '%s' 'cause it is hidden"},
   };
-  if (only(msg_textdata)) {
-    if (msglint_log.Check(4))
-      Log(4, Format("Only textdata in field '%s' in '%s' skiping it", F, M));
-    return true;
-  }
-  if (only(links)) {
-    if (msglint_log.Check(4))
-      Log(4, Format("Only links presented in field '%s' in '%s' skiping it", F, M));
-    return true;
-  }
-  if (only(descs)) {
-    if (msglint_log.Check(4))
-      Log(4, Format("Only descriptions presented in field '%s' in '%s' skiping it", F, M));
-    return true;
-  }
-  if (only(hidden)) {
-    if (msglint_log.Check(4))
-      Log(4, Format("Skiping field '%s' in '%s' 'cause it is hidden", F, M));
+  for (const auto& kind : kinds) {
+    if (kind.part.empty() || kind.part.size() != children.size()) continue;
+    if (msglint_log.Check(4)) Log(4, Format(kind.format, name.c_str(), meta_name.c_str()));
     return true;
   }
   return false;

@@ -8,6 +8,7 @@
 
 #include "pnl/file.h"
 #include "pnl/str.h"
+#include "testutils/audit_finding.h"
 #include "testutils/discovery.h"
 #include "testutils/findings.h"
 #include "testutils/panel_calls.h"
@@ -31,13 +32,7 @@ void check_actionlist(RunContext& run, const std::string& lang) {
     pnl_xml::XPath found(actions, "//elem/action[text()='" + name + "']");
     if (found.size() == 0) {
       out << "\t" << name << " - no such action" << "\n";
-      Finding finding;
-      finding.kind = "no-such-action";
-      finding.audit = "actionlist";
-      finding.object = name;
-      finding.element_type = "section";
-      finding.element = name;
-      finding.language = lang;
+      Finding finding = AuditFinding("actionlist", "no-such-action", name, "section", name, lang);
       finding.file = MessageFile(run.manager, lang);
       finding.line = lines.Message(run.manager, lang, name, "");
       finding.report = "\t" + name + " - no such action\n";

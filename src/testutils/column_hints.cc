@@ -8,6 +8,7 @@
 
 #include "pnl/file.h"
 #include "pnl/str.h"
+#include "testutils/audit_finding.h"
 #include "testutils/findings.h"
 
 namespace msglint_private {
@@ -156,13 +157,8 @@ void report_column_hints(RunContext& run, const std::string& lang) {
       if (lacks) {
         run.out << "В таблице '" << list << "' отстутствет хинт для столбца '" << column
                 << "'" << std::endl;
-        Finding finding;
-        finding.kind = "missing-column-hint";
-        finding.audit = "column-hints";
-        finding.object = list;
-        finding.element_type = "column";
-        finding.element = column;
-        finding.language = lang;
+        Finding finding =
+            AuditFinding("column-hints", "missing-column-hint", list, "column", column, lang);
         finding.message_name = "hint_" + column;
         finding.section = list;
         finding.file = DescriptionFile(manager);

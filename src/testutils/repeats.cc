@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "pnl/file.h"
+#include "testutils/audit_finding.h"
 #include "testutils/discovery.h"
 #include "testutils/findings.h"
 
@@ -43,12 +44,7 @@ void PrintRepeats(RunContext& run, const std::string& lang, const RepeatTable& t
     if (places.size() > 1) {
       block << places.size() << " - '" << text << "'" << "\n";
       for (const XmlMsg& place : places) block << "\t" << place.file << " " << place.name << "\n";
-      Finding finding;
-      finding.kind = "repeated-message";
-      finding.audit = "repeats";
-      finding.element_type = "text";
-      finding.element = text;
-      finding.language = lang;
+      Finding finding = AuditFinding("repeats", "repeated-message", "", "text", text, lang);
       finding.report = block.str();
       repeated.push_back(finding);
     }

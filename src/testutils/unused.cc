@@ -8,6 +8,7 @@
 
 #include "pnl/file.h"
 #include "pnl/str.h"
+#include "testutils/audit_finding.h"
 #include "testutils/discovery.h"
 #include "testutils/findings.h"
 #include "testutils/includes.h"
@@ -35,13 +36,7 @@ bool Selects(pnl_xml::Xml& doc, const std::string& expr) {
 Finding SectionFinding(const std::string& manager, const std::string& kind,
                        const std::string& section, const std::string& element_type,
                        const std::string& element, const std::string& lang, long line) {
-  Finding finding;
-  finding.kind = kind;
-  finding.audit = "unused";
-  finding.object = section;
-  finding.element_type = element_type;
-  finding.element = element;
-  finding.language = lang;
+  Finding finding = AuditFinding("unused", kind, section, element_type, element, lang);
   finding.section = section;
   finding.file = MessageFile(manager, lang);
   finding.line = line;

@@ -6,6 +6,7 @@
 
 #include "pnl/file.h"
 #include "pnl/xml.h"
+#include "testutils/audit_finding.h"
 #include "testutils/findings.h"
 
 void check_validator(RunContext& run) {
@@ -50,12 +51,8 @@ void check_validator(RunContext& run) {
 
     run.out << form << " -> " << field << "\t\t" << "(" << title << " -> " << label << ")"
             << std::endl;
-    Finding finding;
-    finding.kind = "input-without-validator";
-    finding.audit = "validator";
-    finding.object = form;
-    finding.element_type = "field";
-    finding.element = field;
+    Finding finding =
+        AuditFinding("validator", "input-without-validator", form, "field", field, "");
     finding.file = DescriptionFile(run.manager);
     finding.line = input.Line();
     finding.report = form + " -> " + field + "\t\t(" + title + " -> " + label + ")\n";
