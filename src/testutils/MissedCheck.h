@@ -1,7 +1,7 @@
 // The missing-message audit: walks every metadata element of the checked
 // manager's main description and reports missing, empty or wrongly
 // attributed messages of forms, lists and the main menu, three ways (log,
-// audit file, standard output), counting them into the result bit set.
+// audit file, the run's report), counting them into the result bit set.
 #ifndef TESTUTILS_MISSEDCHECK_H_
 #define TESTUTILS_MISSEDCHECK_H_
 

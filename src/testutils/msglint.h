@@ -1,9 +1,10 @@
 // The msglint module: the entry function kelmain and the run sequence. The
 // audits live in files of their own (validator.h, unused.h, repeats.h,
 // actionlist.h, column_hints.h, MissedCheck.h), and so do what they share:
-// panel and command calls (panel_calls.h), what the module tells on
-// standard error (diagnostics.h), file discovery (discovery.h), include
-// merging (includes.h) and the unsafe-path check (unsafe_paths.h).
+// the run they are handed (run_context.h), panel and command calls
+// (panel_calls.h), what the module tells on standard error
+// (diagnostics.h), file discovery (discovery.h), include merging
+// (includes.h) and the unsafe-path check (unsafe_paths.h).
 #ifndef TESTUTILS_MSGLINT_H_
 #define TESTUTILS_MSGLINT_H_
 
