@@ -13,7 +13,6 @@
 #include "pnl/log.h"
 #include "support/scratch_dir.h"
 #include "testutils/MissedCheck.h"
-#include "testutils/msglint.h"
 #include "testutils/run_context.h"
 
 class MissedCheckFixture : public testing::Test {

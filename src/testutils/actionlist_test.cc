@@ -7,7 +7,6 @@
 #include "pnl/client.h"
 #include "support/scratch_dir.h"
 #include "testutils/actionlist.h"
-#include "testutils/msglint.h"
 #include "testutils/run_context.h"
 
 namespace {

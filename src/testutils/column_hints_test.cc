@@ -8,7 +8,6 @@
 
 #include "support/scratch_dir.h"
 #include "testutils/column_hints.h"
-#include "testutils/msglint.h"
 #include "testutils/run_context.h"
 
 namespace {

@@ -9,7 +9,6 @@
 #include "pnl/xml.h"
 #include "support/scratch_dir.h"
 #include "testutils/discovery.h"
-#include "testutils/msglint.h"
 #include "testutils/run_context.h"
 
 namespace {

@@ -8,7 +8,6 @@
 
 #include "pnl/xml.h"
 #include "support/scratch_dir.h"
-#include "testutils/msglint.h"
 #include "testutils/run_context.h"
 
 namespace {

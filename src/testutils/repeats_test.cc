@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "support/scratch_dir.h"
-#include "testutils/msglint.h"
 #include "testutils/repeats.h"
 #include "testutils/run_context.h"
 

@@ -7,10 +7,9 @@
 
 #include "support/scratch_dir.h"
 #include "testutils/findings.h"
-#include "testutils/msglint.h"
 #include "testutils/repeats.h"
-#include "testutils/unused.h"
 #include "testutils/run_context.h"
+#include "testutils/unused.h"
 
 namespace {
 

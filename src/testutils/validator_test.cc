@@ -5,9 +5,8 @@
 #include <gtest/gtest.h>
 
 #include "support/scratch_dir.h"
-#include "testutils/msglint.h"
-#include "testutils/validator.h"
 #include "testutils/run_context.h"
+#include "testutils/validator.h"
 
 namespace {
 
