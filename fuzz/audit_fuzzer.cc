@@ -7,14 +7,16 @@
 // written and once the fast way: the two reports and audit files must be
 // the same byte for byte.
 //
-// The audits are called directly, not through kelmain, so that the run
-// never stops panels or starts one: the scratch installation has no bin/
-// and no sbin/, so no program of it can be started. The action-list audit,
-// which asks the manager's running panel, is left out.
+// The audits run through RunAudits, not kelmain, with the cache as written
+// here, so that the run never stops panels or starts one: the scratch
+// installation has no bin/ and no sbin/, so no program of it can be
+// started. The action-list audit, which asks the manager's running panel,
+// is left out.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,33 +24,22 @@
 #include "panel/cache.h"
 #include "pnl/log.h"
 #include "pnl/xml.h"
-#include "testutils/MissedCheck.h"
 #include "testutils/msglint.h"
+#include "testutils/run_context.h"
 
 namespace {
 
 // The report and audit file of a full run in the current directory.
-std::string RunAudits(bool literal) {
+std::string Report(bool literal) {
   pnl_xml::SetLiteralEvaluation(literal);
-  std::vector<std::string> langs = {"en", "ru"};
-  drop_languages(langs, std::filesystem::current_path().string() + "/etc/xml/");
-  int result = 0;
-  std::string report = fuzz_support::CaptureStdout([&] {
-    check_validator();
-    for (const std::string& lang : langs) {
-      check_repeats_and_unused(lang);
-    }
-    for (const std::string& lang : langs) report_column_hints("m", lang);
-    if (langs.empty()) return;
-    MissedCheck missed;
-    missed.langs = langs;
-    missed.cache_dir = std::filesystem::current_path().string() + "/var/.xmlcache/m";
-    missed.report_mode = "-f";
-    missed.initExludeList();
-    result = missed.check();
-  });
+  std::ostringstream report;
+  RunContext run("m", std::filesystem::current_path().string(), report);
+  run.langs = {"en", "ru"};
+  run.check_actions = false;
+  drop_languages(run.manager, run.langs, run.work_dir + "/etc/xml/");
+  const int result = RunAudits(run, CacheIsReady);
   pnl_xml::SetLiteralEvaluation(false);
-  return report + "result " + std::to_string(result) + "\n" +
+  return report.str() + "result " + std::to_string(result) + "\n" +
          fuzz_support::ReadFile(std::filesystem::current_path().filename().string() +
                                 "/var/test_msgs");
 }
@@ -68,7 +59,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz_support::WriteFile(dir + "/etc/xml/kern_msg_en.xml", parts[3]);
   std::filesystem::current_path(scratch + "/" + dir);
   pnl_log::Init("msglint", 5);
-  PNL_NAME() = "m";
 
   std::string error;
   for (const char* manager : {"m", "kern"}) {
@@ -76,8 +66,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (const char* lang : {"en", "ru"}) cache.WriteSession(lang, &error);
   }
 
-  const std::string literal = RunAudits(true);
-  const std::string fast = RunAudits(false);
+  const std::string literal = Report(true);
+  const std::string fast = Report(false);
   if (literal != fast) {
     fprintf(stderr, "the fast report differs from the literal one\n--- literal\n%s--- fast\n%s",
             literal.c_str(), fast.c_str());

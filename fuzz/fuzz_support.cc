@@ -1,6 +1,5 @@
 #include "fuzz_support.h"
 
-#include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -16,7 +15,6 @@ namespace fuzz_support {
 
 namespace {
 std::string scratch_dir;
-const char kCaptureFile[] = ".fuzz-stdout";
 }  // namespace
 
 std::string EnterScratchDir() {
@@ -64,29 +62,6 @@ std::vector<std::string> SplitParts(const uint8_t* data, size_t size, size_t cou
   parts.push_back(text.substr(std::min(start, text.size())));
   parts.resize(count);
   return parts;
-}
-
-int BeginCapture() {
-  std::cout.flush();
-  fflush(stdout);
-  int saved = dup(1);
-  int fd = open((scratch_dir + "/" + kCaptureFile).c_str(),
-                O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  if (saved < 0 || fd < 0) abort();
-  dup2(fd, 1);
-  close(fd);
-  return saved;
-}
-
-std::string EndCapture(int saved) {
-  std::cout.flush();
-  fflush(stdout);
-  dup2(saved, 1);
-  close(saved);
-  std::string text = ReadFile(kCaptureFile);
-  std::error_code ec;
-  fs::remove(fs::path(scratch_dir) / kCaptureFile, ec);
-  return text;
 }
 
 }  // namespace fuzz_support

@@ -1,6 +1,6 @@
 // Helpers shared by the fuzz targets: a scratch installation directory that
-// is the current directory for the whole fuzzing process, the splitting of
-// one input into several files, and the capture of standard output.
+// is the current directory for the whole fuzzing process, and the splitting
+// of one input into several files.
 #ifndef FUZZ_FUZZ_SUPPORT_H_
 #define FUZZ_FUZZ_SUPPORT_H_
 
@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <vector>
+
 
 namespace fuzz_support {
 
@@ -26,22 +27,6 @@ std::string ReadFile(const std::string& rel);
 // The parts of an input separated by lines "====": "a\n====\nb" gives "a"
 // and "b". Missing parts are empty.
 std::vector<std::string> SplitParts(const uint8_t* data, size_t size, size_t count);
-
-// Runs `body` with file descriptor 1 (and std::cout and stdout) sent to a
-// file, and returns what it wrote.
-template <typename Body>
-std::string CaptureStdout(Body body);
-
-// What CaptureStdout builds on.
-int BeginCapture();
-std::string EndCapture(int saved);
-
-template <typename Body>
-std::string CaptureStdout(Body body) {
-  int saved = BeginCapture();
-  body();
-  return EndCapture(saved);
-}
 
 }  // namespace fuzz_support
 

@@ -17,7 +17,9 @@
 #include "fuzz_support.h"
 #include "panel/cache.h"
 #include "pnl/xml.h"
-#include "testutils/msglint.h"
+#include "testutils/discovery.h"
+#include "testutils/includes.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -44,7 +46,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz_support::WriteFile(dir + "/etc/xml/kern_msg_en.xml", parts[1]);
   fuzz_support::WriteFile(dir + "/etc/xml/m.xml", parts[2]);
   std::filesystem::current_path(scratch + "/" + dir);
-  PNL_NAME() = "m";
 
   const panel::ManagerCache cache("m");
   std::string error;
@@ -58,14 +59,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ExpectNoSectionInclude(doc);
   }
 
+  // A run of the module in the installation, its report kept apart.
+  std::ostringstream report;
+  RunContext run("m", std::filesystem::current_path().string(), report);
   std::vector<std::string> files;
-  getXmlFiles(files, "en");
+  getXmlFiles(run, files, "en");
   for (const std::string& file : files) {
     pnl_xml::Xml doc;
     doc.LoadFromFile(file);
     pnl_xml::XPath includes(doc, "//include");
     std::ostringstream out;
-    if (!includes.empty()) MergeIncludes(doc, includes, "en", out);
+    if (!includes.empty()) MergeIncludes(run, doc, includes, "en", out);
     ExpectNoInclude(doc);
   }
 

@@ -18,6 +18,7 @@
 #define PNL_XML_H_
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -135,8 +136,9 @@ class XPath {
 // well-formed is always logged. The library prints nothing: a program that
 // wants such problems told installs a reporter, called with the file's path
 // (or the origin of a parsed text) and one line "PATH:LINE: MESSAGE" or
-// "PATH: cannot read: REASON". nullptr removes it.
-using ProblemReporter = void (*)(const std::string& path, const std::string& line);
+// "PATH: cannot read: REASON". nullptr removes it. A reporter may carry
+// what it tells into (the run it belongs to).
+using ProblemReporter = std::function<void(const std::string& path, const std::string& line)>;
 void SetProblemReporter(ProblemReporter reporter);
 
 class Xml {

@@ -1,18 +1,19 @@
 // A test fixture for the missing-message audit: a scratch installation
 // directory with the module's log in it, one MissedCheck for the checked
 // manager, and helpers that write the manager's description and cached
-// message files and run the audit with standard output captured.
+// message files and run the audit with its report kept in a string.
 #ifndef TESTUTILS_MISSEDCHECK_FIXTURE_H_
 #define TESTUTILS_MISSEDCHECK_FIXTURE_H_
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 
 #include "pnl/log.h"
 #include "support/scratch_dir.h"
 #include "testutils/MissedCheck.h"
-#include "testutils/msglint.h"
+#include "testutils/run_context.h"
 
 class MissedCheckFixture : public testing::Test {
  protected:
@@ -25,13 +26,13 @@ class MissedCheckFixture : public testing::Test {
 
   // Makes `name` the checked manager, as the run sequence does.
   void SetManager(const std::string& name) {
-    PNL_NAME() = name;
+    run.manager = name;
     audit.cache_dir = dir.path() + "/var/.xmlcache/" + name;
   }
 
   // The manager's main description: `body` inside the pnldata root.
   void WriteMain(const std::string& body) const {
-    dir.Write("etc/xml/" + PNL_NAME() + ".xml", "<pnldata>" + body + "</pnldata>\n");
+    dir.Write("etc/xml/" + run.manager + ".xml", "<pnldata>" + body + "</pnldata>\n");
   }
 
   // A cached message file of the checked manager, e.g. Messages("user",
@@ -44,21 +45,20 @@ class MissedCheckFixture : public testing::Test {
   // Any file of the cache directory: a messages root named `root` around `body`.
   void CacheFile(const std::string& file, const std::string& root,
                  const std::string& body) const {
-    dir.Write("var/.xmlcache/" + PNL_NAME() + "/" + file,
+    dir.Write("var/.xmlcache/" + run.manager + "/" + file,
               "<messages name=\"" + root + "\">" + body + "</messages>\n");
   }
 
   // Loads the main description into the audit, as check() does.
   void LoadMain() {
-    audit.main_xml.LoadFromFile(dir.path() + "/etc/xml/" + PNL_NAME() + ".xml");
+    audit.main_xml.LoadFromFile(dir.path() + "/etc/xml/" + run.manager + ".xml");
   }
 
-  // Runs check() with standard output captured; keeps its result, what it
-  // printed and the audit file.
+  // Runs check(); keeps its result, its report and the audit file.
   int RunCheck() {
-    testing::internal::CaptureStdout();
+    report.str("");
     result = audit.check();
-    out = testing::internal::GetCapturedStdout();
+    out = report.str();
     audit_file = dir.Read("var/test_msgs");
     return result;
   }
@@ -81,7 +81,10 @@ class MissedCheckFixture : public testing::Test {
   }
 
   testing_support::ScratchDir dir;
-  MissedCheck audit;
+  // The run's report.
+  std::ostringstream report;
+  RunContext run{"M", dir.path(), report};
+  MissedCheck audit{run};
   int result = 0;
   std::string out;
   std::string audit_file;

@@ -25,9 +25,9 @@ class MissedCheckFormFieldsTest : public MissedCheckFixture {
     pnl_xml::XPath nodes(audit.main_xml, "//pnldata/metadata/form");
     hint_fields.clear();
     checkbox_descs.clear();
-    testing::internal::CaptureStdout();
+    report.str("");
     audit.check_form_fields(multi_form, nodes[index], hint_fields, checkbox_descs);
-    return testing::internal::GetCapturedStdout();
+    return report.str();
   }
 
   std::vector<std::string> hint_fields;

@@ -11,7 +11,9 @@
 
 #include "findings/paths.h"
 #include "pnl/file.h"
+#include "testutils/diagnostics.h"
 #include "testutils/MissedCheck_fixture.h"
+#include "testutils/msglint.h"
 
 namespace {
 
@@ -65,11 +67,11 @@ TEST_F(MissedCheckTest, AuditFileThatCannotBeOpenedGivesMinusOne) {
 
 TEST_F(MissedCheckTest, AuditFileThatIsALinkIsNotFollowed) {
   WriteMain("<metadata name='user' type='form'><form/></metadata>");
-  dir.Link(dir.path() + "/" + findings::DescriptionFile(PNL_NAME()), "var/test_msgs");
-  const std::string description = dir.Read(findings::DescriptionFile(PNL_NAME()));
+  dir.Link(dir.path() + "/" + findings::DescriptionFile(run.manager), "var/test_msgs");
+  const std::string description = dir.Read(findings::DescriptionFile(run.manager));
   EXPECT_EQ(-1, RunCheck());
   EXPECT_EQ("Can't open out file for log.\n", out);
-  EXPECT_EQ(description, dir.Read(findings::DescriptionFile(PNL_NAME())));
+  EXPECT_EQ(description, dir.Read(findings::DescriptionFile(run.manager)));
 }
 
 // A write that fails (here a file size limit stands in for a full disk) is
@@ -82,7 +84,7 @@ void WriteWithTinyFileLimit(MissedCheck& audit) {
   if (setrlimit(RLIMIT_FSIZE, &limit) != 0) std::_Exit(3);
   audit.initExludeList();
   audit.initExludeList();
-  std::_Exit(write_failed() ? kWriteError : 0);
+  std::_Exit(write_failed(audit.run) ? kWriteError : 0);
 }
 
 TEST_F(MissedCheckTest, FailedWriteOfTheExclusionListIsToldOnceAndGivesItsStatus) {
@@ -219,9 +221,9 @@ class MissedCheckSelfIncludedTest : public MissedCheckFixture {
   std::string Walk(const std::string& body) {
     WriteMain(body);
     LoadMain();
-    testing::internal::CaptureStdout();
+    report.str("");
     audit.ValidateNext(audit.main_xml, "//pnldata", {}, "pnldata");
-    return testing::internal::GetCapturedStdout();
+    return report.str();
   }
 };
 
@@ -267,9 +269,8 @@ TEST_F(MissedCheckSelfIncludedTest, UnnamedElementShowsItsPosition) {
 TEST_F(MissedCheckSelfIncludedTest, EmptyPathReturnsWithoutOutput) {
   WriteMain("<e name='a' if='X'><e name='b' if='X'/></e>");
   LoadMain();
-  testing::internal::CaptureStdout();
   audit.ValidateNext(audit.main_xml, "", {"X"}, "pnldata");
-  EXPECT_EQ("", testing::internal::GetCapturedStdout());
+  EXPECT_EQ("", report.str());
 }
 
 // ---- The panel's checked cache ----------------------------------------------
@@ -319,7 +320,6 @@ TEST_F(MissedCheckPanelTest, CommandAlwaysAsksInRussianAndTheLanguageNamesTheFil
 
 TEST_F(MissedCheckPanelTest, FunctionThatThePanelDoesNotKnowIsNotUsed) {
   PanelMessages("<msg name='hint_a'>H</msg>");
-  msglint_private::told_programs().clear();
   testing::internal::CaptureStderr();
   EXPECT_FALSE(audit.usedFunctionToCheck("nosuch", "a", "en"));
   EXPECT_FALSE(audit.usedFunctionToCheck("other", "a", "en"));

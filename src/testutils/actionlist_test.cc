@@ -1,11 +1,13 @@
 // The action list check, against the reference panel's own action list.
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "pnl/client.h"
 #include "support/scratch_dir.h"
-#include "testutils/msglint.h"
+#include "testutils/actionlist.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -16,7 +18,6 @@ const char kHeader[] = "\nActionlist check for lang en\n";
 class ActionlistTest : public testing::Test {
  protected:
   void SetUp() override {
-    PNL_NAME() = "sab";
     dir_.InstallPanel();
     dir_.AddManagerLink("sab");
   }
@@ -45,12 +46,14 @@ class ActionlistTest : public testing::Test {
     dir_.Write("var/.xmlcache/sab/" + file, "<messages name=\"x\"/>");
   }
   std::string Run() {
-    testing::internal::CaptureStdout();
-    check_actionlist("en");
-    return testing::internal::GetCapturedStdout();
+    out_.str("");
+    check_actionlist(run_, "en");
+    return out_.str();
   }
 
   ScratchDir dir_;
+  std::ostringstream out_;
+  RunContext run_{"sab", dir_.path(), out_};
 };
 
 TEST_F(ActionlistTest, EveryFileNamedAfterAnActionIsOk) {

@@ -1,12 +1,14 @@
 // The column hint check: ColumnList, ColumnList::HintList and the report.
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "support/scratch_dir.h"
-#include "testutils/msglint.h"
+#include "testutils/column_hints.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -16,7 +18,6 @@ using Table = std::map<std::string, std::vector<std::string>>;
 
 class ColumnHintsTest : public testing::Test {
  protected:
-  void SetUp() override { PNL_NAME() = "sab"; }
   void Description(const std::string& metadata) {
     dir_.Write("etc/xml/sab.xml", "<pnldata>" + metadata + "</pnldata>");
   }
@@ -31,15 +32,17 @@ class ColumnHintsTest : public testing::Test {
     return "<lang name=\"en\">" + sections + "</lang>";
   }
   std::string Run() {
-    testing::internal::CaptureStdout();
-    report_column_hints("sab", "en");
-    return testing::internal::GetCapturedStdout();
+    out_.str("");
+    report_column_hints(run_, "en");
+    return out_.str();
   }
   static std::string Line(const std::string& list, const std::string& column) {
     return "В таблице '" + list + "' отстутствет хинт для столбца '" + column + "'\n";
   }
 
   ScratchDir dir_;
+  std::ostringstream out_;
+  RunContext run_{"sab", dir_.path(), out_};
 };
 
 TEST_F(ColumnHintsTest, ColumnWithoutHintIsReported) {
@@ -135,7 +138,7 @@ TEST_F(ColumnHintsTest, OnlyMetadataUnderTheRootCounts) {
 TEST_F(ColumnHintsTest, ColumnListHoldsColumnsInDescriptionOrder) {
   Description(List("user", "<col name=\"b\"/><col name=\"a\"/>") +
               "<metadata name=\"form\" type=\"form\"/>" + List("empty", ""));
-  ColumnList columns("sab", "en");
+  ColumnList columns(run_, "en");
   EXPECT_EQ(columns.manager, "sab");
   EXPECT_EQ(columns.lang, "en");
   EXPECT_EQ(columns.table, (Table{{"empty", {}}, {"user", {"b", "a"}}}));
@@ -147,7 +150,7 @@ TEST_F(ColumnHintsTest, HintListHoldsEachSectionsOwnHintsAscending) {
               "<messages name=\"other\"><msg name=\"hint_o\"/></messages>"
               "<messages name=\"again\"><msg name=\"hint_1\"/></messages>"
               "<messages name=\"again\"><msg name=\"hint_2\"/></messages>"));
-  ColumnList::HintList hints("sab", "en");
+  ColumnList::HintList hints(run_, "en");
   EXPECT_TRUE(hints.table.empty());
   hints.Parse();
   EXPECT_EQ(hints.table, (Table{{"again", {"hint_2"}},
@@ -184,10 +187,10 @@ TEST_F(ColumnHintsTest, ScannedHintsAreTheQueriedHints) {
   };
   for (const std::string& file : files) {
     dir_.Write("etc/xml/sab_msg_en.xml", file);
-    ColumnList::HintList scanned("sab", "en");
+    ColumnList::HintList scanned(run_, "en");
     scanned.Parse();
     pnl_xml::SetLiteralEvaluation(true);
-    ColumnList::HintList queried("sab", "en");
+    ColumnList::HintList queried(run_, "en");
     queried.Parse();
     pnl_xml::SetLiteralEvaluation(false);
     EXPECT_EQ(queried.table, scanned.table) << file;
@@ -229,21 +232,21 @@ TEST_F(ColumnHintsTest, HostileNamesAreReadAsTheDocumentHoldsThem) {
                "<pnldata><lang name=\"l" + name.written + "\"><messages name=\"u" +
                    name.written + "\"><msg name=\"hint_c" + name.written +
                    "\">H</msg><msg name=\"hint_plain\">P</msg></messages></lang></pnldata>");
-    ColumnList::HintList scanned("sab", lang);
+    ColumnList::HintList scanned(run_, lang);
     scanned.Parse();
     EXPECT_EQ(scanned.table, (Table{{"u" + name.held, {"hint_c" + name.held, "hint_plain"}}}))
         << name.written;
     pnl_xml::SetLiteralEvaluation(true);
-    ColumnList::HintList queried("sab", lang);
+    ColumnList::HintList queried(run_, lang);
     queried.Parse();
-    testing::internal::CaptureStdout();
-    report_column_hints("sab", lang);
-    const std::string literal = testing::internal::GetCapturedStdout();
+    out_.str("");
+    report_column_hints(run_, lang);
+    const std::string literal = out_.str();
     pnl_xml::SetLiteralEvaluation(false);
     EXPECT_EQ(queried.table, scanned.table) << name.written;
-    testing::internal::CaptureStdout();
-    report_column_hints("sab", lang);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), literal) << name.written;
+    out_.str("");
+    report_column_hints(run_, lang);
+    EXPECT_EQ(out_.str(), literal) << name.written;
     EXPECT_EQ(literal, "") << name.written;
   }
 }

@@ -1,4 +1,4 @@
-// File discovery (getXmlFiles and its predicates, split) and include merging.
+// File discovery: getXmlFiles and its predicates, split.
 #include <sstream>
 #include <string>
 #include <vector>
@@ -8,7 +8,8 @@
 #include "pnl/file.h"
 #include "pnl/xml.h"
 #include "support/scratch_dir.h"
-#include "testutils/msglint.h"
+#include "testutils/discovery.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -57,7 +58,6 @@ TEST(SplitTest, EmptyTextGivesOneEmptyPiece) {
 
 class GetXmlFilesTest : public testing::Test {
  protected:
-  void SetUp() override { PNL_NAME() = "sab"; }
   void Cache(const std::string& manager, const std::string& file) {
     dir_.Write("var/.xmlcache/" + manager + "/" + file, "<messages/>");
   }
@@ -66,11 +66,13 @@ class GetXmlFilesTest : public testing::Test {
   }
   Files List(const std::string& lang) {
     Files files;
-    getXmlFiles(files, lang);
+    getXmlFiles(run_, files, lang);
     return files;
   }
 
   ScratchDir dir_;
+  std::ostringstream out_;
+  RunContext run_{"sab", dir_.path(), out_};
 };
 
 TEST_F(GetXmlFilesTest, KeepsOnlyTheLanguagesFiles) {
@@ -96,7 +98,7 @@ TEST_F(GetXmlFilesTest, ManagerFilterFilesAreLeftOut) {
 }
 
 TEST_F(GetXmlFilesTest, BaseManagerKeepsItsFilterFiles) {
-  PNL_NAME() = "kern";
+  run_.manager = "kern";
   Cache("kern", "kern.filter.en.xml");
   Cache("kern", "forms.en.xml");
   EXPECT_EQ(List("en"), (Files{Path("kern", "forms.en.xml"), Path("kern", "kern.filter.en.xml")}));
@@ -124,93 +126,12 @@ TEST_F(GetXmlFilesTest, EmptyOrMissingBaseManagerCacheRemovesNothing) {
 
 TEST_F(GetXmlFilesTest, PreviousContentNeverSurvives) {
   Files files{"stale"};
-  getXmlFiles(files, "en");
+  getXmlFiles(run_, files, "en");
   EXPECT_EQ(files, Files{});
   Cache("sab", "forms.en.xml");
   files = {"stale"};
-  getXmlFiles(files, "en");
+  getXmlFiles(run_, files, "en");
   EXPECT_EQ(files, Files{Path("sab", "forms.en.xml")});
-}
-
-// ---- Include merging ---------------------------------------------------------
-
-class MergeIncludesTest : public testing::Test {
- protected:
-  void SetUp() override { PNL_NAME() = "sab"; }
-  // Loads `text` as a document, merges its includes for "en" and returns
-  // the report lines.
-  std::string Merge(const std::string& text) {
-    doc_.LoadFromString(text, "test");
-    pnl_xml::XPath includes(doc_, "//include");
-    std::ostringstream out;
-    MergeIncludes(doc_, includes, "en", out);
-    return out.str();
-  }
-  // The names of the document's msg elements, in document order.
-  std::string Names(const std::string& expr) {
-    std::string names;
-    for (pnl_xml::XmlNode node : pnl_xml::XPath(doc_, expr)) names += node.GetProp("name") + " ";
-    return names;
-  }
-
-  ScratchDir dir_;
-  pnl_xml::Xml doc_;
-};
-
-TEST_F(MergeIncludesTest, MissingFileGivesOneLineAndTheIncludeGoes) {
-  EXPECT_EQ(Merge("<messages name=\"user\"><include name=\"gone\">Gone text</include>"
-                  "<msg name=\"a\">A</msg></messages>"),
-            "\tinclude - include is not found. \t\t msgtext: Gone text\n");
-  EXPECT_EQ(pnl_xml::XPath(doc_, "//include").size(), 0u);
-  EXPECT_EQ(Names("/*/*"), "a ");
-}
-
-TEST_F(MergeIncludesTest, MissingThenPresentIncludeMergesTheSecond) {
-  dir_.Write("var/.xmlcache/sab/shared.msg.en.xml",
-             "<messages name=\"shared\"><msg name=\"s1\">S1</msg></messages>");
-  EXPECT_EQ(Merge("<messages name=\"user\"><include name=\"gone\"/>"
-                  "<include name=\"shared\"/><msg name=\"a\">A</msg></messages>"),
-            "\tinclude - include is not found. \t\t msgtext: \n");
-  EXPECT_EQ(Names("/*/*"), "a s1 ");
-  EXPECT_EQ(pnl_xml::XPath(doc_, "//include").size(), 0u);
-}
-
-TEST_F(MergeIncludesTest, AllMessagesOfTheFileLandUnderTheRoot) {
-  dir_.Write("var/.xmlcache/sab/shared.msg.en.xml",
-             "<messages name=\"shared\"><msg name=\"s1\">S1</msg>"
-             "<group><msg name=\"s2\">S2</msg></group><msg name=\"s3\">S3</msg>"
-             "<include name=\"deeper\"/></messages>");
-  dir_.Write("var/.xmlcache/sab/deeper.msg.en.xml",
-             "<messages name=\"deeper\"><msg name=\"d\">D</msg></messages>");
-  EXPECT_EQ(Merge("<doc><messages name=\"user\"><include name=\"shared\"/>"
-                  "<msg name=\"a\">A</msg></messages></doc>"),
-            "");
-  EXPECT_EQ(Names("/doc/*"), "user s1 s2 s3 ");
-  EXPECT_EQ(Names("/doc/messages/*"), "a ");
-  EXPECT_EQ(pnl_xml::XPath(doc_, "//msg[@name='s2']")[0].Str(), "S2");
-}
-
-TEST_F(MergeIncludesTest, SameFileTwiceIsCopiedTwice) {
-  dir_.Write("var/.xmlcache/sab/shared.msg.en.xml",
-             "<messages name=\"shared\"><msg name=\"s1\">S1</msg></messages>");
-  EXPECT_EQ(Merge("<messages><include name=\"shared\"/><include name=\"shared\"/></messages>"),
-            "");
-  EXPECT_EQ(Names("/*/*"), "s1 s1 ");
-}
-
-TEST_F(MergeIncludesTest, IncludeWithoutNameLooksForTheBareSuffix) {
-  dir_.Write("var/.xmlcache/sab/.msg.en.xml",
-             "<messages><msg name=\"anon\">Anon</msg></messages>");
-  EXPECT_EQ(Merge("<messages><include>no name</include></messages>"), "");
-  EXPECT_EQ(Names("/*/*"), "anon ");
-}
-
-TEST_F(MergeIncludesTest, IncludedFilesComeFromTheCheckedManagerOnly) {
-  dir_.Write("var/.xmlcache/kern/shared.msg.en.xml",
-             "<messages><msg name=\"k\">K</msg></messages>");
-  EXPECT_EQ(Merge("<messages><include name=\"shared\">Shared</include></messages>"),
-            "\tinclude - include is not found. \t\t msgtext: Shared\n");
-  EXPECT_EQ(Names("/*/*"), "");
 }
 
 }  // namespace

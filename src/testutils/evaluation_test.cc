@@ -1,6 +1,7 @@
 // Every audit gives the same report whether the platform layer evaluates
 // anchored queries from their anchor or exactly as written.
 #include <filesystem>
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -9,8 +10,8 @@
 #include "pnl/log.h"
 #include "pnl/xml.h"
 #include "support/scratch_dir.h"
-#include "testutils/MissedCheck.h"
 #include "testutils/msglint.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -24,7 +25,6 @@ class EvaluationTest : public testing::Test {
     dir_.InstallPanel();
     dir_.AddManagerLink("mailpnl");
     pnl_log::Init("msglint", 5);
-    PNL_NAME() = "mailpnl";
     for (const char* lang : {"en", "ru"}) {
       const std::string query = std::string("func=session&lang=") + lang + "&out=devel";
       pnl_client::Local("mailpnl", "checkXml").Query(query);
@@ -34,22 +34,13 @@ class EvaluationTest : public testing::Test {
   void TearDown() override { pnl_xml::SetLiteralEvaluation(false); }
 
   // The report of every audit of a full run, then the audit file.
-  std::string RunAudits(bool literal) {
+  std::string Report(bool literal) {
     pnl_xml::SetLiteralEvaluation(literal);
-    testing::internal::CaptureStdout();
-    check_validator();
-    for (const char* lang : {"en", "ru"}) {
-      check_repeats_and_unused(lang);
-      check_actionlist(lang);
-    }
-    for (const char* lang : {"en", "ru"}) report_column_hints("mailpnl", lang);
-    MissedCheck missed;
-    missed.langs = {"en", "ru"};
-    missed.cache_dir = dir_.path() + "/var/.xmlcache/mailpnl";
-    missed.report_mode = "-f";
-    missed.initExludeList();
-    const int result = missed.check();
-    return testing::internal::GetCapturedStdout() + "result " + std::to_string(result) +
+    std::ostringstream report;
+    RunContext run("mailpnl", dir_.path(), report);
+    run.langs = {"en", "ru"};
+    const int result = RunAudits(run, CacheIsReady);
+    return report.str() + "result " + std::to_string(result) +
            "\n" + dir_.Read("var/test_msgs");
   }
 
@@ -57,8 +48,8 @@ class EvaluationTest : public testing::Test {
 };
 
 TEST_F(EvaluationTest, ExampleInstallationGivesTheSameReportEitherWay) {
-  const std::string literal = RunAudits(true);
-  const std::string fast = RunAudits(false);
+  const std::string literal = Report(true);
+  const std::string fast = Report(false);
   EXPECT_EQ(fast, literal);
   // The example carries a defect of every kind: the report is far from empty.
   EXPECT_GT(literal.size(), 2000u);

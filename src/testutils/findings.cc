@@ -392,11 +392,6 @@ bool FindingsRecorder::Write(const std::string& work_dir) const {
   return false;
 }
 
-FindingsRecorder& Findings() {
-  static FindingsRecorder* recorder = new FindingsRecorder();  // lives as long as the process
-  return *recorder;
-}
-
 // ---- Source lines ---------------------------------------------------------
 
 namespace {
@@ -474,45 +469,23 @@ struct SourceLines::File {
   }
 };
 
-namespace {
-
-// The file read last, by any SourceLines of the process, and the path and
-// stamp it was read with: the audits of a run ask one after the other for
-// lines of the same message file and of the description, which is then
-// parsed once rather than once per audit and language.
-struct LastFile {
-  std::string path;
-  std::string stamp;
-  std::shared_ptr<SourceLines::File> file;
-};
-
-LastFile& Last() {
-  static LastFile* last = new LastFile();  // lives as long as the process
-  return *last;
-}
-
-}  // namespace
-
 SourceLines::File& SourceLines::Load(const std::string& rel) {
   std::shared_ptr<File>& file = files_[rel];
   if (file) return *file;
   const std::string path = work_dir_ + "/" + rel;
   const std::string stamp = pnl_file::Stamp(path);
-  LastFile& last = Last();
-  if (!stamp.empty() && last.file && last.path == path && last.stamp == stamp) {
-    file = last.file;
+  if (!stamp.empty() && last_.file && last_.path == path && last_.stamp == stamp) {
+    file = last_.file;
     return *file;
   }
   file = std::make_shared<File>();
   std::string text;
   if (pnl_file::ReadFile(path, text)) file->doc.LoadQuietly(text, path);
-  last.path = path;
-  last.stamp = stamp;
-  last.file = file;
+  last_.path = path;
+  last_.stamp = stamp;
+  last_.file = file;
   return *file;
 }
-
-void SourceLines::ForgetLastFile() { Last() = LastFile(); }
 
 long SourceLines::Message(const std::string& manager, const std::string& lang,
                           const std::string& section, const std::string& name) {

@@ -140,9 +140,6 @@ class FindingsRecorder {
   Counts& CountsOf(const std::string& lang, const std::string& object);
 };
 
-// The process-wide recorder of the run.
-FindingsRecorder& Findings();
-
 // Lines of elements in the installation's XML files, found by walking the
 // parsed file (never by a query built from names): a messages section or
 // message of etc/xml/M_msg_L.xml, a metadata element or one of its columns
@@ -150,7 +147,21 @@ FindingsRecorder& Findings();
 // parser that reports on standard error; it gives no lines.
 class SourceLines {
  public:
-  explicit SourceLines(std::string work_dir) : work_dir_(std::move(work_dir)) {}
+  struct File;
+  // The file read last, by any SourceLines of a run, and the path and stamp
+  // it was read with: the audits of a run ask one after the other for lines
+  // of the same message file and of the description, which is then parsed
+  // once rather than once per audit and language. The run keeps it; it
+  // holds the file while it is unchanged (same size, modification time and
+  // inode), and an empty LastFile lets go of it.
+  struct LastFile {
+    std::string path;
+    std::string stamp;
+    std::shared_ptr<File> file;
+  };
+
+  SourceLines(std::string work_dir, LastFile& last)
+      : work_dir_(std::move(work_dir)), last_(last) {}
 
   // Line of msg `name` of section `section` (of section itself when `name`
   // is empty) in language `lang`'s message file of `manager`; 0 if absent.
@@ -159,16 +170,10 @@ class SourceLines {
   // Line of column `column` of the last list `list` in etc/xml/M.xml.
   long Column(const std::string& manager, const std::string& list, const std::string& column);
 
-  // The file read last is kept for the next SourceLines that asks for it
-  // while it is unchanged (same size, modification time and inode); this
-  // lets go of it.
-  static void ForgetLastFile();
-
-  struct File;
-
  private:
   File& Load(const std::string& rel);
   std::string work_dir_;
+  LastFile& last_;
   std::map<std::string, std::shared_ptr<File>> files_;
 };
 

@@ -178,7 +178,8 @@ TEST(SourceLinesTest, FindsMessagesAndColumnsByWalking) {
   dir.Write("etc/xml/m.xml",
             "<pnldata>\n<metadata name=\"user\" type=\"list\">\n<coldata>\n"
             "<col name=\"id\"/>\n</coldata>\n</metadata>\n</pnldata>\n");
-  SourceLines lines(dir.path());
+  SourceLines::LastFile last;
+  SourceLines lines(dir.path(), last);
   EXPECT_EQ(4, lines.Message("m", "en", "user", "a'b"));
   EXPECT_EQ(3, lines.Message("m", "en", "user", ""));
   EXPECT_EQ(0, lines.Message("m", "en", "none", "x"));
@@ -197,7 +198,8 @@ TEST(SourceLinesTest, NamesWrittenWithReferencesAreTheNamesTheyStandFor) {
   dir.Write("etc/xml/m.xml",
             "<pnldata>\n<metadata name=\"l&amp;&#38;\" type=\"list\">\n<coldata>\n"
             "<col name=\"c&#9;\"/>\n<col name=\"d\te\"/>\n</coldata>\n</metadata>\n</pnldata>\n");
-  SourceLines lines(dir.path());
+  SourceLines::LastFile last;
+  SourceLines lines(dir.path(), last);
   EXPECT_EQ(3, lines.Message("m", "a&b", "u<\t", ""));
   EXPECT_EQ(4, lines.Message("m", "a&b", "u<\t", "m\"\n"));
   // The parser counts the line where the start tag ends.
@@ -218,7 +220,8 @@ TEST(SourceLinesTest, TheFirstOfEachNameGivesTheLine) {
             "</x:messages>\n</lang>\n"
             "<lang name=\"en\">\n<messages name=\"late\">\n<msg name=\"d\"/>\n</messages>\n</lang>\n"
             "</pnldata>\n");
-  SourceLines lines(dir.path());
+  SourceLines::LastFile last;
+  SourceLines lines(dir.path(), last);
   // The file's "ru" element is no part of the en messages.
   EXPECT_EQ(8, lines.Message("m", "en", "user", ""));
   EXPECT_EQ(9, lines.Message("m", "en", "user", "a"));
@@ -232,7 +235,8 @@ TEST(SourceLinesTest, TheFirstOfEachNameGivesTheLine) {
 TEST(SourceLinesTest, AMalformedFileGivesNoLinesAndNoWord) {
   ScratchDir dir;
   dir.Write("etc/xml/m_msg_en.xml", "<pnldata>\n<lang name=\"en\">\n");
-  SourceLines lines(dir.path());
+  SourceLines::LastFile last;
+  SourceLines lines(dir.path(), last);
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, lines.Message("m", "en", "user", "x"));
   EXPECT_EQ("", testing::internal::GetCapturedStderr());

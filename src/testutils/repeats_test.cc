@@ -1,10 +1,12 @@
 // The repeated message check.
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "support/scratch_dir.h"
-#include "testutils/msglint.h"
+#include "testutils/repeats.h"
+#include "testutils/run_context.h"
 
 namespace {
 
@@ -14,17 +16,18 @@ const char kHeader[] = "\nRepeated messages for lang en\n";
 
 class RepeatsTest : public testing::Test {
  protected:
-  void SetUp() override { PNL_NAME() = "sab"; }
   void Cache(const std::string& file, const std::string& messages) {
     dir_.Write("var/.xmlcache/sab/" + file, "<messages name=\"x\">" + messages + "</messages>");
   }
   std::string Run(const std::string& lang = "en") {
-    testing::internal::CaptureStdout();
-    check_repeats(lang);
-    return testing::internal::GetCapturedStdout();
+    out_.str("");
+    check_repeats(run_, lang);
+    return out_.str();
   }
 
   ScratchDir dir_;
+  std::ostringstream out_;
+  RunContext run_{"sab", dir_.path(), out_};
 };
 
 TEST_F(RepeatsTest, SameTextInTwoFilesListsBothInFileOrder) {
@@ -115,6 +118,34 @@ TEST_F(RepeatsTest, OtherLanguagesAndBaseManagerFilesAreNotCounted) {
   Cache("common.en.xml", "<msg name=\"c\">T</msg>");
   dir_.Write("var/.xmlcache/kern/common.en.xml", "<messages/>");
   EXPECT_EQ(Run(), kHeader);
+}
+
+TEST(OrderTest, ComparesLeadingNumbersNotText) {
+  EXPECT_TRUE(order("10", "9"));
+  EXPECT_FALSE(order("9", "10"));
+  EXPECT_FALSE(order("x", "0"));
+  EXPECT_FALSE(order("0", "x"));
+  EXPECT_TRUE(order("12 - 'a'\n", "3 - 'b'\n"));
+  EXPECT_FALSE(order("3 - 'b'\n", "12 - 'a'\n"));
+  EXPECT_FALSE(order("", ""));
+  EXPECT_TRUE(order("2 - 'x'", ""));
+}
+
+TEST(OrderTest, ReadsBlanksAndSignsLikeStrtol) {
+  EXPECT_TRUE(order("  7", "6"));
+  EXPECT_TRUE(order("+5", "4"));
+  EXPECT_FALSE(order("-3", "0"));
+  EXPECT_TRUE(order("0", "-3"));
+  EXPECT_FALSE(order("5abc", "5"));
+}
+
+TEST(OrderTest, CutsTheNumberToThirtyTwoBits) {
+  // 2^32 becomes 0, 2^32 + 1 becomes 1, 2^31 becomes the most negative value.
+  EXPECT_FALSE(order("4294967296", "1"));
+  EXPECT_FALSE(order("4294967296", "0"));
+  EXPECT_TRUE(order("4294967297", "0"));
+  EXPECT_FALSE(order("2147483648", "0"));
+  EXPECT_TRUE(order("2147483647", "0"));
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 // The unused message check and its deciders.
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -6,7 +7,9 @@
 
 #include "support/scratch_dir.h"
 #include "testutils/findings.h"
-#include "testutils/msglint.h"
+#include "testutils/repeats.h"
+#include "testutils/run_context.h"
+#include "testutils/unused.h"
 
 namespace {
 
@@ -36,7 +39,6 @@ const char kDescription[] =
 class UnusedTest : public testing::Test {
  protected:
   void SetUp() override {
-    PNL_NAME() = "sab";
     dir_.Write("etc/xml/sab.xml", kDescription);
   }
   void Cache(const std::string& file, const std::string& root, const std::string& messages) {
@@ -49,9 +51,9 @@ class UnusedTest : public testing::Test {
     return Run();
   }
   std::string Run() {
-    testing::internal::CaptureStdout();
-    check_unused("en");
-    return testing::internal::GetCapturedStdout();
+    out_.str("");
+    check_unused(run_, "en");
+    return out_.str();
   }
   static std::string Report(const std::string& file, const std::string& lines) {
     return std::string(kHeader) + "\n" + file + "\n" + lines;
@@ -62,6 +64,8 @@ class UnusedTest : public testing::Test {
   }
 
   ScratchDir dir_;
+  std::ostringstream out_;
+  RunContext run_{"sab", dir_.path(), out_};
 };
 
 TEST_F(UnusedTest, CleanDocumentsPrintOnlyTheHeader) {
@@ -490,21 +494,43 @@ TEST_F(UnusedTest, OnePassReportsAndRecordsAsTheTwoAudits) {
         "<include name=\"shared\">sh</include><include name=\"absent\">ab</include>");
   Cache("users.msg.en.xml", "users",
         "<msg name=\"width\">W</msg><msg name=\"added\" added=\"1\">G</msg>");
-  Findings().Clear();
-  testing::internal::CaptureStdout();
-  check_repeats("en");
-  check_unused("en");
-  const std::string two = testing::internal::GetCapturedStdout();
-  const std::string two_findings = Findings().ToJson();
-  Findings().Clear();
-  testing::internal::CaptureStdout();
-  check_repeats_and_unused("en");
-  EXPECT_EQ(two, testing::internal::GetCapturedStdout());
-  EXPECT_EQ(two_findings, Findings().ToJson());
+  std::ostringstream two_out;
+  RunContext two_audits("sab", dir_.path(), two_out);
+  check_repeats(two_audits, "en");
+  check_unused(two_audits, "en");
+  const std::string two = two_out.str();
+  std::ostringstream one_out;
+  RunContext one_pass("sab", dir_.path(), one_out);
+  check_repeats_and_unused(one_pass, "en");
+  EXPECT_EQ(two, one_out.str());
+  EXPECT_EQ(two_audits.findings.ToJson(), one_pass.findings.ToJson());
   EXPECT_NE(two.find("2 - 'G'\n\tshared.msg.en.xml lost\n\tuser.msg.en.xml gone\n"),
             std::string::npos);
   EXPECT_NE(two.find("\tlost - field is not found."), std::string::npos);
-  Findings().Clear();
+}
+
+TEST(NameSplitTest, SplitsAtTheFirstUnderscore) {
+  EXPECT_EQ(get_prefix("menu_item"), "menu");
+  EXPECT_EQ(cut_prefix("menu_item"), "item");
+  EXPECT_EQ(get_prefix("a_b_c"), "a");
+  EXPECT_EQ(cut_prefix("a_b_c"), "b_c");
+}
+
+TEST(NameSplitTest, NameWithoutUnderscoreHasNoPrefix) {
+  EXPECT_EQ(get_prefix("title"), "");
+  EXPECT_EQ(cut_prefix("title"), "title");
+  EXPECT_EQ(get_prefix(""), "");
+  EXPECT_EQ(cut_prefix(""), "");
+}
+
+TEST(NameSplitTest, TrailingUnderscoreCountsAsNoPrefix) {
+  EXPECT_EQ(get_prefix("abc_"), "");
+  EXPECT_EQ(cut_prefix("abc_"), "abc");
+}
+
+TEST(NameSplitTest, LeadingUnderscoreGivesEmptyPrefix) {
+  EXPECT_EQ(get_prefix("_abc"), "");
+  EXPECT_EQ(cut_prefix("_abc"), "abc");
 }
 
 }  // namespace

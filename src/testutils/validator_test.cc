@@ -1,10 +1,12 @@
 // The validator check: text inputs without a check attribute.
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "support/scratch_dir.h"
-#include "testutils/msglint.h"
+#include "testutils/run_context.h"
+#include "testutils/validator.h"
 
 namespace {
 
@@ -14,7 +16,6 @@ const char kHeader[] = "\nChecking validator for inputs\n";
 
 class ValidatorTest : public testing::Test {
  protected:
-  void SetUp() override { PNL_NAME() = "sab"; }
   void Description(const std::string& metadata) {
     dir_.Write("etc/xml/sab.xml", "<pnldata>" + metadata + "</pnldata>");
   }
@@ -23,12 +24,14 @@ class ValidatorTest : public testing::Test {
                "<pnldata><lang name=\"ru\">" + sections + "</lang></pnldata>");
   }
   std::string Run() {
-    testing::internal::CaptureStdout();
-    check_validator();
-    return testing::internal::GetCapturedStdout();
+    out_.str("");
+    check_validator(run_);
+    return out_.str();
   }
 
   ScratchDir dir_;
+  std::ostringstream out_;
+  RunContext run_{"sab", dir_.path(), out_};
 };
 
 TEST_F(ValidatorTest, TextInputOfAFieldGetsFormFieldTitleAndLabel) {
