@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes a manager that looks like a real one into an installation.
 
-    make_manager.py DIR NAME OBJECTS [SEED] [--hostile]
+    make_manager.py DIR NAME OBJECTS [SEED] [--hostile] [--realistic]
 
 DIR/etc/xml/ gets NAME.xml, NAME_msg_{en,ru,fr,de}.xml and the base
 manager's kern.xml, kern_msg_{en,ru,fr,de}.xml. NAME has OBJECTS objects:
@@ -27,6 +27,20 @@ literal tab, a literal newline), and two more languages have message files:
 "a&b" (written "a&amp;b") and "t<TAB>b" (written "t&#9;b"); their texts are
 English and French ones. Every name is written the same way wherever it
 stands, so the documents agree with each other as the plain ones do.
+
+With --realistic, the catalogs are like those of a manager that grew for
+years, and a full run reports about as much as on such a manager: much of
+what the forms and lists show has no message in any language (toolbar
+buttons and column hints above all, some field hints and check box
+descriptions), forms and lists keep the messages of elements they lost
+(about 30% of the messages the audits read are unused), the same words are
+used over and over (about 25% of the messages have a text that another one
+has too, empty ones included), texts are short (30 to 36 characters on
+average) and English, German, French and Russian leave about 5, 11, 21 and
+34% of the messages untranslated (70% of those missing, the rest empty).
+At 1000 objects that is about 18,000 messages per language and 7 MB of
+XML. Objects are named as without it, shared sections include none other,
+and --hostile adds its names and languages alike.
 
 The output depends only on the arguments: the same arguments give the same
 bytes with any Python 3.
@@ -222,13 +236,16 @@ class Manager:
         self.field_names = HOSTILE_FIELDS + FIELD_NAMES if hostile else FIELD_NAMES
         self.column_names = HOSTILE_COLUMNS + COLUMN_NAMES if hostile else COLUMN_NAMES
         self.name = name
-        self.catalog = Catalog(rng)
+        self.catalog = self.new_catalog()
         self.main = []
         self.sections = []
         self.menu = []
         self.shared = []  # names of the shared sections, with the fields they describe
         self.base = base
         self.build(objects)
+
+    def new_catalog(self):
+        return Catalog(self.rng)
 
     # ---- shared sections ------------------------------------------------
 
@@ -454,6 +471,249 @@ class Manager:
         return "\n".join(out) + "\n"
 
 
+# ---- realistic catalogs -------------------------------------------------
+#
+# Catalogs that grew with the manager for years: much of what a form or a
+# list shows has no message in any language (toolbar buttons and column
+# hints above all), messages of fields, columns and buttons removed long ago
+# stay behind, and translators reuse the same words ("Name", "Status",
+# "Delete") all over the catalog. The figures below were fitted to a
+# manager with real catalogs (see bench/run.sh --realistic).
+
+# The share of a language's messages left untranslated.
+REAL_UNTRANSLATED = {"en": 0.05, "de": 0.11, "fr": 0.21, "ru": 0.34}
+# Of the untranslated messages, the share missing (the rest is empty).
+REAL_MISSING_SHARE = 0.7
+# Form field hints are kept better than the rest: their gaps are this
+# share of the language's.
+REAL_HINT_GAPS = 0.7
+# The share of messages that take a stock text of their kind and name.
+REAL_STOCK = {"label": 0.28, "hint": 0.06, "title": 0.06, "short": 0.5, "desc": 0.1}
+# How many stock texts a kind and name have: translators did not always
+# find the earlier one.
+REAL_STOCK_VARIANTS = 5
+# How often a form field's hint, a check box's description, a column's
+# hint, a column's every message, a button's hint and a button's every
+# message are in no language.
+REAL_HINT_NEVER = 0.175
+REAL_DESC_NEVER = 0.35
+REAL_COLUMN_HINT_NEVER = 0.35
+REAL_COLUMN_BARE = 0.1
+REAL_BUTTON_HINT_NEVER = 0.5
+REAL_BUTTON_BARE = 0.46
+# The share of a form's text inputs with a placeholder message.
+REAL_PLACEHOLDER = 0.95
+# The mean number of messages of removed elements a form and a list keep.
+REAL_FORM_STALE = 2
+REAL_LIST_STALE = 4
+
+REAL_BUTTONS = ["new", "edit", "delete", "enable", "disable", "filter", "export", "import",
+                "refresh", "history", "copy", "move", "print", "stat", "back"]
+REAL_FORM_KINDS = ((0.26, "checkbox"), (0.50, "text"), (0.58, "select"), (0.61, "domain"),
+                   (0.71, "textdata"), (0.80, "hidden"), (1.00, "fullwidth"))
+
+
+class RealisticText(Text):
+    """Texts of one language that are new unless asked for a stock one."""
+
+    def __init__(self, rng, lang, used):
+        super().__init__(rng, lang)
+        self.used = used
+
+    def label(self):
+        return self.words(1 + self.rng.below(3))
+
+    def hint(self):
+        text = self.words(4 + self.rng.below(6)) + "."
+        if self.rng.chance(0.12):
+            text += " " + self.rng.choice(SENTENCE_TAILS[self.lang])
+        return text
+
+    def fresh(self, kind):
+        """A text no message of the language has had yet."""
+        text = self.hint() if kind == "hint" else self.label()
+        while text in self.used:
+            text += " " + self.rng.choice(WORDS[self.lang])
+        self.used.add(text)
+        return text
+
+
+class RealisticCatalog:
+    """Decides, per message, what each language says: a stock text of the
+    message's kind and key (the same wherever it stands), a new text, an
+    empty one or none."""
+
+    def __init__(self, rng):
+        self.rng = rng
+        self.texts = {lang: RealisticText(rng, lang, set()) for lang in LANGS}
+        self.stock = {}
+
+    def stock_text(self, kind, key):
+        if (kind, key) not in self.stock:
+            self.stock[(kind, key)] = {lang: self.texts[lang].fresh(kind) for lang in LANGS}
+        return self.stock[(kind, key)]
+
+    def message(self, kind, key=None, never_written=False, gaps=1.0):
+        """One message in every language: {lang: text, "" or None}. `kind`
+        is label, hint, title, short or desc; `key` names the stock text."""
+        if never_written:
+            return {lang: None for lang in LANGS}
+        stock = None
+        if key is not None and self.rng.chance(REAL_STOCK[kind]):
+            stock = self.stock_text(kind, (key, self.rng.below(REAL_STOCK_VARIANTS)))
+        result = {}
+        for lang in LANGS:
+            if self.rng.chance(REAL_UNTRANSLATED[lang] * gaps):
+                result[lang] = None if self.rng.chance(REAL_MISSING_SHARE) else ""
+            elif stock is not None:
+                result[lang] = stock[lang]
+            else:
+                result[lang] = self.texts[lang].fresh("hint" if kind == "hint" else "label")
+        return result
+
+
+class RealisticManager(Manager):
+    """A manager whose catalogs look like real grown ones: see the figures
+    above."""
+
+    def __init__(self, rng, name, objects, base, hostile=False):
+        self.stale_names = FIELD_NAMES + CHECKBOX_NAMES
+        super().__init__(rng, name, objects, base, hostile)
+
+    def new_catalog(self):
+        return RealisticCatalog(self.rng)
+
+    def build_shared(self, count):
+        for i in range(count):
+            name = f"{self.name}_shared{i}"
+            section = Section(name)
+            fields = []
+            for _ in range(3 + self.rng.below(6)):
+                field = self.rng.choice(self.field_names)
+                if field in fields:
+                    continue
+                fields.append(field)
+                section.add(field, self.catalog.message("label", field))
+                section.add("hint_" + field, self.catalog.message("hint", field, gaps=REAL_HINT_GAPS))
+            self.sections.append(section)
+            self.shared.append((name, fields))
+
+    def stale(self, section, taken, count, prefixes):
+        """Adds `count` messages of elements the object no longer has."""
+        for _ in range(count):
+            old = self.rng.choice(self.stale_names)
+            if old in taken:
+                old = "old" + old
+            if old in taken:
+                continue
+            taken.add(old)
+            prefix = self.rng.choice(prefixes)
+            kind = "hint" if prefix == "hint_" else ("short" if prefix == "short_" else "label")
+            section.add(prefix + old, self.catalog.message(kind, old))
+
+    def form(self, name, title=True):
+        section = Section(name)
+        if title:
+            section.add("title", self.catalog.message("title", "title"))
+        includes = []
+        if self.shared and self.rng.chance(0.3):
+            includes.append(self.shared[self.rng.below(len(self.shared))])
+        for shared_name, _ in includes:
+            section.include(shared_name)
+        shared_fields = [f for _, fields in includes for f in fields]
+
+        out = [f'  <metadata name="{name}" type="form">', '    <form>']
+        used = set()
+        pages = 1 + self.rng.below(3)
+        for page in range(pages):
+            indent = '      ' if page == 0 else '        '
+            if page > 0:
+                out.append(f'      <page name="page{page}">')
+                section.add(f"page{page}", self.catalog.message("label", f"page{page}"))
+            for _ in range(2 + self.rng.below(4)):
+                roll = self.rng.random()
+                kind = next(k for limit, k in REAL_FORM_KINDS if roll < limit)
+                pool = CHECKBOX_NAMES if kind == "checkbox" else self.field_names
+                field = self.rng.choice(pool)
+                if field in used:
+                    field = f"{field}{len(used)}"
+                used.add(field)
+                out.append(self.field_xml(field, kind, indent))
+                if kind == "checkbox":
+                    section.add(field, self.catalog.message("label", field))
+                    section.add(f"{field}_desc", self.catalog.message(
+                        "desc", field, never_written=self.rng.chance(REAL_DESC_NEVER)))
+                elif kind == "textdata":
+                    section.add(f"{field}_text", self.catalog.message("hint"))
+                elif kind == "hidden":
+                    pass
+                elif field in shared_fields:
+                    pass
+                else:
+                    section.add(field, self.catalog.message("label", field))
+                    if kind != "fullwidth":
+                        never = self.rng.chance(REAL_HINT_NEVER)
+                        section.add("hint_" + field,
+                                    self.catalog.message("hint", field, never, REAL_HINT_GAPS),
+                                    cdata=self.rng.chance(0.03))
+                        if self.rng.chance(REAL_PLACEHOLDER):
+                            section.add("placeholder_" + field,
+                                        self.catalog.message("label", "placeholder"))
+            if page > 0:
+                out.append('      </page>')
+        self.stale(section, used, self.rng.below(2 * REAL_FORM_STALE + 1), ("", "hint_"))
+        out += ['    </form>', '  </metadata>']
+        self.main += out
+        self.sections.append(section)
+
+    def list(self, name, form_name):
+        section = Section(name)
+        section.add("title", self.catalog.message("title", "title"))
+        out = [f'  <metadata name="{name}" type="list">', '    <coldata>']
+        used = set()
+        for c in range(3 + self.rng.below(8)):
+            col = self.rng.choice(self.column_names)
+            if col in used:
+                col = f"{col}{c}"
+            used.add(col)
+            if self.rng.chance(0.6):
+                text_color = "magenta" if self.rng.chance(0.02) else self.rng.choice(
+                    ["red", "green", "blue", "yellow", "cyan"])
+                background = '' if self.rng.chance(0.05) else (
+                    f'<setcolor name="{col}" color="{self.rng.choice(["green", "blue"])}"/>')
+                out.append(f'      <col name="{col}" type="msg">{background}'
+                           f'<setcolor color="{text_color}"/></col>')
+            else:
+                out.append(f'      <col name="{col}" type="data"><prop name="{col}"/></col>')
+                if self.rng.chance(0.6):
+                    section.add(f"hint_p_{col}", self.catalog.message("hint"))
+            bare = self.rng.chance(REAL_COLUMN_BARE)
+            section.add(col, self.catalog.message("label", col, never_written=bare))
+            never = bare or self.rng.chance(REAL_COLUMN_HINT_NEVER)
+            section.add(f"hint_{col}", self.catalog.message("hint", col, never_written=never))
+        out.append('    </coldata>')
+        out.append('    <toolbar>')
+        for button in REAL_BUTTONS:
+            if button not in ("edit", "back") and self.rng.chance(0.35):
+                continue
+            func = f"{form_name}" if button in ("new", "edit") else f"{name}.{button}"
+            if button == "back":
+                func = self.base_list
+            out.append(f'      <toolbtn name="{button}" func="{func}"/>')
+            bare = self.rng.chance(REAL_BUTTON_BARE)
+            section.add(f"short_{button}", self.catalog.message("short", button, bare))
+            never = bare or self.rng.chance(REAL_BUTTON_HINT_NEVER)
+            section.add(f"hint_{button}", self.catalog.message("hint", button, never))
+            if button in ("delete", "disable", "move") and not bare:
+                # The question asked before the button's function runs.
+                section.add(f"msg_confirm_{func.replace('.', '_')}",
+                            self.catalog.message("label", "confirm_" + button))
+        self.stale(section, used, self.rng.below(2 * REAL_LIST_STALE + 1), ("", "hint_", "short_"))
+        out += ['    </toolbar>', '  </metadata>']
+        self.main += out
+        self.sections.append(section)
+
+
 def write(path, text):
     with open(path, "w", encoding="utf-8", newline="\n") as f:
         f.write(text)
@@ -462,7 +722,8 @@ def write(path, text):
 def main():
     args = sys.argv[1:]
     hostile = "--hostile" in args
-    args = [a for a in args if a != "--hostile"]
+    realistic = "--realistic" in args
+    args = [a for a in args if a not in ("--hostile", "--realistic")]
     if len(args) not in (3, 4):
         sys.exit(__doc__)
     root, name, objects = args[0], args[1], int(args[2])
@@ -472,8 +733,9 @@ def main():
     xml_dir = os.path.join(root, "etc", "xml")
     os.makedirs(xml_dir, exist_ok=True)
     rng = Rng(seed)
-    kern = Manager(rng, "kern", max(10, objects // 20), base=True)
-    manager = Manager(rng, name, objects, base=False, hostile=hostile)
+    make = RealisticManager if realistic else Manager
+    kern = make(rng, "kern", max(10, objects // 20), base=True)
+    manager = make(rng, name, objects, base=False, hostile=hostile)
     for m in (kern, manager):
         write(os.path.join(xml_dir, f"{m.name}.xml"), m.main_xml())
         for lang in LANGS:

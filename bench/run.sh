@@ -6,6 +6,8 @@
 #   --seed S       generator seed (default 1)
 #   --runs R       runs per size; the table shows the median time (default 3)
 #   --mode M       -f (default) or -s
+#   --realistic    managers with catalogs like real grown ones
+#                  (make_manager.py --realistic): far more to report
 #   --identity     also run each size once with every query evaluated as
 #                  written (build/tests/literal_msglint) and check that the
 #                  standard output, var/test_msgs, ecl.xml and the exit status
@@ -26,6 +28,11 @@
 #     ratio <= 5 at N = 2000; growth <= 2.15 from 2000 to 4000 and from
 #     4000 to 8000; peak RSS of module and panel <= 5x the XML bytes at
 #     N = 4000.
+# and a second one of what the runs found in the catalogs
+# (catalog_figures.py): the report's lines, the messages per language the
+# repeated and unused audits read, their mean length, the shares reported
+# unused and repeated, each language's untranslated share (missing or
+# empty), the pnlctl runs and the functions they asked for.
 # Every run stops the panels named kern (killall), so the script runs
 # itself in a private PID namespace. The installations are made under
 # $TMPDIR (default /tmp). A run removes and writes tens of thousands of
@@ -46,6 +53,7 @@ runs=3
 mode=-f
 identity=0
 keep=0
+realistic=()
 sizes=()
 while [ $# -gt 0 ]; do
   case "$1" in
@@ -54,7 +62,8 @@ while [ $# -gt 0 ]; do
     --mode) mode="$2"; shift 2 ;;
     --identity) identity=1; shift ;;
     --keep) keep=1; shift ;;
-    -h|--help) sed -n '2,35p' "$0"; exit 0 ;;
+    --realistic) realistic=(--realistic); shift ;;
+    -h|--help) sed -n '2,42p' "$0"; exit 0 ;;
     *) sizes+=("$1"); shift ;;
   esac
 done
@@ -87,11 +96,14 @@ prev_time=""
 failed=0
 printf '| N | XML in etc/xml | run | parse once | ratio | growth | pnlctl runs | module peak RSS | panel peak RSS | targets |\n' >"$table"
 printf '|---|---|---|---|---|---|---|---|---|---|\n' >>"$table"
+figures="$(mktemp)"
+printf '| N | report lines | messages per language | mean length | unused | repeated | untranslated | pnlctl runs | functions |\n' >"$figures"
+printf '|---|---|---|---|---|---|---|---|---|\n' >>"$figures"
 
 for n in "${sizes[@]}"; do
   dir="$(mktemp -d "${TMPDIR:-/tmp}/msglint-bench-XXXXXX")"
   cmake --install "$build" --prefix "$dir" >/dev/null
-  "$python" "$here/bench/make_manager.py" "$dir" big "$n" "$seed"
+  "$python" "$here/bench/make_manager.py" "$dir" big "$n" "$seed" ${realistic[@]+"${realistic[@]}"}
   ln -s kern "$dir/bin/big"
   cd "$dir"
   xml_bytes="$(cat etc/xml/*.xml | wc -c)"
@@ -115,6 +127,7 @@ for n in "${sizes[@]}"; do
   pnlctl_runs="$(grep -c 'request: func=' var/log/big.log || true)"
   sessions="$(grep -c 'request: func=session&\|request: func=actionlist&' var/log/big.log || true)"
   pnlctl_runs=$((pnlctl_runs - sessions))
+  catalog="$("$python" "$here/bench/catalog_figures.py" . big report.txt en ru fr de)"
 
   # Every XML file the run read: the installation's and the whole cache.
   parse="$(find etc/xml var/.xmlcache -name '*.xml' -type f | "$build/bench/parse_files")"
@@ -161,6 +174,7 @@ for n in "${sizes[@]}"; do
     "$n" "$(awk -v b="$xml_bytes" 'BEGIN { print b / 1e6 }')" "$run_time" "$parse_time" \
     "$ratio" "$growth" "$pnlctl_runs" $((module_kb / 1024)) $((panel_kb / 1024)) \
     "${targets#; }" >>"$table"
+  printf '| %s | %s |\n' "$n" "$catalog" >>"$figures"
   echo "N=$n done: run ${run_time}s, status $status, report $(wc -l <report.txt) lines ($dir)" >&2
 
   stop_panels
@@ -170,5 +184,7 @@ for n in "${sizes[@]}"; do
 done
 
 cat "$table"
-rm -f "$table"
+echo
+cat "$figures"
+rm -f "$table" "$figures"
 exit "$failed"
