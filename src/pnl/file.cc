@@ -158,6 +158,35 @@ bool WriteAll(int fd, std::string_view text) {
 
 }  // namespace
 
+namespace {
+const std::size_t kOutputBlock = 64 * 1024;
+}  // namespace
+
+BlockOutput::BlockOutput(int fd) : fd_(fd) { kept_.reserve(kOutputBlock); }
+
+BlockOutput::~BlockOutput() { Drain(); }
+
+BlockOutput::int_type BlockOutput::overflow(int_type c) {
+  if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+  kept_ += traits_type::to_char_type(c);
+  if (kept_.size() >= kOutputBlock && !Drain()) return traits_type::eof();
+  return c;
+}
+
+std::streamsize BlockOutput::xsputn(const char* s, std::streamsize n) {
+  kept_.append(s, static_cast<std::size_t>(n));
+  if (kept_.size() >= kOutputBlock && !Drain()) return 0;
+  return n;
+}
+
+int BlockOutput::sync() { return Drain() ? 0 : -1; }
+
+bool BlockOutput::Drain() {
+  if (ok_ && !kept_.empty()) ok_ = WriteAll(fd_, kept_);
+  kept_.clear();
+  return ok_;
+}
+
 const std::string& LastError() { return g_last_error; }
 
 std::string BelowCurrentDir(const std::string& path) {

@@ -4,6 +4,7 @@
 #define PNL_FILE_H_
 
 #include <cstdio>
+#include <streambuf>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -85,6 +86,35 @@ class PieceSource {
   virtual int Error() const { return 0; }
 };
 bool WriteFile(const std::string& path, PieceSource& source);
+
+// An open descriptor (standard output, say) written in large blocks: what
+// is put is kept until 64 kB have gathered, then written whole, so that a
+// report of a hundred thousand lines costs a few hundred writes. sync() (an
+// ostream's flush) writes what is kept: a program flushes before it says
+// anything on standard error, so that both come out in the order it said
+// them. The destructor writes what is left. A failed write is kept: ok()
+// turns false and later output is dropped.
+class BlockOutput : public std::streambuf {
+ public:
+  explicit BlockOutput(int fd);
+  ~BlockOutput() override;
+  BlockOutput(const BlockOutput&) = delete;
+  BlockOutput& operator=(const BlockOutput&) = delete;
+  bool ok() const { return ok_; }
+
+ protected:
+  int_type overflow(int_type c) override;
+  std::streamsize xsputn(const char* s, std::streamsize n) override;
+  int sync() override;
+
+ private:
+  // Writes what is kept; false when a write failed, now or before.
+  bool Drain();
+
+  int fd_;
+  std::string kept_;
+  bool ok_ = true;
+};
 
 // Scratch data kept out of memory: a file that no other process can reach
 // (created in the system's temporary directory, $TMPDIR or /tmp, and

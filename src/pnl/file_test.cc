@@ -1,6 +1,7 @@
 #include "pnl/file.h"
 
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -8,6 +9,8 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <ostream>
+#include <string>
 
 #include "pnl/log.h"
 #include "support/scratch_dir.h"
@@ -532,61 +535,62 @@ TEST_F(DirHandleTest, ShortWriteKeepsTheOldFileAndLeavesNoTemporaryFile) {
   EXPECT_EQ((std::vector<std::string>{"f"}), names);
 }
 
+// What a BlockOutput writes to a file, read back at each point.
+class BlockOutputTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    fd_ = open((dir_.path() + "/out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    ASSERT_GE(fd_, 0);
+  }
+  void TearDown() override { close(fd_); }
+  std::string Written() { return dir_.Read("out"); }
+
+  ScratchDir dir_;
+  int fd_ = -1;
+};
+
+TEST_F(BlockOutputTest, KeepsLinesUntilFlushed) {
+  pnl_file::BlockOutput buffer(fd_);
+  std::ostream out(&buffer);
+  out << "one\n" << 'x' << "two\n";
+  EXPECT_EQ("", Written());
+  out.flush();
+  EXPECT_EQ("one\nxtwo\n", Written());
+  out << "three\n";
+  EXPECT_EQ("one\nxtwo\n", Written());
+  EXPECT_TRUE(buffer.ok());
+}
+
+TEST_F(BlockOutputTest, WritesWholeBlocksAndTheRestAtTheEnd) {
+  std::string expected;
+  {
+    pnl_file::BlockOutput buffer(fd_);
+    std::ostream out(&buffer);
+    for (int i = 0; i < 20000; ++i) {
+      const std::string line = "line " + std::to_string(i) + "\n";
+      out << line;
+      expected += line;
+    }
+    const std::string early = Written();
+    EXPECT_GE(early.size(), 64u * 1024);
+    EXPECT_LT(early.size(), expected.size());
+    EXPECT_EQ(expected.substr(0, early.size()), early);
+    // A piece larger than a block goes out whole.
+    const std::string large(200 * 1024, 'z');
+    out << large;
+    expected += large;
+  }
+  EXPECT_EQ(expected, Written());
+}
+
+TEST_F(BlockOutputTest, AFailedWriteIsKept) {
+  pnl_file::BlockOutput buffer(-1);
+  std::ostream out(&buffer);
+  out << "lost\n";
+  EXPECT_TRUE(buffer.ok());
+  out.flush();
+  EXPECT_FALSE(buffer.ok());
+  EXPECT_TRUE(out.bad());
+}
+
 }  // namespace
-
-TEST_F(FileTest, ReadFileRefusesAFifoWithoutWaitingForAWriter) {
-  ASSERT_EQ(mkfifo((dir_.path() + "/pipe.xml").c_str(), 0600), 0);
-  std::string text = "left over";
-  EXPECT_FALSE(pnl_file::ReadFile(dir_.path() + "/pipe.xml", text));
-  EXPECT_EQ(EINVAL, errno);
-  EXPECT_EQ(dir_.path() + "/pipe.xml is a FIFO, not a regular file", pnl_file::LastError());
-  EXPECT_EQ(text, "");
-  EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/pipe.xml"), "");
-}
-
-TEST_F(FileTest, StampChangesWithTheFile) {
-  dir_.Write("a.xml", "one");
-  const std::string before = pnl_file::Stamp(dir_.path() + "/a.xml");
-  EXPECT_NE(before, "");
-  EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/a.xml"), before);
-  dir_.Write("a.xml", "three");
-  EXPECT_NE(pnl_file::Stamp(dir_.path() + "/a.xml"), before);
-  EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/missing.xml"), "");
-}
-
-TEST_F(FileTest, OpenForWritingCreatesOrEmptiesARegularFile) {
-  dir_.Write("audit", "old contents\n");
-  FILE* out = pnl_file::OpenForWriting(dir_.path() + "/audit");
-  ASSERT_NE(out, nullptr);
-  fputs("new\n", out);
-  fclose(out);
-  EXPECT_EQ(dir_.Read("audit"), "new\n");
-  out = pnl_file::OpenForWriting(dir_.path() + "/created");
-  ASSERT_NE(out, nullptr);
-  fclose(out);
-  EXPECT_TRUE(pnl_file::Exists(dir_.path() + "/created"));
-}
-
-TEST_F(FileTest, OpenForWritingRefusesALinkAndLeavesItsTargetAlone) {
-  dir_.Write("etc/xml/m.xml", "<pnldata/>\n");
-  dir_.Link(dir_.path() + "/etc/xml/m.xml", "audit");
-  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/audit"), nullptr);
-  EXPECT_EQ(dir_.Read("etc/xml/m.xml"), "<pnldata/>\n");
-}
-
-TEST_F(FileTest, OpenForWritingRefusesAFifoAndADirectoryWithoutWaiting) {
-  ASSERT_EQ(mkfifo((dir_.path() + "/fifo").c_str(), 0600), 0);
-  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/fifo"), nullptr);
-  dir_.MakeDir("dir");
-  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/dir"), nullptr);
-}
-
-TEST_F(FileTest, IsLinkSeesTheLinkItselfOnly) {
-  dir_.Write("file", "x");
-  dir_.Link(dir_.path() + "/file", "link");
-  dir_.Link(dir_.path() + "/nowhere", "dangling");
-  EXPECT_TRUE(pnl_file::IsLink(dir_.path() + "/link"));
-  EXPECT_TRUE(pnl_file::IsLink(dir_.path() + "/dangling"));
-  EXPECT_FALSE(pnl_file::IsLink(dir_.path() + "/file"));
-  EXPECT_FALSE(pnl_file::IsLink(dir_.path() + "/missing"));
-}

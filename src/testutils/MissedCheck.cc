@@ -151,9 +151,8 @@ void MissedCheck::Report(FILE* out_file, pnl_log::Level level, const std::string
   run.InOrder([this, out_file, level, record, coded, sentence] {
     last_report = LastReport{coded, sentence};
     if (msglint_log.Check(level)) msglint_log.Write(level, "%s", record.c_str());
-    if (fputs(coded.c_str(), out_file) < 0 || fflush(out_file) != 0)
-      tell_write_error(run, "var/test_msgs", strerror(errno));
-    run.out << sentence << std::flush;
+    if (fputs(coded.c_str(), out_file) < 0) tell_write_error(run, "var/test_msgs", strerror(errno));
+    run.out << sentence;
   });
 }
 
@@ -163,7 +162,7 @@ void MissedCheck::Log(pnl_log::Level level, const std::string& text) {
 }
 
 void MissedCheck::Print(const std::string& text) {
-  run.InOrder([this, text] { run.out << text << std::flush; });
+  run.InOrder([this, text] { run.out << text; });
 }
 
 void MissedCheck::Present(const std::string& lang, const std::string& object) {
@@ -223,7 +222,7 @@ int MissedCheck::check() {
   const std::string work_dir = run.work_dir;
   out_file = pnl_file::OpenForWriting(work_dir + "/var/test_msgs");
   if (!out_file) {
-    run.out << "Can't open out file for log.\n" << std::flush;
+    run.out << "Can't open out file for log.\n";
     InputProblem problem;
     problem.kind = "audit-file-not-opened";
     problem.file = "var/test_msgs";
@@ -231,6 +230,9 @@ int MissedCheck::check() {
     run.findings.AddProblem(problem);
     return -1;
   }
+  // Written in large blocks; a write that fails is told where it fails, or
+  // at the close.
+  setvbuf(out_file, nullptr, _IOFBF, 64 * 1024);
 
   main_xml_path = run.work_dir + "/" + findings::DescriptionFile(run.manager);
   if (msglint_log.Check(9))

@@ -14,8 +14,8 @@
 #include "testutils/panel_calls.h"
 
 void check_actionlist(RunContext& run, const std::string& lang) {
-  run.out << std::endl;
-  run.out << "Actionlist check for lang " << lang << std::endl;
+  run.out << '\n';
+  run.out << "Actionlist check for lang " << lang << '\n';
 
   pnl_xml::Xml actions = ask_panel(run, run.manager, "func=actionlist&out=xml");
   record_failed_query(run, actions, run.manager, "func=actionlist&out=xml");
@@ -41,7 +41,7 @@ void check_actionlist(RunContext& run, const std::string& lang) {
   }
 
   if (out.str().empty())
-    run.out << "\tEverything is ok" << std::endl;
+    run.out << "\tEverything is ok\n";
   else
-    run.out << out.str() << std::flush;
+    run.out << out.str();
 }

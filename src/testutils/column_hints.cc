@@ -157,7 +157,7 @@ void report_column_hints(RunContext& run, const std::string& lang) {
       }
       if (lacks) {
         run.out << "В таблице '" << list << "' отстутствет хинт для столбца '" << column
-                << "'" << std::endl;
+                << "'\n";
         Finding finding =
             AuditFinding("column-hints", "missing-column-hint", list, "column", column, lang);
         finding.message_name = "hint_" + column;

@@ -23,17 +23,17 @@
 #include "testutils/validator.h"
 
 void usage(std::ostream& out, const std::string& program) {
-  out << "Usage: " << program << " pnl_name report_type languagelist" << std::endl;
-  out << " pnl_name - name of checked manager, e.g.: kern, sabpnl" << std::endl;
-  out << " report_type : -s print short report, -f print full report (default)" << std::endl;
-  out << " languagelist - comma separated list of lanugages, e.g.: en,ru,fr" << std::endl;
+  out << "Usage: " << program << " pnl_name report_type languagelist\n";
+  out << " pnl_name - name of checked manager, e.g.: kern, sabpnl\n";
+  out << " report_type : -s print short report, -f print full report (default)\n";
+  out << " languagelist - comma separated list of lanugages, e.g.: en,ru,fr\n";
 }
 
 namespace {
 
 // Ends the run at once: what was printed goes out first.
-[[noreturn]] void Fail() {
-  std::cout.flush();
+[[noreturn]] void Fail(std::ostream& out) {
+  out.flush();
   std::exit(1);
 }
 
@@ -86,6 +86,7 @@ int RebuildCache(RunContext& run) {
 
   // The base manager's panels need a moment to stop before the cache is
   // asked for again; the pause is fixed.
+  run.out.flush();
   if (pnl_file::IsTerminal(2))
     std::cerr << "msglint: waiting 10 seconds for the panels of kern to stop before the "
                  "cache is rebuilt..."
@@ -108,7 +109,8 @@ int RunAudits(RunContext& run, const std::function<int(RunContext&)>& prepare_ca
 
   if (run.langs.empty()) {
     if (msglint_log.Check(3)) msglint_log.Write(3, "You should specify at least one language.");
-    run.out << "You should specify at least one language." << std::endl;
+    run.out << "You should specify at least one language.\n";
+    run.out.flush();  // a findings file that cannot be written is told on standard error
     run.findings.Write(run.work_dir);
     return 1;
   }
@@ -135,6 +137,7 @@ int RunAudits(RunContext& run, const std::function<int(RunContext&)>& prepare_ca
     missed.initExludeList();
     result = missed.check();
   }
+  run.out.flush();  // a findings file that cannot be written is told on standard error
   run.findings.Write(run.work_dir);
   if (write_failed(run)) return kWriteError;
   if (result >= 0 && panel_failed(run)) {
@@ -168,10 +171,14 @@ int kelmain(int argc, char** argv) {
   pnl_log::Init("msglint", 5);
   if (argc < 3) {
     usage(std::cout, argc > 0 && argv[0] ? argv[0] : "");
-    Fail();
+    Fail(std::cout);
   }
 
-  RunContext run(argv[1], pnl_file::GetCurrentDir(), std::cout);
+  // The report goes to standard output in large blocks; every word on
+  // standard error flushes it first, and so does the end of the run.
+  pnl_file::BlockOutput report(1);
+  std::ostream out(&report);
+  RunContext run(argv[1], pnl_file::GetCurrentDir(), out);
   const ProblemReporterScope reporter(run);
   int first = 2;
   const std::string mode = argv[2];
@@ -189,8 +196,8 @@ int kelmain(int argc, char** argv) {
   if (!found) {
     if (msglint_log.Check(3))
       msglint_log.Write(3, "No manager with name \"%s\" found", run.manager.c_str());
-    run.out << "No manager with name \"" << run.manager << "\" found" << std::endl;
-    Fail();
+    run.out << "No manager with name \"" << run.manager << "\" found\n";
+    Fail(run.out);
   }
 
   for (int i = first; i < argc; ++i) run.langs.push_back(argv[i]);
@@ -202,6 +209,6 @@ int kelmain(int argc, char** argv) {
 
   const int status = RunAudits(run, RebuildCache);
   // No language left ends the run as a command-line error does.
-  if (run.langs.empty()) Fail();
+  if (run.langs.empty()) Fail(run.out);
   return status;
 }

@@ -54,7 +54,6 @@ void PrintRepeats(RunContext& run, const std::string& lang, const RepeatTable& t
   // reports alike.
   std::stable_sort(blocks.begin(), blocks.end(), order);
   for (const std::string& block : blocks) run.out << block;
-  run.out.flush();
   // Recorded in the order printed.
   std::stable_sort(repeated.begin(), repeated.end(),
                    [](const Finding& a, const Finding& b) { return order(a.report, b.report); });
@@ -62,8 +61,8 @@ void PrintRepeats(RunContext& run, const std::string& lang, const RepeatTable& t
 }
 
 void PrintRepeatsHeader(RunContext& run, const std::string& lang) {
-  run.out << std::endl;
-  run.out << "Repeated messages for lang " << lang << std::endl;
+  run.out << '\n';
+  run.out << "Repeated messages for lang " << lang << '\n';
 }
 
 void check_repeats(RunContext& run, const std::string& lang) {

@@ -338,9 +338,9 @@ bool UnusedAudit::Check(const std::string& path, pnl_xml::Xml& doc, FileReport& 
 }
 
 void PrintUnused(RunContext& run, const UnusedAudit::FileReport& report) {
-  run.out << std::endl;
-  run.out << report.base << std::endl;
-  run.out << report.lines << std::flush;
+  run.out << '\n';
+  run.out << report.base << '\n';
+  run.out << report.lines;
   for (const Finding& finding : report.includes) run.findings.Add(finding);
   for (const UnusedAudit::Unused& unused : report.unused)
     run.findings.Add(UnusedFinding(run.manager, report.section, unused.name, report.lang,
@@ -349,8 +349,8 @@ void PrintUnused(RunContext& run, const UnusedAudit::FileReport& report) {
 }
 
 void PrintUnusedHeader(RunContext& run, const std::string& lang) {
-  run.out << std::endl;
-  run.out << "Unused for lang " << lang << std::endl;
+  run.out << '\n';
+  run.out << "Unused for lang " << lang << '\n';
 }
 
 void check_unused(RunContext& run, const std::string& lang) {

@@ -11,8 +11,8 @@
 #include "testutils/findings.h"
 
 void check_validator(RunContext& run) {
-  run.out << std::endl;
-  run.out << "Checking validator for inputs" << std::endl;
+  run.out << '\n';
+  run.out << "Checking validator for inputs\n";
 
   const std::string xml_dir = run.work_dir + "/etc/xml/";
   pnl_xml::Xml description;
@@ -51,7 +51,7 @@ void check_validator(RunContext& run) {
     if (labels.size() > 0) label = labels[0].Str();
 
     run.out << form << " -> " << field << "\t\t" << "(" << title << " -> " << label << ")"
-            << std::endl;
+            << '\n';
     Finding finding =
         AuditFinding("validator", "input-without-validator", form, "field", field, "");
     finding.file = DescriptionFile(run.manager);
