@@ -15,6 +15,7 @@
 #include "pnl/str.h"
 #include "testutils/MissedCheck.h"
 #include "testutils/findings.h"
+#include "testutils/texts.h"
 
 const pnl_log::Module msglint_log("msglint", "kern");
 
@@ -552,6 +553,7 @@ int kelmain(int argc, char** argv) {
     missed.initExludeList();
     result = missed.check();
   }
+  if (report_mode == "-f") texts::CheckTexts(Findings(), work_dir, PNL_NAME(), langs);
   Findings().Write(work_dir);
   if (write_failed()) return kWriteError;
   if (result >= 0 && panel_failed()) {
