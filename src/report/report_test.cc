@@ -118,6 +118,74 @@ TEST(ReportTest, HtmlShowsCoverageLocationsAndWhatToAdd) {
   EXPECT_EQ(std::string::npos, html.find("<script"));
 }
 
+// A finding of the texts audit: it printed nothing, and the page, the
+// SARIF log and the check tell it by what differs and by its two texts.
+Json TextsDoc() {
+  Json doc = Doc();
+  doc["run"]["languages"] = Json::array({"en", "ru"});
+  doc["findings"] = Json::parse(R"([
+    {"id": 1, "kind": "placeholder-mismatch", "level": "error", "audit": "texts",
+     "manager": "m", "object": "user.edit", "element": null, "language": "ru",
+     "result_bit": null,
+     "message": {"name": "hint_name", "section": "user.edit", "file": "etc/xml/m_msg_ru.xml",
+                 "add": null},
+     "location": {"file": "etc/xml/m_msg_ru.xml", "line": 9},
+     "report": "", "audit_line": null,
+     "comparison": {"reference_language": "en", "reference": "%s of <%d>",
+                    "text": "%d из\n<%s>", "difference": "en has %s, %d; ru has %d, %s"},
+     "input_problem": false},
+    {"id": 2, "kind": "untranslated", "level": "note", "audit": "texts",
+     "manager": "m", "object": "user.edit", "element": null, "language": "ru",
+     "result_bit": null,
+     "message": {"name": "title", "section": "user.edit", "file": "etc/xml/m_msg_ru.xml",
+                 "add": null},
+     "location": {"file": "etc/xml/m_msg_ru.xml", "line": 4},
+     "report": "", "audit_line": null,
+     "comparison": {"reference_language": "en", "reference": "User", "text": "User",
+                    "difference": "ru has the en text"},
+     "input_problem": false}])");
+  return doc;
+}
+
+TEST(ReportTest, TextsFindingsTellWhatDiffersAndBothTexts) {
+  const Json sarif = report::ToSarif(TextsDoc());
+  const Json& run = sarif["runs"][0];
+  ASSERT_EQ(2u, run["tool"]["driver"]["rules"].size());
+  EXPECT_EQ("note", run["tool"]["driver"]["rules"][1]["defaultConfiguration"]["level"]);
+  const Json& result = run["results"][0];
+  EXPECT_EQ("en has %s, %d; ru has %d, %s\nen: \"%s of <%d>\"\nru: \"%d из\n<%s>\"",
+            result["message"]["text"]);
+  EXPECT_EQ("etc/xml/m_msg_ru.xml",
+            result["locations"][0]["physicalLocation"]["artifactLocation"]["uri"]);
+  EXPECT_EQ(9, result["locations"][0]["physicalLocation"]["region"]["startLine"]);
+  EXPECT_FALSE(result.contains("relatedLocations"));
+  EXPECT_EQ("placeholder-mismatch|m|user.edit||hint_name|ru|1",
+            result["partialFingerprints"]["msglintFinding/v2"]);
+
+  const std::string html = report::ToHtml(TextsDoc());
+  EXPECT_NE(std::string::npos,
+            html.find("en has %s, %d; ru has %d, %s<br>en: <code>%s of &lt;%d&gt;</code>"
+                      "<br>ru: <code>%d из<br>&lt;%s&gt;</code>"));
+
+  std::string out;
+  EXPECT_FALSE(report::Check(TextsDoc(), "error", out));
+  EXPECT_NE(std::string::npos, out.find("1 findings at or above error\n"));
+  out.clear();
+  EXPECT_FALSE(report::Check(TextsDoc(), "note", out));
+  EXPECT_NE(std::string::npos, out.find("2 findings at or above note\n"));
+}
+
+TEST(ReportTest, TextsFindingsKeepTheirIdentityInABaseline) {
+  Json before = TextsDoc();
+  before["findings"][0]["location"]["line"] = 90;
+  before["findings"][0]["comparison"]["text"] = "%d из %s";
+  const report::Comparison comparison = report::Compare(TextsDoc(), report::Baseline::Of(before));
+  ASSERT_EQ(2u, comparison.states.size());
+  EXPECT_EQ(report::BaselineState::kUnchanged, comparison.states[0]);
+  EXPECT_EQ(report::BaselineState::kUnchanged, comparison.states[1]);
+  EXPECT_TRUE(comparison.absent.empty());
+}
+
 // The example document compared with a baseline that holds its unused
 // message and a missing label that is gone; its missing hint is new.
 report::Comparison Compared() {
