@@ -118,32 +118,35 @@ TEST(ReportTest, HtmlShowsCoverageLocationsAndWhatToAdd) {
   EXPECT_EQ(std::string::npos, html.find("<script"));
 }
 
-// A finding of the texts audit: it printed nothing, and the page, the
-// SARIF log and the check tell it by what differs and by its two texts.
+// A finding of the texts audit in section user.edit of Russian: it
+// printed nothing, and the page, the SARIF log and the check tell it by
+// what differs and by its two texts.
+Json TextsFinding(int id, const std::string& kind, const std::string& level,
+                  const std::string& name, int line, const std::string& reference,
+                  const std::string& text, const std::string& difference) {
+  Json f = Json::parse(R"({"audit": "texts", "manager": "m", "object": "user.edit",
+     "element": null, "language": "ru", "result_bit": null,
+     "message": {"section": "user.edit", "file": "etc/xml/m_msg_ru.xml", "add": null},
+     "location": {"file": "etc/xml/m_msg_ru.xml"}, "report": "", "audit_line": null,
+     "comparison": {"reference_language": "en"}, "input_problem": false})");
+  f["id"] = id;
+  f["kind"] = kind;
+  f["level"] = level;
+  f["message"]["name"] = name;
+  f["location"]["line"] = line;
+  f["comparison"]["reference"] = reference;
+  f["comparison"]["text"] = text;
+  f["comparison"]["difference"] = difference;
+  return f;
+}
+
 Json TextsDoc() {
   Json doc = Doc();
   doc["run"]["languages"] = Json::array({"en", "ru"});
-  doc["findings"] = Json::parse(R"([
-    {"id": 1, "kind": "placeholder-mismatch", "level": "error", "audit": "texts",
-     "manager": "m", "object": "user.edit", "element": null, "language": "ru",
-     "result_bit": null,
-     "message": {"name": "hint_name", "section": "user.edit", "file": "etc/xml/m_msg_ru.xml",
-                 "add": null},
-     "location": {"file": "etc/xml/m_msg_ru.xml", "line": 9},
-     "report": "", "audit_line": null,
-     "comparison": {"reference_language": "en", "reference": "%s of <%d>",
-                    "text": "%d из\n<%s>", "difference": "en has %s, %d; ru has %d, %s"},
-     "input_problem": false},
-    {"id": 2, "kind": "untranslated", "level": "note", "audit": "texts",
-     "manager": "m", "object": "user.edit", "element": null, "language": "ru",
-     "result_bit": null,
-     "message": {"name": "title", "section": "user.edit", "file": "etc/xml/m_msg_ru.xml",
-                 "add": null},
-     "location": {"file": "etc/xml/m_msg_ru.xml", "line": 4},
-     "report": "", "audit_line": null,
-     "comparison": {"reference_language": "en", "reference": "User", "text": "User",
-                    "difference": "ru has the en text"},
-     "input_problem": false}])");
+  doc["findings"] = Json::array(
+      {TextsFinding(1, "placeholder-mismatch", "error", "hint_name", 9, "%s of <%d>",
+                    "%d из\n<%s>", "en has %s, %d; ru has %d, %s"),
+       TextsFinding(2, "untranslated", "note", "title", 4, "User", "User", "ru has the en text")});
   return doc;
 }
 

@@ -26,6 +26,14 @@ std::vector<std::string> Kinds(const std::string& reference, const std::string& 
 
 using Kinds_ = std::vector<std::string>;
 
+// The one difference of `text` from `reference` (a failure when there are
+// more or none).
+Difference Only(const std::string& reference, const std::string& text) {
+  const std::vector<Difference> differences = Compare(reference, text, "en", "ru");
+  EXPECT_EQ(1u, differences.size()) << reference << " / " << text;
+  return differences.empty() ? Difference() : differences[0];
+}
+
 // ---- Conversions ----------------------------------------------------------
 
 TEST(ConversionsTest, NumberedByPositionOrByTheirOwnNumber) {
@@ -109,18 +117,14 @@ TEST(LettersTest, TheProcessLocaleChangesNothing) {
 // ---- Placeholders ---------------------------------------------------------
 
 TEST(CompareTest, PlaceholdersInAnotherOrderDiffer) {
-  const auto differences = Compare("%s has %d", "%d у %s", "en", "ru");
-  ASSERT_EQ(1u, differences.size());
-  EXPECT_EQ("placeholder-mismatch", differences[0].kind);
-  EXPECT_EQ("en has %s, %d; ru has %d, %s", differences[0].words);
+  const Difference difference = Only("%s has %d", "%d у %s");
+  EXPECT_EQ("placeholder-mismatch", difference.kind);
+  EXPECT_EQ("en has %s, %d; ru has %d, %s", difference.words);
 }
 
 TEST(CompareTest, AMissingPlaceholderIsNamed) {
-  const auto differences = Compare("%s of %d files", "%d файлов", "en", "ru");
-  ASSERT_EQ(1u, differences.size());
-  EXPECT_EQ("en has %s, %d; ru has %d", differences[0].words);
-  EXPECT_EQ("en has none; ru has %s",
-            Compare("Saved", "Сохранено %s", "en", "ru")[0].words);
+  EXPECT_EQ("en has %s, %d; ru has %d", Only("%s of %d files", "%d файлов").words);
+  EXPECT_EQ("en has none; ru has %s", Only("Saved", "Сохранено %s").words);
 }
 
 TEST(CompareTest, NumberedPlaceholdersMayMove) {
@@ -148,25 +152,21 @@ TEST(CompareTest, PercentSignsAreNoPlaceholders) {
 // ---- Line breaks ----------------------------------------------------------
 
 TEST(CompareTest, AnotherNumberOfLineBreaksDiffers) {
-  const auto differences = Compare("First\nSecond\nThird", "Первая\nВторая Третья", "en", "ru");
-  ASSERT_EQ(1u, differences.size());
-  EXPECT_EQ("newline-mismatch", differences[0].kind);
-  EXPECT_EQ("en has 2 line breaks; ru has 1 line break", differences[0].words);
+  const Difference difference = Only("First\nSecond\nThird", "Первая\nВторая Третья");
+  EXPECT_EQ("newline-mismatch", difference.kind);
+  EXPECT_EQ("en has 2 line breaks; ru has 1 line break", difference.words);
   EXPECT_EQ(Kinds_{}, Kinds("One\nTwo", "Раз\nДва"));
 }
 
 // ---- Whitespace -----------------------------------------------------------
 
 TEST(CompareTest, BlanksAtEitherEndDiffer) {
-  const auto trailing = Compare("Name ", "Имя", "en", "ru");
-  ASSERT_EQ(1u, trailing.size());
-  EXPECT_EQ("whitespace-mismatch", trailing[0].kind);
-  EXPECT_EQ("en ends with whitespace, ru does not", trailing[0].words);
-  const auto leading = Compare("Name", "\tИмя", "en", "ru");
-  ASSERT_EQ(1u, leading.size());
-  EXPECT_EQ("ru begins with whitespace, en does not", leading[0].words);
+  const Difference trailing = Only("Name ", "Имя");
+  EXPECT_EQ("whitespace-mismatch", trailing.kind);
+  EXPECT_EQ("en ends with whitespace, ru does not", trailing.words);
+  EXPECT_EQ("ru begins with whitespace, en does not", Only("Name", "\tИмя").words);
   EXPECT_EQ("en begins with whitespace, ru does not; ru ends with whitespace, en does not",
-            Compare(" Name", "Имя ", "en", "ru")[0].words);
+            Only(" Name", "Имя ").words);
 }
 
 TEST(CompareTest, BlanksAtTheSameEndsAgreeWhateverTheyAre) {
@@ -177,12 +177,10 @@ TEST(CompareTest, BlanksAtTheSameEndsAgreeWhateverTheyAre) {
 // ---- Punctuation ----------------------------------------------------------
 
 TEST(CompareTest, AnotherClosingMarkDiffers) {
-  const auto differences = Compare("Delete?", "Удалить", "en", "ru");
-  ASSERT_EQ(1u, differences.size());
-  EXPECT_EQ("punctuation-mismatch", differences[0].kind);
-  EXPECT_EQ("en ends with \"?\"; ru ends with no closing mark", differences[0].words);
-  EXPECT_EQ("en ends with \":\"; ru ends with \".\"",
-            Compare("Name:", "Имя.", "en", "ru")[0].words);
+  const Difference difference = Only("Delete?", "Удалить");
+  EXPECT_EQ("punctuation-mismatch", difference.kind);
+  EXPECT_EQ("en ends with \"?\"; ru ends with no closing mark", difference.words);
+  EXPECT_EQ("en ends with \":\"; ru ends with \".\"", Only("Name:", "Имя.").words);
   EXPECT_EQ(Kinds_{"punctuation-mismatch"}, Kinds("Wait...", "Ждите!"));
 }
 
@@ -202,10 +200,9 @@ TEST(CompareTest, TheMarkIsTheLastCharacterBeforeTheBlanks) {
 // ---- Untranslated ---------------------------------------------------------
 
 TEST(CompareTest, TheReferenceTextItselfWithTwoLetters) {
-  const auto differences = Compare("Mailboxes", "Mailboxes", "en", "ru");
-  ASSERT_EQ(1u, differences.size());
-  EXPECT_EQ("untranslated", differences[0].kind);
-  EXPECT_EQ("ru has the en text", differences[0].words);
+  const Difference difference = Only("Mailboxes", "Mailboxes");
+  EXPECT_EQ("untranslated", difference.kind);
+  EXPECT_EQ("ru has the en text", difference.words);
   EXPECT_EQ(Kinds_{"untranslated"}, Kinds("OK", "OK"));
 }
 
