@@ -209,9 +209,12 @@ int LetterCount(std::string_view text) {
 std::vector<Difference> Compare(std::string_view reference, std::string_view text,
                                 const std::string& reference_lang, const std::string& lang) {
   std::vector<Difference> differences;
-  const std::vector<Conversion> ref_conversions = ConversionsOf(reference);
-  const std::vector<Conversion> conversions = ConversionsOf(text);
-  if (Numbered(ref_conversions) != Numbered(conversions))
+  // Most texts hold no "%" at all, and then no conversion.
+  const bool percent = reference.find('%') != std::string_view::npos ||
+                       text.find('%') != std::string_view::npos;
+  const std::vector<Conversion> ref_conversions = percent ? ConversionsOf(reference) : std::vector<Conversion>();
+  const std::vector<Conversion> conversions = percent ? ConversionsOf(text) : std::vector<Conversion>();
+  if (percent && Numbered(ref_conversions) != Numbered(conversions))
     differences.push_back({"placeholder-mismatch", reference_lang + " has " +
                                                        Written(ref_conversions) + "; " + lang +
                                                        " has " + Written(conversions)});
@@ -252,6 +255,136 @@ std::string ReferenceLanguage(const std::vector<std::string>& langs) {
 
 namespace {
 
+// The line of an offset of a text, counted as libxml2 counts the line of
+// an element (the line of the ">" that ends its start tag), for offsets
+// asked in ascending order.
+class LineCounter {
+ public:
+  explicit LineCounter(std::string_view text) : text_(text) {}
+  long LineAt(size_t offset) {
+    line_ += std::count(text_.begin() + static_cast<long>(at_), text_.begin() + static_cast<long>(offset), '\n');
+    at_ = offset;
+    return line_;
+  }
+
+ private:
+  std::string_view text_;
+  size_t at_ = 0;
+  long line_ = 1;
+};
+
+// Appends code point `code` to `out` in UTF-8.
+void AppendUtf8(unsigned long code, std::string* out) {
+  if (code < 0x80) {
+    *out += static_cast<char>(code);
+  } else if (code < 0x800) {
+    *out += static_cast<char>(0xC0 | (code >> 6));
+    *out += static_cast<char>(0x80 | (code & 0x3F));
+  } else if (code < 0x10000) {
+    *out += static_cast<char>(0xE0 | (code >> 12));
+    *out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+    *out += static_cast<char>(0x80 | (code & 0x3F));
+  } else {
+    *out += static_cast<char>(0xF0 | (code >> 18));
+    *out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
+    *out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+    *out += static_cast<char>(0x80 | (code & 0x3F));
+  }
+}
+
+// Appends raw character data with its line ends made "\n", as the parser
+// reads them.
+void AppendCharacters(std::string_view raw, std::string* out) {
+  for (size_t cr = raw.find('\r'); cr != std::string_view::npos; cr = raw.find('\r')) {
+    out->append(raw.substr(0, cr));
+    *out += '\n';
+    raw.remove_prefix(cr + 1 < raw.size() && raw[cr + 1] == '\n' ? cr + 2 : cr + 1);
+  }
+  out->append(raw);
+}
+
+// The text that the parsed document gives for the content of an element
+// of a well-formed file (its text and CDATA, those of its children
+// included): references to characters and to the predefined entities
+// replaced, those to other entities read as nothing, comments, processing
+// instructions and tags left out.
+std::string ContentText(std::string_view raw) {
+  std::string text;
+  text.reserve(raw.size());
+  size_t at = 0;
+  while (at < raw.size()) {
+    size_t mark = at;
+    while (mark < raw.size() && raw[mark] != '<' && raw[mark] != '&') ++mark;
+    if (mark == raw.size()) mark = std::string_view::npos;
+    AppendCharacters(raw.substr(at, mark == std::string_view::npos ? raw.size() - at : mark - at), &text);
+    if (mark == std::string_view::npos) break;
+    const std::string_view rest = raw.substr(mark);
+    if (rest.starts_with("&")) {
+      const size_t semicolon = rest.find(';');
+      const std::string_view name = rest.substr(1, semicolon - 1);
+      if (name == "amp") text += '&';
+      else if (name == "lt") text += '<';
+      else if (name == "gt") text += '>';
+      else if (name == "quot") text += '"';
+      else if (name == "apos") text += '\'';
+      else if (name.starts_with("#x")) AppendUtf8(std::stoul(std::string(name.substr(2)), nullptr, 16), &text);
+      else if (name.starts_with("#")) AppendUtf8(std::stoul(std::string(name.substr(1)), nullptr, 10), &text);
+      at = mark + semicolon + 1;
+    } else if (rest.starts_with("<![CDATA[")) {
+      const size_t close = rest.find("]]>");
+      AppendCharacters(rest.substr(9, close - 9), &text);
+      at = mark + close + 3;
+    } else if (rest.starts_with("<!--")) {
+      at = mark + rest.find("-->") + 3;
+    } else if (rest.starts_with("<?")) {
+      at = mark + rest.find("?>") + 2;
+    } else {
+      // A tag: ">" may stand inside its quoted attribute values.
+      char quote = 0;
+      size_t end = 1;
+      for (; end < rest.size(); ++end) {
+        if (quote != 0) {
+          if (rest[end] == quote) quote = 0;
+        } else if (rest[end] == '"' || rest[end] == '\'') {
+          quote = rest[end];
+        } else if (rest[end] == '>') {
+          break;
+        }
+      }
+      at = mark + end + 1;
+    }
+  }
+  return text;
+}
+
+// The value of attribute `name` in the start tag `tag`, "" when it has
+// none; false when the value holds a reference, which only the parser
+// reads right.
+bool Attribute(std::string_view tag, std::string_view name, std::string* value) {
+  value->clear();
+  size_t at = tag.find_first_of(" \t\r\n");
+  while (at != std::string_view::npos && at < tag.size()) {
+    at = tag.find_first_not_of(" \t\r\n", at);
+    if (at == std::string_view::npos) break;
+    const size_t equals = tag.find('=', at);
+    if (equals == std::string_view::npos) break;
+    std::string_view attribute = tag.substr(at, equals - at);
+    while (!attribute.empty() && IsBlank(attribute.back())) attribute.remove_suffix(1);
+    const size_t open = tag.find_first_of("\"'", equals);
+    if (open == std::string_view::npos) break;
+    const size_t close = tag.find(tag[open], open + 1);
+    if (close == std::string_view::npos) break;
+    if (attribute == name) {
+      const std::string_view raw = tag.substr(open + 1, close - open - 1);
+      if (raw.find('&') != std::string_view::npos) return false;
+      *value = std::string(raw);
+      return true;
+    }
+    at = close + 1;
+  }
+  return true;
+}
+
 // One message as the audit sees it: its text and line, or passed over.
 struct Message {
   std::string name;
@@ -268,12 +401,85 @@ struct Section {
 // Keeps the last item of each name, in the order of the kept ones.
 template <typename Item>
 void KeepLastOfEachName(std::vector<Item>* items) {
-  std::unordered_set<std::string> seen;
-  std::vector<Item> kept;
-  for (auto it = items->rbegin(); it != items->rend(); ++it)
-    if (seen.insert(it->name).second) kept.push_back(std::move(*it));
-  std::reverse(kept.begin(), kept.end());
-  *items = std::move(kept);
+  std::unordered_set<std::string_view> seen;
+  std::vector<bool> last(items->size(), false);
+  for (size_t i = items->size(); i-- > 0;) last[i] = seen.insert((*items)[i].name).second;
+  if (seen.size() == items->size()) return;
+  size_t kept = 0;
+  for (size_t i = 0; i < items->size(); ++i)
+    if (last[i]) (*items)[kept++] = std::move((*items)[i]);
+  items->resize(kept);
+}
+
+// The messages of `lang` as the parsed document gives them: lang elements
+// named `lang` under the root, their messages sections and the msg
+// children of those, each section and message in file order.
+void ParseSections(const std::string& bytes, const std::string& rel, const std::string& lang,
+                   std::vector<Section>* sections) {
+  pnl_xml::Xml doc;
+  if (!doc.LoadQuietly(bytes, rel)) return;
+  for (pnl_xml::XmlNode node = doc.GetRoot().FirstChild(); node; node = node.Next()) {
+    if (node.Name() != "lang" || node.GetProp("name") != lang) continue;
+    for (pnl_xml::XmlNode section = node.FirstChild(); section; section = section.Next()) {
+      if (section.Name() != "messages") continue;
+      Section& kept = sections->emplace_back();
+      kept.name = section.GetProp("name");
+      for (pnl_xml::XmlNode msg = section.FirstChild(); msg; msg = msg.Next()) {
+        if (msg.Name() != "msg") continue;
+        Message& message = kept.messages.emplace_back();
+        message.name = msg.GetProp("name");
+        message.text = msg.Str();
+        message.line = msg.Line();
+        message.passed_over = message.text.empty() || msg.GetProp("added") == "msglint-fix";
+      }
+    }
+  }
+}
+
+// The same from the element scanner, which costs about half a parse: the
+// text of a message is read from its bytes as the parser would give it.
+// False for a file that the scanner cannot take, or whose start tags or
+// texts hold what only the parser reads right (namespaces, a DTD, an
+// "added" attribute written with a reference).
+bool ScanSections(const std::string& bytes, const std::string& rel, const std::string& lang,
+                  std::vector<Section>* sections) {
+  if (pnl_xml::IsLiteralEvaluation()) return false;
+  if (bytes.find("xmlns") != std::string::npos) return false;
+  std::vector<pnl_xml::ElementSpan> spans;
+  std::string error;
+  if (!pnl_xml::ScanElements(bytes, rel, &spans, &error)) return false;
+  const std::string_view text = bytes;
+  // A DTD stands before the root element.
+  if (text.substr(0, spans[0].begin).find("<!DOCTYPE") != std::string_view::npos) return false;
+  for (const pnl_xml::ElementSpan& span : spans)
+    if (text.substr(span.begin, span.content_begin - span.begin).find(':') != std::string::npos)
+      return false;
+  // Whether each span is a lang element of `lang`, and which section a
+  // messages element became.
+  std::vector<bool> is_lang(spans.size(), false);
+  std::vector<long> section_of(spans.size(), -1);
+  LineCounter lines(text);
+  for (size_t i = 1; i < spans.size(); ++i) {
+    const pnl_xml::ElementSpan& span = spans[i];
+    if (span.parent == 0) {
+      is_lang[i] = span.name == "lang" && span.name_attr == lang;
+    } else if (span.parent > 0 && is_lang[span.parent]) {
+      if (span.name != "messages") continue;
+      section_of[i] = static_cast<long>(sections->size());
+      sections->push_back({span.name_attr, {}});
+    } else if (span.parent > 0 && section_of[span.parent] >= 0 && span.name == "msg") {
+      std::string added;
+      if (!Attribute(text.substr(span.begin, span.content_begin - span.begin), "added", &added))
+        return false;
+      Message message;
+      message.name = span.name_attr;
+      message.text = ContentText(text.substr(span.content_begin, span.content_end - span.content_begin));
+      message.line = lines.LineAt(span.content_begin);
+      message.passed_over = message.text.empty() || added == "msglint-fix";
+      (*sections)[section_of[span.parent]].messages.push_back(std::move(message));
+    }
+  }
+  return true;
 }
 
 // The sections of language `lang` in its message file, in file order:
@@ -285,24 +491,9 @@ std::vector<Section> ReadSections(const std::string& work_dir, const std::string
   const std::string rel = findings::MessageFile(manager, lang);
   std::string bytes;
   if (!pnl_file::ReadFile(work_dir + "/" + rel, bytes)) return sections;
-  pnl_xml::Xml doc;
-  if (!doc.LoadQuietly(bytes, rel)) return sections;
-  std::string().swap(bytes);
-  for (pnl_xml::XmlNode node = doc.GetRoot().FirstChild(); node; node = node.Next()) {
-    if (node.Name() != "lang" || node.GetProp("name") != lang) continue;
-    for (pnl_xml::XmlNode section = node.FirstChild(); section; section = section.Next()) {
-      if (section.Name() != "messages") continue;
-      Section& kept = sections.emplace_back();
-      kept.name = section.GetProp("name");
-      for (pnl_xml::XmlNode msg = section.FirstChild(); msg; msg = msg.Next()) {
-        if (msg.Name() != "msg") continue;
-        Message& message = kept.messages.emplace_back();
-        message.name = msg.GetProp("name");
-        message.text = msg.Str();
-        message.line = msg.Line();
-        message.passed_over = message.text.empty() || msg.GetProp("added") == "msglint-fix";
-      }
-    }
+  if (!ScanSections(bytes, rel, lang, &sections)) {
+    sections.clear();
+    ParseSections(bytes, rel, lang, &sections);
   }
   KeepLastOfEachName(&sections);
   for (Section& section : sections) KeepLastOfEachName(&section.messages);

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "pnl/xml.h"
 #include "support/scratch_dir.h"
 #include "testutils/findings.h"
 
@@ -335,6 +336,48 @@ TEST_F(CheckTextsTest, TextsWithReferencesAndCdataAreComparedAsTheyRead) {
   EXPECT_EQ("Tom & Jerry", found[0].text);
   EXPECT_EQ("placeholder-mismatch", found[1].kind);
   EXPECT_EQ("<b>%s</b>", found[1].reference_text);
+}
+
+// The scanner reads the texts and lines that the parsed document gives:
+// the same findings either way, on texts that hold every kind of markup.
+TEST_F(CheckTextsTest, TheScannerReadsWhatTheParserReads) {
+  dir_.Write("etc/xml/m_msg_en.xml",
+             MessageFile("en", "<messages name=\"f\">\r\n"
+                               "<msg name=\"a\">A &amp; B &#x41;&#66; &lt;%s&gt;</msg>\r\n"
+                               "<msg name=\"b\"><![CDATA[<i>%d</i>\r\nx]]> <!-- no --><?pi x?></msg>\n"
+                               "<msg name=\"c\">Bold <b title=\"a>b\">%s</b>:</msg>\n"
+                               "<msg\n  name=\"d\"\n>Two\r\nlines</msg>\n"
+                               "<msg name=\"e\"/><msg name=\"g\" added = 'msglint-fix'>Fixed</msg>\n"
+                               "</messages>\n"));
+  dir_.Write("etc/xml/m_msg_ru.xml",
+             MessageFile("ru", "<messages name=\"f\">\n"
+                               "<msg name=\"a\">A &amp; B AB &lt;%d&gt;</msg>\n"
+                               "<msg name=\"b\">&lt;i&gt;%d&lt;/i&gt;\nx </msg>\n"
+                               "<msg\n name=\"c\">Жирный <b>%s</b></msg>\n"
+                               "<msg name=\"d\">Две строки</msg>\n"
+                               "<msg name=\"e\">Пусто</msg><msg name=\"g\">Fixed</msg>\n"
+                               "</messages>\n"));
+  auto summary = [](const std::vector<Finding>& found) {
+    std::vector<std::string> lines;
+    for (const Finding& f : found)
+      lines.push_back(f.kind + " " + f.message_name + ":" + std::to_string(f.line) + " [" +
+                      f.reference_text + "] [" + f.text + "]");
+    return lines;
+  };
+  const std::vector<std::string> scanned = summary(Run({"en", "ru"}));
+  recorder_.Clear();
+  recorder_.KeepFindings();
+  pnl_xml::SetLiteralEvaluation(true);
+  const std::vector<std::string> parsed = summary(Run({"en", "ru"}));
+  pnl_xml::SetLiteralEvaluation(false);
+  EXPECT_EQ(parsed, scanned);
+  EXPECT_EQ((std::vector<std::string>{
+                "placeholder-mismatch a:5 [A & B AB <%s>] [A & B AB <%d>]",
+                "untranslated b:6 [<i>%d</i>\nx ] [<i>%d</i>\nx ]",
+                "punctuation-mismatch c:9 [Bold %s:] [Жирный %s]",
+                "newline-mismatch d:10 [Two\nlines] [Две строки]",
+            }),
+            scanned);
 }
 
 TEST_F(CheckTextsTest, AFileThatCannotBeParsedGivesNothing) {
