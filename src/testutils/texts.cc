@@ -406,8 +406,11 @@ void KeepLastOfEachName(std::vector<Item>* items) {
   for (size_t i = items->size(); i-- > 0;) last[i] = seen.insert((*items)[i].name).second;
   if (seen.size() == items->size()) return;
   size_t kept = 0;
-  for (size_t i = 0; i < items->size(); ++i)
-    if (last[i]) (*items)[kept++] = std::move((*items)[i]);
+  for (size_t i = 0; i < items->size(); ++i) {
+    if (!last[i]) continue;
+    if (kept != i) (*items)[kept] = std::move((*items)[i]);
+    ++kept;
+  }
   items->resize(kept);
 }
 
