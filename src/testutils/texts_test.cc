@@ -380,6 +380,21 @@ TEST_F(CheckTextsTest, TheScannerReadsWhatTheParserReads) {
             scanned);
 }
 
+// A file with a DTD is parsed: its own entities read as nothing, as they
+// do for every other audit.
+TEST_F(CheckTextsTest, AFileWithADtdIsParsed) {
+  dir_.Write("etc/xml/m_msg_en.xml",
+             "<?xml version=\"1.0\"?>\n<!DOCTYPE pnldata [<!ENTITY co \"ACME\">]>\n"
+             "<pnldata><lang name=\"en\"><messages name=\"f\">\n"
+             "<msg name=\"a\">&co; Mail:</msg></messages></lang></pnldata>\n");
+  dir_.Write("etc/xml/m_msg_ru.xml",
+             MessageFile("ru", "<messages name=\"f\"><msg name=\"a\"> Mail:</msg></messages>\n"));
+  const auto found = Run({"en", "ru"});
+  ASSERT_EQ(1u, found.size());
+  EXPECT_EQ("untranslated", found[0].kind);
+  EXPECT_EQ(" Mail:", found[0].reference_text);
+}
+
 TEST_F(CheckTextsTest, AFileThatCannotBeParsedGivesNothing) {
   dir_.Write("etc/xml/m_msg_en.xml",
              MessageFile("en", "<messages name=\"f\"><msg name=\"a\">Name</msg></messages>\n"));
