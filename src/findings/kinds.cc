@@ -5,6 +5,7 @@ namespace findings {
 namespace {
 
 constexpr char kMissing[] = "missing-messages";
+constexpr char kTexts[] = "texts";
 
 // name, level, audit, result bit, fixable, needs a text, help.
 constexpr Kind kKinds[] = {
@@ -66,6 +67,16 @@ constexpr Kind kKinds[] = {
      "A message section is named after no action of the manager."},
     {"missing-column-hint", "warning", "column-hints", 0, true, false,
      "A list column has no hint_COLUMN message in the list's section."},
+    {"placeholder-mismatch", "error", kTexts, 0, false, false,
+     "A translation's printf conversions (%s, %1$d, ...) differ from the reference language's text."},
+    {"newline-mismatch", "warning", kTexts, 0, false, false,
+     "A translation has another number of line breaks than the reference language's text."},
+    {"whitespace-mismatch", "warning", kTexts, 0, false, false,
+     "A translation begins or ends with whitespace where the reference language's text does not, or the other way round."},
+    {"punctuation-mismatch", "note", kTexts, 0, false, false,
+     "A translation ends with another closing mark (: . ? ! or an ellipsis) than the reference language's text."},
+    {"untranslated", "note", kTexts, 0, false, false,
+     "A translation is the reference language's text itself."},
 };
 
 }  // namespace

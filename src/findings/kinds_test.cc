@@ -24,7 +24,7 @@ TEST(KindsTest, EachKindOnceWithALevelAndAHelpText) {
     EXPECT_FALSE(std::string(kind.help).empty()) << kind.name;
     EXPECT_FALSE(std::string(kind.audit).empty()) << kind.name;
   }
-  EXPECT_EQ(29u, names.size());
+  EXPECT_EQ(34u, names.size());
 }
 
 TEST(KindsTest, LevelsAndHelpOfKnownAndUnknownKinds) {
@@ -44,6 +44,22 @@ TEST(KindsTest, AuditsAndResultBits) {
   EXPECT_STREQ("column-hints", FindKind("missing-column-hint")->audit);
   EXPECT_EQ(0, FindKind("missing-column-hint")->result_bit);
   EXPECT_STREQ("unused", FindKind("include-not-found")->audit);
+}
+
+// The texts audit's kinds never change the run's status.
+TEST(KindsTest, TheTextsAuditsKinds) {
+  const std::pair<const char*, const char*> levels[] = {
+      {"placeholder-mismatch", "error"}, {"newline-mismatch", "warning"},
+      {"whitespace-mismatch", "warning"}, {"punctuation-mismatch", "note"},
+      {"untranslated", "note"}};
+  for (const auto& [name, level] : levels) {
+    const findings::Kind* kind = FindKind(name);
+    ASSERT_NE(nullptr, kind) << name;
+    EXPECT_STREQ(level, kind->level) << name;
+    EXPECT_STREQ("texts", kind->audit) << name;
+    EXPECT_EQ(0, kind->result_bit) << name;
+    EXPECT_FALSE(kind->fixable) << name;
+  }
 }
 
 // The fixer adds the missing messages; those whose audit also reports an

@@ -22,11 +22,22 @@ std::string Percent(const Json& value) {
   return text;
 }
 
-// The finding's text without its trailing newline.
+// The finding's text without its trailing newline. A finding that printed
+// nothing (the texts audit's) is told by what differs, or by its kind.
 std::string ReportText(const Json& finding) {
   std::string text = Str(At(finding, "report"));
   while (!text.empty() && text.back() == '\n') text.pop_back();
+  if (text.empty()) text = Str(At(At(finding, "comparison"), "difference"));
   return text.empty() ? Str(At(finding, "kind")) : text;
+}
+
+// The two texts that a finding of the texts audit compared, one line each:
+// "en: \"Name:\"\nru: \"Имя\"", or "" for another finding.
+std::string ComparedTexts(const Json& finding) {
+  const Json& comparison = At(finding, "comparison");
+  if (!comparison.is_object()) return "";
+  return Str(At(comparison, "reference_language")) + ": \"" + Str(At(comparison, "reference")) +
+         "\"\n" + Str(At(finding, "language")) + ": \"" + Str(At(comparison, "text")) + "\"";
 }
 
 // A finding of a baseline in a few words: "missing-hint field domain in
@@ -107,6 +118,20 @@ std::string Where(const Json& location) {
   return text;
 }
 
+// The compared texts of a finding of the texts audit for the page: each
+// language and its text, after the report text; "" for another finding.
+std::string ComparedTextsHtml(const Json& finding) {
+  const Json& comparison = At(finding, "comparison");
+  if (!comparison.is_object()) return "";
+  auto text = [](const std::string& lang, const std::string& words) {
+    std::string html = "<br>" + Escape(lang) + ": <code>";
+    for (char c : Escape(words)) html += c == '\n' ? std::string("<br>") : std::string(1, c);
+    return html + "</code>";
+  };
+  return text(Str(At(comparison, "reference_language")), Str(At(comparison, "reference"))) +
+         text(Str(At(finding, "language")), Str(At(comparison, "text")));
+}
+
 // The findings' tables, one per object in the order of its first finding.
 std::string FindingsByObject(const std::vector<const Json*>& findings) {
   std::vector<std::string> objects;
@@ -135,7 +160,7 @@ std::string FindingsByObject(const std::vector<const Json*>& findings) {
       h += "<tr><td class=\"" + Escape(level) + "\">" + Escape(level) + "</td><td>" +
            Escape(Str(At(f, "kind"))) + "</td><td>" + Escape(element) + "</td><td>" +
            Escape(Str(At(f, "language"))) + "</td><td>" + Escape(Where(At(f, "location"))) + "</td><td>" +
-           add + "</td><td>" + Escape(ReportText(f)) + "</td></tr>\n";
+           add + "</td><td>" + Escape(ReportText(f)) + ComparedTextsHtml(f) + "</td></tr>\n";
     }
     h += "</table>\n";
   }
@@ -216,6 +241,7 @@ Json ToSarif(const Json& doc, const Comparison* baseline) {
     result["ruleIndex"] = rule_index[kind];
     result["level"] = Str(At(f, "level"));
     std::string text = ReportText(f);
+    if (At(f, "comparison").is_object()) text += "\n" + ComparedTexts(f);
     if (At(f, "message").is_object() && At(At(f, "message"), "add").is_string())
       text += "\nAdd " + Str(At(At(f, "message"), "add")) + " to section " +
               Str(At(At(f, "message"), "section")) + " of " + Str(At(At(f, "message"), "file")) + ".";

@@ -118,6 +118,77 @@ TEST(ReportTest, HtmlShowsCoverageLocationsAndWhatToAdd) {
   EXPECT_EQ(std::string::npos, html.find("<script"));
 }
 
+// A finding of the texts audit in section user.edit of Russian: it
+// printed nothing, and the page, the SARIF log and the check tell it by
+// what differs and by its two texts.
+Json TextsFinding(int id, const std::string& kind, const std::string& level,
+                  const std::string& name, int line, const std::string& reference,
+                  const std::string& text, const std::string& difference) {
+  Json f = Json::parse(R"({"audit": "texts", "manager": "m", "object": "user.edit",
+     "element": null, "language": "ru", "result_bit": null,
+     "message": {"section": "user.edit", "file": "etc/xml/m_msg_ru.xml", "add": null},
+     "location": {"file": "etc/xml/m_msg_ru.xml"}, "report": "", "audit_line": null,
+     "comparison": {"reference_language": "en"}, "input_problem": false})");
+  f["id"] = id;
+  f["kind"] = kind;
+  f["level"] = level;
+  f["message"]["name"] = name;
+  f["location"]["line"] = line;
+  f["comparison"]["reference"] = reference;
+  f["comparison"]["text"] = text;
+  f["comparison"]["difference"] = difference;
+  return f;
+}
+
+Json TextsDoc() {
+  Json doc = Doc();
+  doc["run"]["languages"] = Json::array({"en", "ru"});
+  doc["findings"] = Json::array(
+      {TextsFinding(1, "placeholder-mismatch", "error", "hint_name", 9, "%s of <%d>",
+                    "%d из\n<%s>", "en has %s, %d; ru has %d, %s"),
+       TextsFinding(2, "untranslated", "note", "title", 4, "User", "User", "ru has the en text")});
+  return doc;
+}
+
+TEST(ReportTest, TextsFindingsTellWhatDiffersAndBothTexts) {
+  const Json sarif = report::ToSarif(TextsDoc());
+  const Json& run = sarif["runs"][0];
+  ASSERT_EQ(2u, run["tool"]["driver"]["rules"].size());
+  EXPECT_EQ("note", run["tool"]["driver"]["rules"][1]["defaultConfiguration"]["level"]);
+  const Json& result = run["results"][0];
+  EXPECT_EQ("en has %s, %d; ru has %d, %s\nen: \"%s of <%d>\"\nru: \"%d из\n<%s>\"",
+            result["message"]["text"]);
+  EXPECT_EQ("etc/xml/m_msg_ru.xml",
+            result["locations"][0]["physicalLocation"]["artifactLocation"]["uri"]);
+  EXPECT_EQ(9, result["locations"][0]["physicalLocation"]["region"]["startLine"]);
+  EXPECT_FALSE(result.contains("relatedLocations"));
+  EXPECT_EQ("placeholder-mismatch|m|user.edit||hint_name|ru|1",
+            result["partialFingerprints"]["msglintFinding/v2"]);
+
+  const std::string html = report::ToHtml(TextsDoc());
+  EXPECT_NE(std::string::npos,
+            html.find("en has %s, %d; ru has %d, %s<br>en: <code>%s of &lt;%d&gt;</code>"
+                      "<br>ru: <code>%d из<br>&lt;%s&gt;</code>"));
+
+  std::string out;
+  EXPECT_FALSE(report::Check(TextsDoc(), "error", out));
+  EXPECT_NE(std::string::npos, out.find("1 findings at or above error\n"));
+  out.clear();
+  EXPECT_FALSE(report::Check(TextsDoc(), "note", out));
+  EXPECT_NE(std::string::npos, out.find("2 findings at or above note\n"));
+}
+
+TEST(ReportTest, TextsFindingsKeepTheirIdentityInABaseline) {
+  Json before = TextsDoc();
+  before["findings"][0]["location"]["line"] = 90;
+  before["findings"][0]["comparison"]["text"] = "%d из %s";
+  const report::Comparison comparison = report::Compare(TextsDoc(), report::Baseline::Of(before));
+  ASSERT_EQ(2u, comparison.states.size());
+  EXPECT_EQ(report::BaselineState::kUnchanged, comparison.states[0]);
+  EXPECT_EQ(report::BaselineState::kUnchanged, comparison.states[1]);
+  EXPECT_TRUE(comparison.absent.empty());
+}
+
 // The example document compared with a baseline that holds its unused
 // message and a missing label that is gone; its missing hint is new.
 report::Comparison Compared() {

@@ -114,6 +114,13 @@ ordered_json FindingEntry(const Finding& f, const std::string& manager, long id)
   }
   item["report"] = f.report;
   item["audit_line"] = StringOrNull(f.audit_line);
+  if (!f.reference_language.empty()) {
+    ordered_json& comparison = item["comparison"];
+    comparison["reference_language"] = f.reference_language;
+    comparison["reference"] = f.reference_text;
+    comparison["text"] = f.text;
+    comparison["difference"] = f.difference;
+  }
   return item;
 }
 

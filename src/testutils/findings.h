@@ -36,6 +36,13 @@ struct Finding {
   long line = 0;             // libxml2's line of the element in `file`
   std::string report;        // the lines it printed on standard output
   std::string audit_line;    // its line in var/test_msgs
+  // A finding of the texts audit also names the reference language, the
+  // two texts and what differs; written as "comparison" only when
+  // `reference_language` is set.
+  std::string reference_language;
+  std::string reference_text;
+  std::string text;
+  std::string difference;    // "en has %s, %d; ru has %d"
 };
 
 // A problem of the run's input: a file missing, unreadable or malformed, a

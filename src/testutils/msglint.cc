@@ -18,6 +18,7 @@
 #include "testutils/MissedCheck.h"
 #include "testutils/panel_calls.h"
 #include "testutils/run_context.h"
+#include "testutils/texts.h"
 #include "testutils/unsafe_paths.h"
 #include "testutils/unused.h"
 #include "testutils/validator.h"
@@ -137,6 +138,7 @@ int RunAudits(RunContext& run, const std::function<int(RunContext&)>& prepare_ca
     missed.initExludeList();
     result = missed.check();
   }
+  if (run.Full()) texts::CheckTexts(run.findings, run.work_dir, run.manager, run.langs);
   run.out.flush();  // a findings file that cannot be written is told on standard error
   run.findings.Write(run.work_dir);
   if (write_failed(run)) return kWriteError;
