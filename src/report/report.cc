@@ -262,7 +262,8 @@ std::string SarifLeftOut::Describe() const {
          " fixed findings (--max-results 0 writes them all)";
 }
 
-Json ToSarif(const Json& doc, const Comparison* baseline, const SarifLimits& limits, SarifLeftOut* left_out) {
+Json ToSarif(const Json& doc, const Comparison* baseline, const SarifLimits& limits, SarifLeftOut* left_out,
+             MessageLines* messages) {
   const std::string manager = Str(At(At(doc, "run"), "manager"));
   const std::vector<FindingIdentity> identities = baseline ? baseline->identities : IdentitiesOf(doc);
   Json rules = Json::array();
@@ -299,7 +300,7 @@ Json ToSarif(const Json& doc, const Comparison* baseline, const SarifLimits& lim
       // Each message that holds the text, the first as the location.
       const std::string file = findings::MessageFile(manager, Str(At(f, "language")));
       for (const auto& [section, name] : RepeatedMessages(Str(At(f, "report")))) {
-        Json occurrence = PhysicalLocation(file, 0);
+        Json occurrence = PhysicalLocation(file, messages ? messages->Line(file, section, name) : 0);
         occurrence["message"]["text"] = "Message " + name + " of section " + section + ".";
         if (locations.empty()) {
           locations.push_back(occurrence);

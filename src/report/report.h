@@ -10,6 +10,7 @@
 
 #include "findings/reader.h"
 #include "report/baseline.h"
+#include "report/message_lines.h"
 
 namespace report {
 
@@ -50,9 +51,10 @@ struct SarifLeftOut {
 // others as results of their own. When the findings give more results than
 // `limits` allow, the errors are kept first, then the warnings, the notes
 // and the fixed findings, each in report order, and `left_out` (if given)
-// counts what is left out; the results kept stay in report order.
+// counts what is left out; the results kept stay in report order. With
+// `messages`, the messages of a repeated text have their lines.
 Json ToSarif(const Json& doc, const Comparison* baseline = nullptr, const SarifLimits& limits = {},
-             SarifLeftOut* left_out = nullptr);
+             SarifLeftOut* left_out = nullptr, MessageLines* messages = nullptr);
 
 // The HTML page of the findings. With a comparison with a baseline, the page
 // counts the new, unchanged and absent findings of each language and shows

@@ -85,6 +85,18 @@ int ReadBaseline(const std::string& path, const std::string& manager, report::Ba
   return 0;
 }
 
+// The installation directory of the findings file at `path`: the
+// directory that holds var/msglint/findings.json, or the current one for a
+// file elsewhere.
+std::string InstallationOf(const std::string& path) {
+  const std::string tail = findings::FindingsFile();
+  if (path == tail) return ".";
+  if (path.size() > tail.size() && path.compare(path.size() - tail.size(), tail.size(), tail) == 0 &&
+      path[path.size() - tail.size() - 1] == '/')
+    return path.substr(0, path.size() - tail.size() - 1);
+  return ".";
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -227,7 +239,8 @@ int main(int argc, char** argv) {
     limits.max_results = max_results;
     if (max_results == 0) limits.max_gzip_bytes = 0;
     report::SarifLeftOut left_out;
-    std::cout << report::ToSarif(doc, compared, limits, &left_out).dump() << "\n";
+    report::MessageLines messages(InstallationOf(path));
+    std::cout << report::ToSarif(doc, compared, limits, &left_out, &messages).dump() << "\n";
     if (left_out.Total() > 0)
       std::cerr << "msglint-report: " << left_out.Describe() << std::endl;
   }

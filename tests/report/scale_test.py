@@ -7,6 +7,7 @@ usage: scale_test.py PREFIX NOSLEEP SOURCE_DIR SCHEMA_JSON
 import collections
 import gzip
 import json
+import os
 import sys
 import unittest
 
@@ -78,6 +79,25 @@ class ScaleTest(unittest.TestCase):
         self.assertEqual({"error"}, {r["level"] for r in results})
         self.assertIn("left out: %d errors," % (sum(f["level"] == "error" for f in self.findings()) - 100),
                       err)
+
+    def test_repeated_text_points_at_each_message(self):
+        status, out, err = self.big.report("--format", "sarif", "--kind", "repeated-message",
+                                           "--max-results", "0")
+        self.assertEqual(0, status, err)
+        results = json.loads(out)["runs"][0]["results"]
+        self.assertTrue(results)
+        files = {}
+        for result in results:
+            occurrences = result["locations"] + result.get("relatedLocations", [])
+            self.assertGreaterEqual(len(occurrences), 2)
+            for location in occurrences:
+                uri = location["physicalLocation"]["artifactLocation"]["uri"]
+                if uri not in files:
+                    with open(os.path.join(self.big.dir, uri), encoding="utf-8") as f:
+                        files[uri] = f.read().split("\n")
+                name = location["message"]["text"].split(" ")[1]
+                line = files[uri][location["physicalLocation"]["region"]["startLine"] - 1]
+                self.assertIn('<msg name="%s"' % name, line)
 
     def selected_ids(self, *options):
         status, out, err = self.big.report("--format", "json", *options)
