@@ -63,22 +63,21 @@ std::string Selection::CheckLanguages(const Json& doc) const {
   return "";
 }
 
+bool Selection::Matches(const std::string& level, const std::string& language, const std::string& kind,
+                        const std::string& object) const {
+  if (min_rank_ && LevelRank(level) < min_rank_) return false;
+  if (!languages_.empty() && !languages_.count(language)) return false;
+  if (!kinds_.empty() && !kinds_.count(kind)) return false;
+  return object_.empty() || object == object_;
+}
+
 bool Selection::Selects(const Json& f, BaselineState state) const {
   if (new_only_ && state != BaselineState::kNew) return false;
-  if (min_rank_ && LevelRank(Str(At(f, "level"))) < min_rank_) return false;
-  if (!languages_.empty() && !languages_.count(Str(At(f, "language")))) return false;
-  if (!kinds_.empty() && !kinds_.count(Str(At(f, "kind")))) return false;
-  if (!object_.empty() && Str(At(f, "object")) != object_) return false;
-  return true;
+  return Matches(Str(At(f, "level")), Str(At(f, "language")), Str(At(f, "kind")), Str(At(f, "object")));
 }
 
 bool Selection::SelectsAbsent(const FindingIdentity& id) const {
-  if (new_only_) return false;
-  if (min_rank_ && LevelRank(findings::LevelOf(id.kind)) < min_rank_) return false;
-  if (!languages_.empty() && !languages_.count(id.language)) return false;
-  if (!kinds_.empty() && !kinds_.count(id.kind)) return false;
-  if (!object_.empty() && id.object != object_) return false;
-  return true;
+  return !new_only_ && Matches(findings::LevelOf(id.kind), id.language, id.kind, id.object);
 }
 
 Json Selection::Apply(const Json& doc, const Comparison* comparison, Comparison* compared) const {

@@ -45,6 +45,10 @@ class Selection {
   Json Apply(const Json& doc, const Comparison* comparison, Comparison* compared) const;
 
  private:
+  // The test of every option but --new-only, on the parts of a finding.
+  bool Matches(const std::string& level, const std::string& language, const std::string& kind,
+               const std::string& object) const;
+
   int min_rank_ = 0;
   std::set<std::string> languages_;
   std::set<std::string> kinds_;
