@@ -142,26 +142,6 @@ std::vector<std::pair<std::string, std::string>> RepeatedMessages(const std::str
   return messages;
 }
 
-// The size of `text` compressed by gzip at its default level.
-size_t GzipSize(const std::string& text) {
-  z_stream stream{};
-  if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-    return text.size();
-  std::vector<unsigned char> buffer(1 << 16);
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
-  stream.avail_in = static_cast<uInt>(text.size());
-  size_t size = 0;
-  int status;
-  do {
-    stream.next_out = buffer.data();
-    stream.avail_out = static_cast<uInt>(buffer.size());
-    status = deflate(&stream, Z_FINISH);
-    size += buffer.size() - stream.avail_out;
-  } while (status == Z_OK);
-  deflateEnd(&stream);
-  return size;
-}
-
 std::string Escape(const std::string& text) {
   std::string out;
   for (char c : text) {
@@ -223,6 +203,25 @@ constexpr char kIncomplete[] =
     "findings document without its findings, statistics, input problems or run";
 
 }  // namespace
+
+size_t GzipSize(const std::string& text) {
+  z_stream stream{};
+  if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK)
+    return text.size();
+  std::vector<unsigned char> buffer(1 << 16);
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+  stream.avail_in = static_cast<uInt>(text.size());
+  size_t size = 0;
+  int status;
+  do {
+    stream.next_out = buffer.data();
+    stream.avail_out = static_cast<uInt>(buffer.size());
+    status = deflate(&stream, Z_FINISH);
+    size += buffer.size() - stream.avail_out;
+  } while (status == Z_OK);
+  deflateEnd(&stream);
+  return size;
+}
 
 std::string Refusal(findings::Fault fault) {
   switch (fault) {

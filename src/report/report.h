@@ -33,6 +33,10 @@ struct SarifLimits {
   long max_gzip_bytes = kSarifMaxGzipBytes;
 };
 
+// The size of `text` compressed by gzip at its default level, as a service
+// that takes a compressed upload counts it.
+size_t GzipSize(const std::string& text);
+
 // The results of each level that a limit left out of a SARIF log.
 struct SarifLeftOut {
   long written = 0;

@@ -288,6 +288,26 @@ TEST(ReportTest, SarifWithinTheLimitKeepsErrorsFirstAndCountsWhatIsLeftOut) {
   EXPECT_EQ(0, left_out.Total());
 }
 
+TEST(ReportTest, SarifWithinTheCompressedSizeLeavesOutTheLowestLevelsFirst) {
+  Json doc = Many(Doc(), "unused-message", "note", 200);
+  doc = Many(doc, "missing-label", "error", 5);
+  report::SarifLimits limits;
+  limits.max_gzip_bytes = 1500;
+  report::SarifLeftOut left_out;
+  const Json sarif = report::ToSarif(doc, nullptr, limits, &left_out);
+  EXPECT_LE(report::GzipSize(sarif.dump()), 1500u);
+  const Json& results = sarif["runs"][0]["results"];
+  EXPECT_GT(left_out.notes, 0);
+  EXPECT_EQ(0, left_out.errors);
+  EXPECT_EQ(static_cast<long>(results.size()), left_out.written);
+  EXPECT_EQ(207, left_out.written + left_out.Total());
+  long errors = 0;
+  for (const Json& r : results) errors += r["level"] == "error";
+  EXPECT_EQ(6, errors);
+  // Without the limit the log is larger.
+  EXPECT_GT(report::GzipSize(report::ToSarif(doc, nullptr, report::SarifLimits{0, 0}).dump()), 1500u);
+}
+
 TEST(ReportTest, SarifRulesDriverAndRunCarryWhatServicesRequire) {
   const Json sarif = report::ToSarif(Doc());
   const Json& run = sarif["runs"][0];
