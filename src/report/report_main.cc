@@ -10,14 +10,18 @@
 #include "pnl/file.h"
 #include "report/baseline.h"
 #include "report/report.h"
+#include "report/selection.h"
 #include "version/version.h"
 
 namespace {
 
 const char kUsage[] =
-    "usage: msglint-report [--format json|sarif|html] [--baseline FILE] [findings.json]\n"
-    "       msglint-report --check [--fail-on error|warning|note] [--baseline FILE] [findings.json]\n"
-    "       msglint-report --write-baseline FILE [findings.json]\n";
+    "usage: msglint-report [--format json|sarif|html] [--baseline FILE] [SELECTION] [findings.json]\n"
+    "       msglint-report --format sarif [--max-results N] [--baseline FILE] [SELECTION] [findings.json]\n"
+    "       msglint-report --check [--fail-on error|warning|note] [--baseline FILE] [SELECTION] [findings.json]\n"
+    "       msglint-report --write-baseline FILE [SELECTION] [findings.json]\n"
+    "SELECTION: [--min-level error|warning|note] [--language L[,L...]] [--kind K[,K...]]\n"
+    "           [--object NAME] [--new-only (with --baseline)]\n";
 
 // Exit statuses; msglint-report(1) lists them.
 constexpr int kUsageOrInput = 2;
@@ -30,6 +34,21 @@ constexpr int kBaselineOtherManager = 7;
 int Usage() {
   std::cerr << kUsage << std::flush;
   return kUsageOrInput;
+}
+
+// A value of an option that cannot be used: one line naming it, then the
+// usage.
+int BadValue(const std::string& option, const std::string& why) {
+  std::cerr << "msglint-report: " << option << ": " << why << "\n";
+  return Usage();
+}
+
+// The number of --max-results: digits only, at most a billion.
+bool ParseCount(const std::string& text, long& count) {
+  if (text.empty() || text.size() > 10 || text.find_first_not_of("0123456789") != std::string::npos)
+    return false;
+  count = std::stol(text);
+  return count <= 1000000000;
 }
 
 // Reads the baseline at `path` for a comparison with the findings of
@@ -66,6 +85,18 @@ int ReadBaseline(const std::string& path, const std::string& manager, report::Ba
   return 0;
 }
 
+// The installation directory of the findings file at `path`: the
+// directory that holds var/msglint/findings.json, or the current one for a
+// file elsewhere.
+std::string InstallationOf(const std::string& path) {
+  const std::string tail = findings::FindingsFile();
+  if (path == tail) return ".";
+  if (path.size() > tail.size() && path.compare(path.size() - tail.size(), tail.size(), tail) == 0 &&
+      path[path.size() - tail.size() - 1] == '/')
+    return path.substr(0, path.size() - tail.size() - 1);
+  return ".";
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -87,6 +118,10 @@ int main(int argc, char** argv) {
   std::string baseline_path;
   std::string write_baseline_path;
   std::string path;
+  report::Selection selection;
+  bool selected = false;
+  long max_results = report::kSarifMaxResults;
+  bool max_results_given = false;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     if (arg == "--format" && i + 1 < argc) {
@@ -104,6 +139,25 @@ int main(int argc, char** argv) {
     } else if (arg == "--write-baseline" && i + 1 < argc && write_baseline_path.empty() &&
                argv[i + 1][0] != '\0') {
       write_baseline_path = argv[++i];
+    } else if (arg == "--min-level" && i + 1 < argc) {
+      if (std::string why = selection.SetMinLevel(argv[++i]); !why.empty()) return BadValue(arg, why);
+      selected = true;
+    } else if (arg == "--language" && i + 1 < argc) {
+      if (std::string why = selection.SetLanguages(argv[++i]); !why.empty()) return BadValue(arg, why);
+      selected = true;
+    } else if (arg == "--kind" && i + 1 < argc) {
+      if (std::string why = selection.SetKinds(argv[++i]); !why.empty()) return BadValue(arg, why);
+      selected = true;
+    } else if (arg == "--object" && i + 1 < argc && argv[i + 1][0] != '\0') {
+      selection.SetObject(argv[++i]);
+      selected = true;
+    } else if (arg == "--new-only") {
+      selection.SetNewOnly();
+      selected = true;
+    } else if (arg == "--max-results" && i + 1 < argc) {
+      if (!ParseCount(argv[++i], max_results))
+        return BadValue(arg, std::string("not a count of results: '") + argv[i] + "' (0 for no limit)");
+      max_results_given = true;
     } else if (!arg.empty() && arg[0] != '-' && path.empty()) {
       path = arg;
     } else {
@@ -115,6 +169,9 @@ int main(int argc, char** argv) {
   if (!write_baseline_path.empty() && (check || format_given || fail_on_given || !baseline_path.empty()))
     return Usage();
   if (!baseline_path.empty() && !check && format == "json") return Usage();
+  if (selection.new_only() && baseline_path.empty())
+    return BadValue("--new-only", "needs --baseline FILE, the findings it calls new");
+  if (max_results_given && (check || format != "sarif")) return Usage();
   if (path.empty()) path = findings::FindingsFile();
 
   std::string text;
@@ -129,7 +186,9 @@ int main(int argc, char** argv) {
     std::cerr << "msglint-report: " << path << ": " << why << std::endl;
     return kUsageOrInput;
   }
-  const report::Json& doc = document.json;
+  if (std::string why = selection.CheckLanguages(document.json); !why.empty())
+    return BadValue("--language", why);
+  report::Json doc = selected ? selection.Apply(document.json, nullptr, nullptr) : document.json;
 
   if (!write_baseline_path.empty()) {
     const report::Baseline baseline = report::Baseline::Of(doc);
@@ -160,7 +219,12 @@ int main(int argc, char** argv) {
   const report::Comparison* compared = nullptr;
   if (!baseline_path.empty()) {
     if (int status = ReadBaseline(baseline_path, document.manager, baseline)) return status;
-    comparison = report::Compare(doc, baseline);
+    comparison = report::Compare(document.json, baseline);
+    if (selected) {
+      report::Comparison all = std::move(comparison);
+      comparison = report::Comparison();
+      doc = selection.Apply(document.json, &all, &comparison);
+    }
     compared = &comparison;
   }
 
@@ -170,8 +234,16 @@ int main(int argc, char** argv) {
     std::cout << out << std::flush;
     return passed ? 0 : 1;
   }
-  if (format == "sarif")
-    std::cout << report::ToSarif(doc, compared).dump(2) << "\n";
+  if (format == "sarif") {
+    report::SarifLimits limits;
+    limits.max_results = max_results;
+    if (max_results == 0) limits.max_gzip_bytes = 0;
+    report::SarifLeftOut left_out;
+    report::MessageLines messages(InstallationOf(path));
+    std::cout << report::ToSarif(doc, compared, limits, &left_out, &messages).dump() << "\n";
+    if (left_out.Total() > 0)
+      std::cerr << "msglint-report: " << left_out.Describe() << std::endl;
+  }
   else if (format == "html")
     std::cout << report::ToHtml(doc, compared);
   else

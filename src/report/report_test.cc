@@ -44,11 +44,13 @@ TEST(ReportTest, CheckCountsFindingsAtOrAboveTheLevel) {
   std::string out;
   EXPECT_FALSE(report::Check(Doc(), "error", out));
   EXPECT_EQ("en: 4 required, 3 present, 1 missing, 0 empty (75.0%)\n"
+            "error: 1 findings: missing-hint 1\n"
+            "note: 1 findings: unused-message 1\n"
             "1 findings at or above error\n",
             out);
   out.clear();
   EXPECT_FALSE(report::Check(Doc(), "note", out));
-  EXPECT_EQ("2 findings at or above note\n", out.substr(out.find('\n') + 1));
+  EXPECT_EQ("2 findings at or above note\n", out.substr(out.rfind('\n', out.size() - 2) + 1));
 
   Json clean = Doc();
   clean["findings"] = Json::array();
@@ -218,7 +220,9 @@ TEST(ReportTest, SarifWithBaselineGivesEveryResultItsState) {
             results[2]["message"]["text"]);
   EXPECT_EQ("missing-label|m|user.edit|field:mail|mail|en|1",
             results[2]["partialFingerprints"]["msglintFinding/v2"]);
-  EXPECT_FALSE(results[2].contains("locations"));
+  // Where it was is not kept: the manager's description stands for it.
+  EXPECT_EQ(Json::parse(R"([{"physicalLocation": {"artifactLocation": {"uri": "etc/xml/m.xml"}}}])"),
+            results[2]["locations"]);
 }
 
 TEST(ReportTest, CheckWithBaselineFailsOnlyOnNewFindings) {
@@ -226,6 +230,8 @@ TEST(ReportTest, CheckWithBaselineFailsOnlyOnNewFindings) {
   std::string out;
   EXPECT_FALSE(report::Check(Doc(), "error", out, &comparison));
   EXPECT_EQ("en: 4 required, 3 present, 1 missing, 0 empty (75.0%)\n"
+            "error: 1 findings: missing-hint 1\n"
+            "note: 1 findings: unused-message 1\n"
             "baseline en: 1 new, 1 unchanged, 1 fixed\n"
             "1 new findings at or above error\n",
             out);
@@ -235,6 +241,8 @@ TEST(ReportTest, CheckWithBaselineFailsOnlyOnNewFindings) {
   out.clear();
   EXPECT_TRUE(report::Check(Doc(), "note", out, &same));
   EXPECT_EQ("en: 4 required, 3 present, 1 missing, 0 empty (75.0%)\n"
+            "error: 1 findings: missing-hint 1\n"
+            "note: 1 findings: unused-message 1\n"
             "baseline en: 0 new, 2 unchanged, 0 fixed\n"
             "0 new findings at or above note\n",
             out);
@@ -257,6 +265,8 @@ TEST(ReportTest, CheckWithBaselineCountsFindingsOfNoLanguageAndOtherLanguages) {
   std::string out;
   EXPECT_FALSE(report::Check(doc, "error", out, &comparison));
   EXPECT_EQ("en: 4 required, 3 present, 1 missing, 0 empty (75.0%)\n"
+            "error: 1 findings: missing-hint 1\n"
+            "note: 1 findings: unused-message 1\n"
             "baseline en: 1 new, 0 unchanged, 1 fixed\n"
             "baseline de: 0 new, 0 unchanged, 1 fixed\n"
             "baseline (no language): 1 new, 0 unchanged, 0 fixed\n"
@@ -284,6 +294,124 @@ TEST(ReportTest, HtmlWithBaselineShowsNewFindingsFirstAndCountsPerLanguage) {
   EXPECT_LT(absent, label);
   EXPECT_NE(std::string::npos, label);
   EXPECT_EQ(std::string::npos, report::ToHtml(Doc()).find("baseline"));
+}
+
+}  // namespace
+
+namespace {
+
+// A document of `count` findings of `kind` at `level`, each of its own
+// field.
+Json Many(Json doc, const std::string& kind, const std::string& level, int count) {
+  Json finding = doc["findings"][0];
+  for (int i = 0; i < count; ++i) {
+    finding["kind"] = kind;
+    finding["level"] = level;
+    finding["element"]["name"] = kind + std::to_string(i);
+    doc["findings"].push_back(finding);
+  }
+  return doc;
+}
+
+TEST(ReportTest, KindCountsShowTheFiveMostFrequentOfEachLevel) {
+  Json doc = Doc();
+  doc["findings"] = Json::array({Doc()["findings"][0]});
+  doc = Many(doc, "empty-hint", "error", 3);
+  doc = Many(doc, "missing-label", "error", 5);
+  doc = Many(doc, "missing-title", "error", 2);
+  doc = Many(doc, "wrong-convert", "error", 1);
+  doc = Many(doc, "missing-convert", "error", 1);
+  doc = Many(doc, "empty-label", "error", 1);
+  doc = Many(doc, "missing-column-hint", "warning", 2);
+  // missing-hint, missing-convert, wrong-convert and empty-label once each:
+  // the first two names of those.
+  EXPECT_EQ("error: 14 findings: missing-label 5, empty-hint 3, missing-title 2, empty-label 1, "
+            "missing-convert 1 and 2 more kinds\n"
+            "warning: 2 findings: missing-column-hint 2\n",
+            report::KindCountLines(doc));
+}
+
+TEST(ReportTest, SarifWithinTheLimitKeepsErrorsFirstAndCountsWhatIsLeftOut) {
+  Json doc = Many(Doc(), "unused-message", "note", 4);
+  doc = Many(doc, "missing-column-hint", "warning", 2);
+  doc = Many(doc, "missing-label", "error", 2);
+  report::SarifLimits limits;
+  limits.max_results = 4;
+  report::SarifLeftOut left_out;
+  const Json sarif = report::ToSarif(doc, nullptr, limits, &left_out);
+  const Json& results = sarif["runs"][0]["results"];
+  ASSERT_EQ(4u, results.size());
+  // The three errors, then the first warning, in report order.
+  EXPECT_EQ("missing-hint", results[0]["ruleId"]);
+  EXPECT_EQ("missing-column-hint", results[1]["ruleId"]);
+  EXPECT_EQ("missing-label", results[2]["ruleId"]);
+  EXPECT_EQ("missing-label", results[3]["ruleId"]);
+  EXPECT_EQ(4, left_out.written);
+  EXPECT_EQ(0, left_out.errors);
+  EXPECT_EQ(1, left_out.warnings);
+  EXPECT_EQ(5, left_out.notes);
+  EXPECT_EQ("the SARIF log holds 4 of 10 results; left out: 0 errors, 1 warnings, 5 notes, 0 fixed "
+            "findings (--max-results 0 writes them all)",
+            left_out.Describe());
+
+  limits.max_results = 0;
+  EXPECT_EQ(10u, report::ToSarif(doc, nullptr, limits, &left_out)["runs"][0]["results"].size());
+  EXPECT_EQ(0, left_out.Total());
+}
+
+TEST(ReportTest, SarifWithinTheCompressedSizeLeavesOutTheLowestLevelsFirst) {
+  Json doc = Many(Doc(), "unused-message", "note", 200);
+  doc = Many(doc, "missing-label", "error", 5);
+  report::SarifLimits limits;
+  limits.max_gzip_bytes = 1500;
+  report::SarifLeftOut left_out;
+  const Json sarif = report::ToSarif(doc, nullptr, limits, &left_out);
+  EXPECT_LE(report::GzipSize(sarif.dump()), 1500u);
+  const Json& results = sarif["runs"][0]["results"];
+  EXPECT_GT(left_out.notes, 0);
+  EXPECT_EQ(0, left_out.errors);
+  EXPECT_EQ(static_cast<long>(results.size()), left_out.written);
+  EXPECT_EQ(207, left_out.written + left_out.Total());
+  long errors = 0;
+  for (const Json& r : results) errors += r["level"] == "error";
+  EXPECT_EQ(6, errors);
+  // Without the limit the log is larger.
+  EXPECT_GT(report::GzipSize(report::ToSarif(doc, nullptr, report::SarifLimits{0, 0}).dump()), 1500u);
+}
+
+TEST(ReportTest, SarifRulesDriverAndRunCarryWhatServicesRequire) {
+  const Json sarif = report::ToSarif(Doc());
+  const Json& run = sarif["runs"][0];
+  EXPECT_EQ("msglint/m/en/", run["automationDetails"]["id"]);
+  EXPECT_TRUE(run["tool"]["driver"]["fullName"].is_string());
+  EXPECT_TRUE(run["tool"]["driver"]["semanticVersion"].is_string());
+  EXPECT_EQ(run["tool"]["driver"]["version"], run["tool"]["driver"]["semanticVersion"]);
+  const Json& rule = run["tool"]["driver"]["rules"][0];
+  EXPECT_EQ("missing-hint", rule["id"]);
+  EXPECT_EQ("MissingHint", rule["name"]);
+  EXPECT_EQ("A form field has no hint_FIELD message in the form's section.", rule["shortDescription"]["text"]);
+  EXPECT_EQ("A form field has no hint_FIELD message in the form's section. Reported by the "
+            "missing-messages audit, which sets bit 2 of the run's status.",
+            rule["fullDescription"]["text"]);
+  EXPECT_TRUE(rule["help"]["text"].is_string());
+}
+
+TEST(ReportTest, SarifRepeatedTextPointsAtEachMessage) {
+  Json doc = Doc();
+  Json& f = doc["findings"][1];
+  f["kind"] = "repeated-message";
+  f["object"] = nullptr;
+  f["element"] = Json::parse(R"({"type": "text", "name": "Name"})");
+  f["message"] = nullptr;
+  f["location"] = nullptr;
+  f["report"] = "2 - 'Name'\n\tuser.msg.en.xml name\n\tuser.edit.msg.en.xml title\n";
+  const Json result = report::ToSarif(doc)["runs"][0]["results"][1];
+  EXPECT_EQ(Json::parse(R"([{"physicalLocation": {"artifactLocation": {"uri": "etc/xml/m_msg_en.xml"}},
+                             "message": {"text": "Message name of section user."}}])"),
+            result["locations"]);
+  EXPECT_EQ(Json::parse(R"([{"physicalLocation": {"artifactLocation": {"uri": "etc/xml/m_msg_en.xml"}},
+                             "message": {"text": "Message title of section user.edit."}, "id": 1}])"),
+            result["relatedLocations"]);
 }
 
 }  // namespace
