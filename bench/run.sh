@@ -33,6 +33,8 @@
 # repeated and unused audits read, their mean length, the shares reported
 # unused and repeated, each language's untranslated share (missing or
 # empty), the pnlctl runs and the functions they asked for.
+# In full mode a last line per N gives the texts audit's share of the last
+# run (its time, from the module's log).
 # Every run stops the panels named kern (killall), so the script runs
 # itself in a private PID namespace. The installations are made under
 # $TMPDIR (default /tmp). A run removes and writes tens of thousands of
@@ -100,6 +102,7 @@ figures="$(mktemp)"
 printf '| N | report lines | messages per language | mean length | unused | repeated | untranslated | pnlctl runs | functions |\n' >"$figures"
 printf '|---|---|---|---|---|---|---|---|---|\n' >>"$figures"
 
+shares=()
 for n in "${sizes[@]}"; do
   dir="$(mktemp -d "${TMPDIR:-/tmp}/msglint-bench-XXXXXX")"
   cmake --install "$build" --prefix "$dir" >/dev/null
@@ -128,6 +131,11 @@ for n in "${sizes[@]}"; do
   sessions="$(grep -c 'request: func=session&\|request: func=actionlist&' var/log/big.log || true)"
   pnlctl_runs=$((pnlctl_runs - sessions))
   catalog="$("$python" "$here/bench/catalog_figures.py" . big report.txt en ru fr de)"
+  # The texts audit's share of the last run, from the module's log.
+  texts_ms="$(sed -n 's/.*texts audit: \([0-9]*\) ms.*/\1/p' var/log/msglint.log | tail -n 1)"
+  if [ -n "$texts_ms" ]; then
+    shares+=("N=$n: the texts audit took $texts_ms ms of the last run ($(awk -v t="$texts_ms" -v r="$secs" 'BEGIN { printf "%.1f", (r > 0 ? t / 10 / r : 0) }')%)")
+  fi
 
   # Every XML file the run read: the installation's and the whole cache.
   parse="$(find etc/xml var/.xmlcache -name '*.xml' -type f | "$build/bench/parse_files")"
@@ -186,5 +194,9 @@ done
 cat "$table"
 echo
 cat "$figures"
+if [ ${#shares[@]} -gt 0 ]; then
+  echo
+  printf '%s\n' "${shares[@]}"
+fi
 rm -f "$table" "$figures"
 exit "$failed"
