@@ -23,13 +23,18 @@ from big_install import BigInstall
 
 PACKAGE = "@microsoft/sarif-multitool-linux@5.7.0"
 PIPELINE_ONLY = ("GHAzDO1019", "GHAzDO1020")
+SYSTEM_CA = "/etc/ssl/certs/ca-certificates.crt"
 
 
 def multitool(tool_dir):
     program = os.path.join(tool_dir, "node_modules/@microsoft/sarif-multitool-linux/Sarif.Multitool")
     if not os.path.exists(program):
-        subprocess.run(["npm", "install", "--prefix", tool_dir, "--no-audit", "--no-fund", PACKAGE],
-                       check=True, stdout=subprocess.DEVNULL)
+        command = ["npm", "install", "--prefix", tool_dir, "--no-audit", "--no-fund", PACKAGE]
+        # npm trusts only the authorities it carries; the system's store is
+        # the one this machine's administrator keeps, for every user.
+        if os.path.exists(SYSTEM_CA):
+            command.append("--cafile=" + SYSTEM_CA)
+        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
     # The package makes it executable in an install script, which npm may
     # not run.
     os.chmod(program, 0o755)
