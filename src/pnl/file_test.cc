@@ -593,4 +593,61 @@ TEST_F(BlockOutputTest, AFailedWriteIsKept) {
   EXPECT_TRUE(out.bad());
 }
 
+TEST_F(FileTest, ReadFileRefusesAFifoWithoutWaitingForAWriter) {
+  ASSERT_EQ(mkfifo((dir_.path() + "/pipe.xml").c_str(), 0600), 0);
+  std::string text = "left over";
+  EXPECT_FALSE(pnl_file::ReadFile(dir_.path() + "/pipe.xml", text));
+  EXPECT_EQ(EINVAL, errno);
+  EXPECT_EQ(dir_.path() + "/pipe.xml is a FIFO, not a regular file", pnl_file::LastError());
+  EXPECT_EQ(text, "");
+  EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/pipe.xml"), "");
+}
+
+TEST_F(FileTest, StampChangesWithTheFile) {
+  dir_.Write("a.xml", "one");
+  const std::string before = pnl_file::Stamp(dir_.path() + "/a.xml");
+  EXPECT_NE(before, "");
+  EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/a.xml"), before);
+  dir_.Write("a.xml", "three");
+  EXPECT_NE(pnl_file::Stamp(dir_.path() + "/a.xml"), before);
+  EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/missing.xml"), "");
+}
+
+TEST_F(FileTest, OpenForWritingCreatesOrEmptiesARegularFile) {
+  dir_.Write("audit", "old contents\n");
+  FILE* out = pnl_file::OpenForWriting(dir_.path() + "/audit");
+  ASSERT_NE(out, nullptr);
+  fputs("new\n", out);
+  fclose(out);
+  EXPECT_EQ(dir_.Read("audit"), "new\n");
+  out = pnl_file::OpenForWriting(dir_.path() + "/created");
+  ASSERT_NE(out, nullptr);
+  fclose(out);
+  EXPECT_TRUE(pnl_file::Exists(dir_.path() + "/created"));
+}
+
+TEST_F(FileTest, OpenForWritingRefusesALinkAndLeavesItsTargetAlone) {
+  dir_.Write("etc/xml/m.xml", "<pnldata/>\n");
+  dir_.Link(dir_.path() + "/etc/xml/m.xml", "audit");
+  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/audit"), nullptr);
+  EXPECT_EQ(dir_.Read("etc/xml/m.xml"), "<pnldata/>\n");
+}
+
+TEST_F(FileTest, OpenForWritingRefusesAFifoAndADirectoryWithoutWaiting) {
+  ASSERT_EQ(mkfifo((dir_.path() + "/fifo").c_str(), 0600), 0);
+  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/fifo"), nullptr);
+  dir_.MakeDir("dir");
+  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/dir"), nullptr);
+}
+
+TEST_F(FileTest, IsLinkSeesTheLinkItselfOnly) {
+  dir_.Write("file", "x");
+  dir_.Link(dir_.path() + "/file", "link");
+  dir_.Link(dir_.path() + "/nowhere", "dangling");
+  EXPECT_TRUE(pnl_file::IsLink(dir_.path() + "/link"));
+  EXPECT_TRUE(pnl_file::IsLink(dir_.path() + "/dangling"));
+  EXPECT_FALSE(pnl_file::IsLink(dir_.path() + "/file"));
+  EXPECT_FALSE(pnl_file::IsLink(dir_.path() + "/missing"));
+}
+
 }  // namespace
