@@ -22,6 +22,7 @@
 
 #include "fuzz_support.h"
 #include "panel/cache.h"
+#include "findings/paths.h"
 #include "pnl/log.h"
 #include "pnl/xml.h"
 #include "testutils/msglint.h"
@@ -29,7 +30,8 @@
 
 namespace {
 
-// The report and audit file of a full run in the current directory.
+// The report, the audit file and the findings file (where the texts audit
+// says what it found) of a full run in the current directory.
 std::string Report(bool literal) {
   pnl_xml::SetLiteralEvaluation(literal);
   std::ostringstream report;
@@ -39,9 +41,10 @@ std::string Report(bool literal) {
   drop_languages(run.manager, run.langs, run.work_dir + "/etc/xml/");
   const int result = RunAudits(run, CacheIsReady);
   pnl_xml::SetLiteralEvaluation(false);
+  const std::string installation = std::filesystem::current_path().filename().string();
   return report.str() + "result " + std::to_string(result) + "\n" +
-         fuzz_support::ReadFile(std::filesystem::current_path().filename().string() +
-                                "/var/test_msgs");
+         fuzz_support::ReadFile(installation + "/var/test_msgs") +
+         fuzz_support::ReadFile(installation + "/" + findings::FindingsFile());
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "findings/paths.h"
 #include "pnl/client.h"
 #include "pnl/log.h"
 #include "pnl/xml.h"
@@ -33,15 +34,16 @@ class EvaluationTest : public testing::Test {
   }
   void TearDown() override { pnl_xml::SetLiteralEvaluation(false); }
 
-  // The report of every audit of a full run, then the audit file.
+  // The report of every audit of a full run, then the audit file and the
+  // findings file (where the texts audit says what it found).
   std::string Report(bool literal) {
     pnl_xml::SetLiteralEvaluation(literal);
     std::ostringstream report;
     RunContext run("mailpnl", dir_.path(), report);
     run.langs = {"en", "ru"};
     const int result = RunAudits(run, CacheIsReady);
-    return report.str() + "result " + std::to_string(result) +
-           "\n" + dir_.Read("var/test_msgs");
+    return report.str() + "result " + std::to_string(result) + "\n" +
+           dir_.Read("var/test_msgs") + dir_.Read(findings::FindingsFile());
   }
 
   ScratchDir dir_;
