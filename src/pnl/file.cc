@@ -21,6 +21,9 @@ namespace pnl_file {
 
 namespace {
 
+// Writes are gathered into blocks of this size.
+const std::size_t kBlock = 64 * 1024;
+
 const pnl_log::Module& Log() { return pnl_log::LibraryLog(); }
 
 // The components of `path` between its "/" separators. A leading "/" gives
@@ -158,24 +161,20 @@ bool WriteAll(int fd, std::string_view text) {
 
 }  // namespace
 
-namespace {
-const std::size_t kOutputBlock = 64 * 1024;
-}  // namespace
-
-BlockOutput::BlockOutput(int fd) : fd_(fd) { kept_.reserve(kOutputBlock); }
+BlockOutput::BlockOutput(int fd) : fd_(fd) { kept_.reserve(kBlock); }
 
 BlockOutput::~BlockOutput() { Drain(); }
 
 BlockOutput::int_type BlockOutput::overflow(int_type c) {
   if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
   kept_ += traits_type::to_char_type(c);
-  if (kept_.size() >= kOutputBlock && !Drain()) return traits_type::eof();
+  if (kept_.size() >= kBlock && !Drain()) return traits_type::eof();
   return c;
 }
 
 std::streamsize BlockOutput::xsputn(const char* s, std::streamsize n) {
   kept_.append(s, static_cast<std::size_t>(n));
-  if (kept_.size() >= kOutputBlock && !Drain()) return 0;
+  if (kept_.size() >= kBlock && !Drain()) return 0;
   return n;
 }
 
@@ -404,7 +403,6 @@ bool DirHandle::WriteFile(const std::string& name, PieceSource& source) const {
   int error = 0;
   // Small pieces are gathered into blocks: a large file made of many short
   // pieces costs a few system calls rather than one per piece.
-  const std::size_t kBlock = 64 * 1024;
   std::string block;
   std::string_view piece;
   while (error == 0 && source.Next(&piece)) {

@@ -591,6 +591,12 @@ TEST_F(BlockOutputTest, AFailedWriteIsKept) {
   out.flush();
   EXPECT_FALSE(buffer.ok());
   EXPECT_TRUE(out.bad());
+  // Later output is dropped, and the stream stays bad.
+  out.clear();
+  out << "more\n";
+  out.flush();
+  EXPECT_FALSE(buffer.ok());
+  EXPECT_TRUE(out.bad());
 }
 
 TEST_F(FileTest, ReadFileRefusesAFifoWithoutWaitingForAWriter) {
