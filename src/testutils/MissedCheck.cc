@@ -248,7 +248,7 @@ int MissedCheck::check() {
   // evaluation each run is waited for where it starts, as the audit reads.
   std::unique_ptr<OrderedSteps> steps;
   if (!pnl_xml::IsLiteralEvaluation()) steps = std::make_unique<OrderedSteps>(kPanelCallsAtOnce);
-  function_runs_.clear();
+  function_failed_.clear();
   run.steps = steps.get();
 
   if (report_mode == "-f") ValidateNext(main_xml, "//pnldata", {}, "pnldata");
@@ -284,7 +284,7 @@ int MissedCheck::check() {
   if (fclose(out_file) != 0) tell_write_error(run, "var/test_msgs", strerror(errno));
   out_file = nullptr;
 
-  int result = base_code;
+  int result = 0;
   if (color_errors) result |= 1;
   if (hint_errors) result |= 2;
   if (label_errors) result |= 4;
@@ -316,15 +316,6 @@ bool MissedCheck::checkedHasHint(const std::string& func, const std::string& fie
   return !pnl_xml::XPath(messages, MsgQuery("hint_" + field)).empty();
 }
 
-bool MissedCheck::runAgainAndCheck(const std::string& func, const std::string& field,
-                                   const std::string& lang) {
-  std::unique_ptr<pnl_proc::Execute> command = panel_function_command(run, func);
-  command->Run();
-  panel_function_done(run, *command);
-  function_runs_[func] = command->Result() == 0 ? FunctionRun::kSucceeded : FunctionRun::kFailed;
-  return checkedHasHint(func, field, lang);
-}
-
 void MissedCheck::whenHintChecked(const std::string& func, const std::string& field,
                                   const std::string& lang, std::function<void(bool)> then) {
   OrderedSteps* steps = run.steps;
@@ -332,25 +323,22 @@ void MissedCheck::whenHintChecked(const std::string& func, const std::string& fi
     then(usedFunctionToCheck(func, field, lang));
     return;
   }
-  if (function_runs_.count(func) > 0) {
-    // Queued behind the step of the function's first run, which has told
+  if (function_failed_.count(func) > 0) {
+    // Queued behind the step of the function's first run, which has noted
     // how that run ended by the time this one runs. The checked files it
     // wrote are those a new run would write: the sources do not change
     // while the audit runs. Only a failed run is tried again.
     steps->Then([this, func, field, lang, then] {
-      if (function_runs_[func] == FunctionRun::kFailed)
-        then(runAgainAndCheck(func, field, lang));
-      else
-        then(checkedHasHint(func, field, lang));
+      if (function_failed_[func]) function_failed_[func] = !call_panel_function(run, func);
+      then(checkedHasHint(func, field, lang));
     });
     return;
   }
-  function_runs_[func] = FunctionRun::kRunning;
+  function_failed_[func] = false;  // set when the run has ended
   steps->After(panel_function_command(run, func),
                [this, func, field, lang, then](pnl_proc::Execute& command) {
                  panel_function_done(run, command);
-                 function_runs_[func] =
-                     command.Result() == 0 ? FunctionRun::kSucceeded : FunctionRun::kFailed;
+                 function_failed_[func] = command.Result() != 0;
                  then(checkedHasHint(func, field, lang));
                });
 }

@@ -121,7 +121,6 @@ class MissedCheck {
   std::vector<std::string> langs;
   std::string cache_dir;
   pnl_xml::Xml main_xml;
-  pnl_xml::Xml spare_xml;  // never read or written
   std::string meta_name;
   std::string meta_type;
   std::string button_name;
@@ -134,7 +133,6 @@ class MissedCheck {
   std::vector<std::string> lang_skip_list;
   FILE* out_file = nullptr;
   std::string report_mode;
-  int32_t base_code = 0;
   int32_t color_errors = 0;
   int32_t hint_errors = 0;
   int32_t label_errors = 0;
@@ -156,17 +154,13 @@ class MissedCheck {
   RunContext& run;
 
  private:
-  // How the pnlctl run of a panel function that the audit started ended.
-  // pnlctl runs once per function: the panel writes the function's checked
-  // files of every language at once, from sources that do not change while
-  // the audit runs, so a later hint check of the same function reads what
-  // the first run wrote. A failed run is tried again by the next check.
-  enum class FunctionRun { kRunning, kSucceeded, kFailed };
-  std::map<std::string, FunctionRun> function_runs_;
-  // Runs pnlctl for `func` now, notes how it ended, and tells whether the
-  // checked messages hold the hint.
-  bool runAgainAndCheck(const std::string& func, const std::string& field,
-                        const std::string& lang);
+  // The panel functions whose pnlctl run the audit started, and whether
+  // the last one failed. pnlctl runs once per function: the panel writes
+  // the function's checked files of every language at once, from sources
+  // that do not change while the audit runs, so a later hint check of the
+  // same function reads what the first run wrote. A failed run is tried
+  // again by the next check.
+  std::map<std::string, bool> function_failed_;
 };
 
 #endif  // TESTUTILS_MISSEDCHECK_H_

@@ -28,10 +28,11 @@ int run_command(RunContext& run, const std::vector<std::string>& argv, bool must
   return status;
 }
 
-void call_panel_function(RunContext& run, const std::string& function) {
+bool call_panel_function(RunContext& run, const std::string& function) {
   std::unique_ptr<pnl_proc::Execute> command = panel_function_command(run, function);
   command->Run();
   panel_function_done(run, *command);
+  return command->Result() == 0;
 }
 
 std::unique_ptr<pnl_proc::Execute> panel_function_command(const RunContext& run,

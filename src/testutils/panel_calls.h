@@ -27,8 +27,8 @@ void record_failed_query(RunContext& run, const pnl_xml::Xml& reply, const std::
 // sbin/pnlctl, which has the panel write its checked files. A query that
 // got no answer is told as ask_panel tells it; a checked file that the
 // panel could not write as tell_panel_error tells it; any other failure as
-// run_command tells it.
-void call_panel_function(RunContext& run, const std::string& function);
+// run_command tells it. True when pnlctl succeeded.
+bool call_panel_function(RunContext& run, const std::string& function);
 
 // call_panel_function in two halves, for a caller that runs the command
 // while it goes on: the command, not started yet, and what is done once it
