@@ -257,17 +257,19 @@ namespace {
 
 // The line of an offset of a text, counted as libxml2 counts the line of
 // an element (the line of the ">" that ends its start tag), for offsets
-// asked in ascending order.
+// asked in ascending order. The parser keeps an element's line in 16 bits:
+// every line past 65535 reads as 65535, and so it does here.
 class LineCounter {
  public:
   explicit LineCounter(std::string_view text) : text_(text) {}
   long LineAt(size_t offset) {
     line_ += std::count(text_.begin() + static_cast<long>(at_), text_.begin() + static_cast<long>(offset), '\n');
     at_ = offset;
-    return line_;
+    return std::min(line_, kParserLastLine);
   }
 
  private:
+  static constexpr long kParserLastLine = 65535;
   std::string_view text_;
   size_t at_ = 0;
   long line_ = 1;

@@ -380,6 +380,49 @@ TEST_F(CheckTextsTest, TheScannerReadsWhatTheParserReads) {
             scanned);
 }
 
+// Language, section and message names written with references, quotes,
+// tabs and newlines, and a message past the last line the parser counts
+// (65535): the scanner reads every field of every finding as the parser.
+TEST_F(CheckTextsTest, HostileNamesAndFarLinesReadAlikeEitherWay) {
+  const std::string sections =
+      "<messages name=\"s&amp;&lt;&quot;'&#9;&#10;\">\n"
+      "<msg name=\"m&amp;1\">%s and %d</msg>\n"
+      "<msg name=\"m\t2\n\">Two words</msg>\n"
+      "</messages>\n"
+      "<messages name='q\"&#38;'>\n" + std::string(70000, '\n') +
+      "<msg name=\"far&#x26;\">Far away.</msg>\n</messages>\n";
+  dir_.Write("etc/xml/m_msg_e&n.xml", MessageFile("e&amp;n", sections));
+  std::string translated = sections;
+  translated.replace(translated.find("%s and %d"), 9, "%d and %s");
+  translated.replace(translated.find("Far away."), 9, "Far away");
+  dir_.Write("etc/xml/m_msg_r\tu.xml", MessageFile("r&#9;u", translated));
+  auto summary = [](const std::vector<Finding>& found) {
+    std::vector<std::string> lines;
+    for (const Finding& f : found)
+      lines.push_back(f.kind + "|" + f.object + "|" + f.section + "|" + f.message_name + "|" +
+                      f.language + "|" + f.file + ":" + std::to_string(f.line) + "|" + f.difference + "|" +
+                      f.reference_text + "|" + f.text);
+    return lines;
+  };
+  const std::vector<std::string> scanned = summary(Run({"e&n", "r\tu"}));
+  recorder_.Clear();
+  recorder_.KeepFindings();
+  pnl_xml::SetLiteralEvaluation(true);
+  const std::vector<std::string> parsed = summary(Run({"e&n", "r\tu"}));
+  pnl_xml::SetLiteralEvaluation(false);
+  EXPECT_EQ(parsed, scanned);
+  const std::string first = "s&<\"'\t\n";
+  EXPECT_EQ((std::vector<std::string>{
+                "placeholder-mismatch|" + first + "|" + first + "|m&1|r\tu|etc/xml/m_msg_r\tu.xml:5|"
+                "e&n has %s, %d; r\tu has %d, %s|%s and %d|%d and %s",
+                "untranslated|" + first + "|" + first + "|m 2 |r\tu|etc/xml/m_msg_r\tu.xml:7|"
+                "r\tu has the e&n text|Two words|Two words",
+                "punctuation-mismatch|q\"&|q\"&|far&|r\tu|etc/xml/m_msg_r\tu.xml:65535|"
+                "e&n ends with \".\"; r\tu ends with no closing mark|Far away.|Far away",
+            }),
+            scanned);
+}
+
 // A file with a DTD is parsed: its own entities read as nothing, as they
 // do for every other audit.
 TEST_F(CheckTextsTest, AFileWithADtdIsParsed) {
