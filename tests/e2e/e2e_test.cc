@@ -150,20 +150,11 @@ void LinkInstalledPrograms(const ScratchDir& scratch) {
   LinkInstalledProgramsInto(scratch.path());
 }
 
-// Number of session requests in the log of `manager`'s panel.
-int SessionRequests(const std::string& install, const std::string& manager) {
-  int count = 0;
-  for (const std::string& record :
-       Lines(testing_support::LogRecords(install, manager))) {
-    if (record.find("request: func=session&") != std::string::npos) ++count;
-  }
-  return count;
-}
-
-// The number of requests for the checked files of `function` that the
-// panel of `manager` logged in `install`.
-int FunctionRequests(const std::string& install, const std::string& manager,
-                     const std::string& function) {
+// The number of requests for function `function` (session, or a function
+// whose checked files are asked for) that the panel of `manager` logged in
+// `install`.
+int Requests(const std::string& install, const std::string& manager,
+             const std::string& function) {
   int count = 0;
   for (const std::string& record :
        Lines(testing_support::LogRecords(install, manager))) {
@@ -431,7 +422,7 @@ TEST_P(E2eCase, GivesExpectedOutput) {
       std::string manager;
       int count = -1;
       fields >> manager >> count;
-      EXPECT_EQ(count, SessionRequests(install, manager))
+      EXPECT_EQ(count, Requests(install, manager, "session"))
           << "session requests logged by the panel of " << manager;
     }
   }
@@ -442,7 +433,7 @@ TEST_P(E2eCase, GivesExpectedOutput) {
       std::string function;
       int count = -1;
       fields >> manager >> function >> count;
-      EXPECT_EQ(count, FunctionRequests(install, manager, function))
+      EXPECT_EQ(count, Requests(install, manager, function))
           << "requests for the checked files of " << function << " logged by the panel of "
           << manager;
     }
