@@ -156,15 +156,16 @@ void report_column_hints(RunContext& run, const std::string& lang) {
                           "hint_" + column) == section->second.end();
       }
       if (lacks) {
-        run.out << "В таблице '" << list << "' отстутствет хинт для столбца '" << column
-                << "'\n";
+        const std::string line =
+            "В таблице '" + list + "' отстутствет хинт для столбца '" + column + "'\n";
+        run.out << line;
         Finding finding =
             AuditFinding("column-hints", "missing-column-hint", list, "column", column, lang);
         finding.message_name = "hint_" + column;
         finding.section = list;
         finding.file = DescriptionFile(manager);
         finding.line = lines.Column(manager, list, column);
-        finding.report = "В таблице '" + list + "' отстутствет хинт для столбца '" + column + "'\n";
+        finding.report = line;
         run.findings.Add(finding);
       }
     }

@@ -50,13 +50,13 @@ void check_validator(RunContext& run) {
                           "//messages[@name='" + form + "']/msg[@name='" + field + "']");
     if (labels.size() > 0) label = labels[0].Str();
 
-    run.out << form << " -> " << field << "\t\t" << "(" << title << " -> " << label << ")"
-            << '\n';
+    const std::string line = form + " -> " + field + "\t\t(" + title + " -> " + label + ")\n";
+    run.out << line;
     Finding finding =
         AuditFinding("validator", "input-without-validator", form, "field", field, "");
     finding.file = DescriptionFile(run.manager);
     finding.line = input.Line();
-    finding.report = form + " -> " + field + "\t\t(" + title + " -> " + label + ")\n";
+    finding.report = line;
     run.findings.Add(finding);
   }
 }
