@@ -177,7 +177,7 @@ void MissedCheck::Record(const char* kind, const std::string& object, const char
   finding.result_bit = bit;
   finding.message_name = message;
   finding.section = section;
-  finding.file = DescriptionFile(run.manager);
+  finding.file = findings::DescriptionFile(run.manager);
   finding.line = line;
   if (!sentence.empty()) {
     finding.report = sentence;

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <vector>
 
+#include "findings/paths.h"
 #include "pnl/file.h"
 #include "pnl/str.h"
 #include "testutils/audit_finding.h"
@@ -33,7 +34,7 @@ void check_actionlist(RunContext& run, const std::string& lang) {
     if (found.size() == 0) {
       out << "\t" << name << " - no such action" << "\n";
       Finding finding = AuditFinding("actionlist", "no-such-action", name, "section", name, lang);
-      finding.file = MessageFile(run.manager, lang);
+      finding.file = findings::MessageFile(run.manager, lang);
       finding.line = lines.Message(run.manager, lang, name, "");
       finding.report = "\t" + name + " - no such action\n";
       run.findings.Add(finding);

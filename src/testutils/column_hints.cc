@@ -163,7 +163,7 @@ void report_column_hints(RunContext& run, const std::string& lang) {
             AuditFinding("column-hints", "missing-column-hint", list, "column", column, lang);
         finding.message_name = "hint_" + column;
         finding.section = list;
-        finding.file = DescriptionFile(manager);
+        finding.file = findings::DescriptionFile(manager);
         finding.line = lines.Column(manager, list, column);
         finding.report = line;
         run.findings.Add(finding);

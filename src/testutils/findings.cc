@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "findings/kinds.h"
+#include "findings/paths.h"
 #include "findings/schema.h"
 #include "pnl/file.h"
 #include "pnl/xml.h"
@@ -98,7 +99,7 @@ ordered_json FindingEntry(const Finding& f, const std::string& manager, long id)
     message["name"] = f.message_name;
     message["section"] = StringOrNull(f.section);
     message["file"] = f.language.empty() ? ordered_json(nullptr)
-                                         : ordered_json(MessageFile(manager, f.language));
+                                         : ordered_json(findings::MessageFile(manager, f.language));
     message["add"] = f.kind.starts_with("missing-") || f.kind.starts_with("empty-")
                          ? ordered_json("<msg name=\"" + f.message_name + "\"></msg>")
                          : ordered_json(nullptr);
@@ -496,7 +497,7 @@ SourceLines::File& SourceLines::Load(const std::string& rel) {
 
 long SourceLines::Message(const std::string& manager, const std::string& lang,
                           const std::string& section, const std::string& name) {
-  File& file = Load(MessageFile(manager, lang));
+  File& file = Load(findings::MessageFile(manager, lang));
   file.TakeMessageLines();
   auto sections = file.languages.find(lang);
   if (sections == file.languages.end()) return 0;
@@ -509,7 +510,7 @@ long SourceLines::Message(const std::string& manager, const std::string& lang,
 
 long SourceLines::Column(const std::string& manager, const std::string& list,
                          const std::string& column) {
-  File& file = Load(DescriptionFile(manager));
+  File& file = Load(findings::DescriptionFile(manager));
   pnl_xml::XmlNode metadata = file.ChildNamed(file.doc.GetRoot(), {}, "metadata", list, true);
   pnl_xml::XmlNode coldata = metadata.FindNode("coldata");
   return file.ChildNamed(coldata, {list, "coldata"}, "col", column, false).Line();
@@ -555,7 +556,7 @@ bool CheckFile(FindingsRecorder& recorder, const std::string& work_dir, const st
 void RecordInputProblems(FindingsRecorder& recorder, const std::string& work_dir,
                          const std::string& manager, const std::vector<std::string>& given,
                          const std::vector<std::string>& kept) {
-  CheckFile(recorder, work_dir, DescriptionFile(manager), "");
+  CheckFile(recorder, work_dir, findings::DescriptionFile(manager), "");
 
   // The run's walk over the languages, again: a language whose file is
   // missing is dropped, and the one that moves into its place is kept
@@ -563,10 +564,10 @@ void RecordInputProblems(FindingsRecorder& recorder, const std::string& work_dir
   std::vector<std::string> langs = given;
   std::vector<std::string> unexamined;
   for (std::vector<std::string>::size_type pos = 0; pos < langs.size(); ++pos) {
-    if (!pnl_file::Exists(work_dir + "/" + MessageFile(manager, langs[pos]))) {
+    if (!pnl_file::Exists(work_dir + "/" + findings::MessageFile(manager, langs[pos]))) {
       InputProblem dropped;
       dropped.kind = "dropped-language";
-      dropped.file = MessageFile(manager, langs[pos]);
+      dropped.file = findings::MessageFile(manager, langs[pos]);
       dropped.language = langs[pos];
       dropped.message = "no message file: the language is not audited";
       recorder.AddProblem(dropped);
@@ -576,7 +577,7 @@ void RecordInputProblems(FindingsRecorder& recorder, const std::string& work_dir
   }
   for (const std::string& lang : kept) {
     const bool looked_at = std::find(unexamined.begin(), unexamined.end(), lang) == unexamined.end();
-    const std::string rel = MessageFile(manager, lang);
+    const std::string rel = findings::MessageFile(manager, lang);
     if (!looked_at && !pnl_file::Exists(work_dir + "/" + rel)) {
       InputProblem problem;
       problem.kind = "language-not-checked";

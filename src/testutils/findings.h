@@ -18,7 +18,6 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "findings/paths.h"
 #include "pnl/file.h"
 
 // One finding. Empty strings and zero numbers are written as null.
@@ -183,10 +182,6 @@ class SourceLines {
   LastFile& last_;
   std::map<std::string, std::shared_ptr<File>> files_;
 };
-
-// Relative paths of the installation's files, as the audits name them.
-using findings::DescriptionFile;
-using findings::MessageFile;
 
 // Looks at the run's input files and records what is wrong with them: the
 // description, each kept language's message file, the languages that the

@@ -10,6 +10,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "findings/paths.h"
 #include "pnl/file.h"
 #include "pnl/xml.h"
 

@@ -229,7 +229,7 @@ TEST(ReferenceLanguageTest, EnglishWhenAuditedElseTheFirst) {
 
 // ---- The walk over the message files ---------------------------------------
 
-std::string MessageFile(const std::string& lang, const std::string& sections) {
+std::string LanguageFile(const std::string& lang, const std::string& sections) {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<pnldata>\n<lang name=\"" + lang + "\">\n" +
          sections + "</lang>\n</pnldata>\n";
 }
@@ -249,10 +249,10 @@ class CheckTextsTest : public ::testing::Test {
 
 TEST_F(CheckTextsTest, ComparesWithEnglishWhenTheRunHasIt) {
   dir_.Write("etc/xml/m_msg_en.xml",
-             MessageFile("en", "<messages name=\"form\">\n<msg name=\"title\">Mail</msg>\n"
+             LanguageFile("en", "<messages name=\"form\">\n<msg name=\"title\">Mail</msg>\n"
                                "</messages>\n"));
   dir_.Write("etc/xml/m_msg_ru.xml",
-             MessageFile("ru", "<messages name=\"form\">\n\n<msg name=\"title\">Mail</msg>\n"
+             LanguageFile("ru", "<messages name=\"form\">\n\n<msg name=\"title\">Mail</msg>\n"
                                "</messages>\n"));
   const auto found = Run({"ru", "en"});
   ASSERT_EQ(1u, found.size());
@@ -275,9 +275,9 @@ TEST_F(CheckTextsTest, ComparesWithEnglishWhenTheRunHasIt) {
 
 TEST_F(CheckTextsTest, WithoutEnglishTheFirstLanguageIsTheReference) {
   dir_.Write("etc/xml/m_msg_ru.xml",
-             MessageFile("ru", "<messages name=\"f\"><msg name=\"a\">Имя:</msg></messages>\n"));
+             LanguageFile("ru", "<messages name=\"f\"><msg name=\"a\">Имя:</msg></messages>\n"));
   dir_.Write("etc/xml/m_msg_fr.xml",
-             MessageFile("fr", "<messages name=\"f\"><msg name=\"a\">Nom</msg></messages>\n"));
+             LanguageFile("fr", "<messages name=\"f\"><msg name=\"a\">Nom</msg></messages>\n"));
   const auto found = Run({"ru", "fr"});
   ASSERT_EQ(1u, found.size());
   EXPECT_EQ("punctuation-mismatch", found[0].kind);
@@ -288,19 +288,19 @@ TEST_F(CheckTextsTest, WithoutEnglishTheFirstLanguageIsTheReference) {
 
 TEST_F(CheckTextsTest, OneLanguageHasNothingToCompare) {
   dir_.Write("etc/xml/m_msg_ru.xml",
-             MessageFile("ru", "<messages name=\"f\"><msg name=\"a\">Имя:</msg></messages>\n"));
+             LanguageFile("ru", "<messages name=\"f\"><msg name=\"a\">Имя:</msg></messages>\n"));
   EXPECT_TRUE(Run({"ru"}).empty());
   EXPECT_TRUE(Run({}).empty());
 }
 
 TEST_F(CheckTextsTest, TheLastSectionAndMessageOfEachNameCount) {
   dir_.Write("etc/xml/m_msg_en.xml",
-             MessageFile("en", "<messages name=\"f\"><msg name=\"a\">Name:</msg>"
+             LanguageFile("en", "<messages name=\"f\"><msg name=\"a\">Name:</msg>"
                                "<msg name=\"b\">%s</msg></messages>\n"
                                "<messages name=\"f\"><msg name=\"a\">Name</msg>"
                                "<msg name=\"a\">%d</msg></messages>\n"));
   dir_.Write("etc/xml/m_msg_de.xml",
-             MessageFile("de", "<messages name=\"f\"><msg name=\"a\">%s</msg>"
+             LanguageFile("de", "<messages name=\"f\"><msg name=\"a\">%s</msg>"
                                "<msg name=\"b\">%d</msg></messages>\n"
                                "<messages name=\"f\">\n<msg name=\"b\">%d</msg>\n"
                                "<msg name=\"a\">%s</msg>\n<msg name=\"a\">%d</msg>\n"
@@ -311,11 +311,11 @@ TEST_F(CheckTextsTest, TheLastSectionAndMessageOfEachNameCount) {
 
 TEST_F(CheckTextsTest, PassesOverAddedAndEmptyMessagesAndWhatTheReferenceLacks) {
   dir_.Write("etc/xml/m_msg_en.xml",
-             MessageFile("en", "<messages name=\"f\"><msg name=\"a\">Name</msg>"
+             LanguageFile("en", "<messages name=\"f\"><msg name=\"a\">Name</msg>"
                                "<msg name=\"b\">Mail</msg><msg name=\"c\"></msg>"
                                "<msg name=\"d\" added=\"msglint-fix\">Host</msg></messages>\n"));
   dir_.Write("etc/xml/m_msg_ru.xml",
-             MessageFile("ru", "<messages name=\"f\">"
+             LanguageFile("ru", "<messages name=\"f\">"
                                "<msg name=\"a\" added=\"msglint-fix\" todo=\"translate\">Name</msg>"
                                "<msg name=\"b\"></msg><msg name=\"c\">Почта:</msg>"
                                "<msg name=\"d\">Host</msg><msg name=\"e\">Mail</msg></messages>\n"
@@ -325,10 +325,10 @@ TEST_F(CheckTextsTest, PassesOverAddedAndEmptyMessagesAndWhatTheReferenceLacks) 
 
 TEST_F(CheckTextsTest, TextsWithReferencesAndCdataAreComparedAsTheyRead) {
   dir_.Write("etc/xml/m_msg_en.xml",
-             MessageFile("en", "<messages name=\"f\"><msg name=\"a\">Tom &amp; Jerry</msg>"
+             LanguageFile("en", "<messages name=\"f\"><msg name=\"a\">Tom &amp; Jerry</msg>"
                                "<msg name=\"b\"><![CDATA[<b>%s</b>]]></msg></messages>\n"));
   dir_.Write("etc/xml/m_msg_ru.xml",
-             MessageFile("ru", "<messages name=\"f\"><msg name=\"a\">Tom &#38; Jerry</msg>"
+             LanguageFile("ru", "<messages name=\"f\"><msg name=\"a\">Tom &#38; Jerry</msg>"
                                "<msg name=\"b\">&lt;b&gt;%d&lt;/b&gt;</msg></messages>\n"));
   const auto found = Run({"en", "ru"});
   ASSERT_EQ(2u, found.size());
@@ -342,7 +342,7 @@ TEST_F(CheckTextsTest, TextsWithReferencesAndCdataAreComparedAsTheyRead) {
 // the same findings either way, on texts that hold every kind of markup.
 TEST_F(CheckTextsTest, TheScannerReadsWhatTheParserReads) {
   dir_.Write("etc/xml/m_msg_en.xml",
-             MessageFile("en", "<messages name=\"f\">\r\n"
+             LanguageFile("en", "<messages name=\"f\">\r\n"
                                "<msg name=\"a\">A &amp; B &#x41;&#66; &lt;%s&gt;</msg>\r\n"
                                "<msg name=\"b\"><![CDATA[<i>%d</i>\r\nx]]> <!-- no --><?pi x?></msg>\n"
                                "<msg name=\"c\">Bold <b title=\"a>b\">%s</b>:</msg>\n"
@@ -350,7 +350,7 @@ TEST_F(CheckTextsTest, TheScannerReadsWhatTheParserReads) {
                                "<msg name=\"e\"/><msg name=\"g\" added = 'msglint-fix'>Fixed</msg>\n"
                                "</messages>\n"));
   dir_.Write("etc/xml/m_msg_ru.xml",
-             MessageFile("ru", "<messages name=\"f\">\n"
+             LanguageFile("ru", "<messages name=\"f\">\n"
                                "<msg name=\"a\">A &amp; B AB &lt;%d&gt;</msg>\n"
                                "<msg name=\"b\">&lt;i&gt;%d&lt;/i&gt;\nx </msg>\n"
                                "<msg\n name=\"c\">Жирный <b>%s</b></msg>\n"
@@ -391,11 +391,11 @@ TEST_F(CheckTextsTest, HostileNamesAndFarLinesReadAlikeEitherWay) {
       "</messages>\n"
       "<messages name='q\"&#38;'>\n" + std::string(70000, '\n') +
       "<msg name=\"far&#x26;\">Far away.</msg>\n</messages>\n";
-  dir_.Write("etc/xml/m_msg_e&n.xml", MessageFile("e&amp;n", sections));
+  dir_.Write("etc/xml/m_msg_e&n.xml", LanguageFile("e&amp;n", sections));
   std::string translated = sections;
   translated.replace(translated.find("%s and %d"), 9, "%d and %s");
   translated.replace(translated.find("Far away."), 9, "Far away");
-  dir_.Write("etc/xml/m_msg_r\tu.xml", MessageFile("r&#9;u", translated));
+  dir_.Write("etc/xml/m_msg_r\tu.xml", LanguageFile("r&#9;u", translated));
   auto summary = [](const std::vector<Finding>& found) {
     std::vector<std::string> lines;
     for (const Finding& f : found)
@@ -431,7 +431,7 @@ TEST_F(CheckTextsTest, AFileWithADtdIsParsed) {
              "<pnldata><lang name=\"en\"><messages name=\"f\">\n"
              "<msg name=\"a\">&co; Mail:</msg></messages></lang></pnldata>\n");
   dir_.Write("etc/xml/m_msg_ru.xml",
-             MessageFile("ru", "<messages name=\"f\"><msg name=\"a\"> Mail:</msg></messages>\n"));
+             LanguageFile("ru", "<messages name=\"f\"><msg name=\"a\"> Mail:</msg></messages>\n"));
   const auto found = Run({"en", "ru"});
   ASSERT_EQ(1u, found.size());
   EXPECT_EQ("untranslated", found[0].kind);
@@ -440,7 +440,7 @@ TEST_F(CheckTextsTest, AFileWithADtdIsParsed) {
 
 TEST_F(CheckTextsTest, AFileThatCannotBeParsedGivesNothing) {
   dir_.Write("etc/xml/m_msg_en.xml",
-             MessageFile("en", "<messages name=\"f\"><msg name=\"a\">Name</msg></messages>\n"));
+             LanguageFile("en", "<messages name=\"f\"><msg name=\"a\">Name</msg></messages>\n"));
   dir_.Write("etc/xml/m_msg_ru.xml", "<pnldata><lang name=\"ru\"><messages name=\"f\">");
   EXPECT_TRUE(Run({"en", "ru"}).empty());
   EXPECT_TRUE(Run({"ru", "en"}).empty());
@@ -448,9 +448,9 @@ TEST_F(CheckTextsTest, AFileThatCannotBeParsedGivesNothing) {
 
 TEST_F(CheckTextsTest, TheFindingsFileNamesBothTexts) {
   dir_.Write("etc/xml/m_msg_en.xml",
-             MessageFile("en", "<messages name=\"f\"><msg name=\"a\">%s files</msg></messages>\n"));
+             LanguageFile("en", "<messages name=\"f\"><msg name=\"a\">%s files</msg></messages>\n"));
   dir_.Write("etc/xml/m_msg_ru.xml",
-             MessageFile("ru", "<messages name=\"f\"><msg name=\"a\">файлов: %d</msg></messages>\n"));
+             LanguageFile("ru", "<messages name=\"f\"><msg name=\"a\">файлов: %d</msg></messages>\n"));
   recorder_.SetRun("m", "-f", {"en", "ru"});
   Run({"en", "ru"});
   const std::string json = recorder_.ToJson();

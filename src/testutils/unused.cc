@@ -39,7 +39,7 @@ Finding SectionFinding(const std::string& manager, const std::string& kind,
                        const std::string& element, const std::string& lang, long line) {
   Finding finding = AuditFinding("unused", kind, section, element_type, element, lang);
   finding.section = section;
-  finding.file = MessageFile(manager, lang);
+  finding.file = findings::MessageFile(manager, lang);
   finding.line = line;
   return finding;
 }

@@ -54,7 +54,7 @@ void check_validator(RunContext& run) {
     run.out << line;
     Finding finding =
         AuditFinding("validator", "input-without-validator", form, "field", field, "");
-    finding.file = DescriptionFile(run.manager);
+    finding.file = findings::DescriptionFile(run.manager);
     finding.line = input.Line();
     finding.report = line;
     run.findings.Add(finding);
