@@ -29,18 +29,31 @@ ColumnList::ColumnList(const RunContext& run, const std::string& lang)
 
   std::vector<std::string> columns;
   for (pnl_xml::XmlNode metadata : doc.GetNodes("/pnldata/metadata")) {
+    const std::string list = metadata.GetProp("name");
+    // The lines are those of the last list of the name, even one without
+    // columns, whose earlier namesake's columns then have no line.
+    std::unordered_map<std::string, long>& at = lines_[list];
+    at.clear();
     pnl_xml::XmlNode coldata = metadata.FindNode("coldata");
     if (!coldata) continue;
     for (pnl_xml::XmlNode col = coldata.FirstChild(); col; col = col.Next()) {
       const std::string name = col.GetProp("name");
       if (!name.empty()) columns.push_back(name);
+      at.emplace(name, col.Line());
     }
-    table[metadata.GetProp("name")] = columns;
+    table[list] = columns;
     columns.clear();
   }
-  // The table is all that the check needs; a large description's parsed
-  // document goes before the message file is read.
+  // The table and the lines are all that the check needs; a large
+  // description's parsed document goes before the message file is read.
   doc = pnl_xml::Xml();
+}
+
+long ColumnList::Line(const std::string& list, const std::string& column) const {
+  auto at = lines_.find(list);
+  if (at == lines_.end()) return 0;
+  auto line = at->second.find(column);
+  return line != at->second.end() ? line->second : 0;
 }
 
 ColumnList::HintList::HintList(const RunContext& run, const std::string& lang)
@@ -145,7 +158,6 @@ void report_column_hints(RunContext& run, const std::string& lang) {
   msglint_private::ColumnList columns(run, lang);
   msglint_private::ColumnList::HintList hints(run, lang);
   hints.Parse();
-  SourceLines lines(run.work_dir, run.last_lines_file);
   for (const auto& [list, names] : columns.table) {
     for (const std::string& column : names) {
       bool lacks = hints.table.empty();
@@ -164,7 +176,7 @@ void report_column_hints(RunContext& run, const std::string& lang) {
         finding.message_name = "hint_" + column;
         finding.section = list;
         finding.file = findings::DescriptionFile(manager);
-        finding.line = lines.Column(manager, list, column);
+        finding.line = columns.Line(list, column);
         finding.report = line;
         run.findings.Add(finding);
       }

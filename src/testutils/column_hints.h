@@ -6,6 +6,7 @@
 
 #include <map>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -51,10 +52,17 @@ class ColumnList {
     std::string path_;
   };
 
+  // Line of the first column `column` of the last list `list` in the
+  // description; 0 if it has none.
+  long Line(const std::string& list, const std::string& column) const;
+
   std::string manager;
   std::string lang;
   std::map<std::string, std::vector<std::string>> table;
   pnl_xml::Xml doc;
+
+ private:
+  std::unordered_map<std::string, std::unordered_map<std::string, long>> lines_;
 };
 
 }  // namespace msglint_private

@@ -144,6 +144,41 @@ TEST_F(ColumnHintsTest, ColumnListHoldsColumnsInDescriptionOrder) {
   EXPECT_EQ(columns.table, (Table{{"empty", {}}, {"user", {"b", "a"}}}));
 }
 
+// The line of a column is that of the first column of its name in the last
+// list of its name, as the parser counts it.
+TEST_F(ColumnHintsTest, ColumnListGivesTheLinesOfTheLastListsColumns) {
+  dir_.Write("etc/xml/sab.xml",
+             "<pnldata>\n<metadata name=\"user\" type=\"list\">\n<coldata>\n"
+             "<col name=\"id\"/>\n</coldata>\n</metadata>\n"
+             "<metadata name=\"user\" type=\"list\">\n<coldata>\n"
+             "<col name=\"x\"/>\n<col name=\"id\"/>\n<col name=\"id\"/>\n"
+             "</coldata>\n</metadata>\n"
+             "<metadata name=\"bare\" type=\"list\">\n<coldata>\n<col name=\"a\"/>\n"
+             "</coldata>\n</metadata>\n<metadata name=\"bare\" type=\"list\"/>\n"
+             "</pnldata>\n");
+  ColumnList columns(run_, "en");
+  EXPECT_EQ(9, columns.Line("user", "x"));
+  EXPECT_EQ(10, columns.Line("user", "id"));
+  EXPECT_EQ(0, columns.Line("user", "other"));
+  EXPECT_EQ(0, columns.Line("none", "id"));
+  // A later list without columns keeps its namesake's columns, not their lines.
+  EXPECT_EQ(columns.table.at("bare"), std::vector<std::string>{"a"});
+  EXPECT_EQ(0, columns.Line("bare", "a"));
+}
+
+// Names written with references and blanks are found by the names the
+// document holds, the ones the check reports.
+TEST_F(ColumnHintsTest, ColumnLinesAreFoundByTheNamesReferencesStandFor) {
+  dir_.Write("etc/xml/sab.xml",
+             "<pnldata>\n<metadata name=\"l&amp;&#38;\" type=\"list\">\n<coldata>\n"
+             "<col name=\"c&#9;\"/>\n<col name=\"d\te\"/>\n</coldata>\n</metadata>\n"
+             "</pnldata>\n");
+  ColumnList columns(run_, "en");
+  EXPECT_EQ(4, columns.Line("l&&", "c\t"));
+  EXPECT_EQ(5, columns.Line("l&&", "d e"));
+  EXPECT_EQ(0, columns.Line("l&amp;&#38;", "c&#9;"));
+}
+
 TEST_F(ColumnHintsTest, HintListHoldsEachSectionsOwnHintsAscending) {
   Messages(En("<messages name=\"user\"><msg name=\"hint_z\"/><msg name=\"hint_a\"/>"
               "<msg name=\"title\"/><msg name=\"hint_a\"/><include name=\"other\"/></messages>"

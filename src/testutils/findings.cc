@@ -402,50 +402,18 @@ bool FindingsRecorder::Write(const std::string& work_dir) const {
 
 // ---- Source lines ---------------------------------------------------------
 
-namespace {
-
-// The element children of one parent called one name, by their attribute
-// "name": the first of each, or the last.
-using ChildrenByName = std::unordered_map<std::string, pnl_xml::XmlNode>;
-
-ChildrenByName IndexChildren(const pnl_xml::XmlNode& parent, const std::string& name,
-                             bool last) {
-  ChildrenByName index;
-  for (pnl_xml::XmlNode child = parent.FirstChild(); child; child = child.Next()) {
-    if (child.Name() != name) continue;
-    if (last)
-      index[child.GetProp("name")] = child;
-    else
-      index.emplace(child.GetProp("name"), child);
-  }
-  return index;
-}
-
-}  // namespace
-
-// A parsed file and, built on first use, the indexes of the children that
-// were looked up in it, so that a run asking for the lines of thousands of
-// messages walks each section once rather than once per message.
+// The lines of a message file's sections and messages, the first of each
+// name at every level; the parsed document, many times the file's bytes,
+// goes once they are taken.
 struct SourceLines::File {
-  pnl_xml::Xml doc;
-  // Keyed by the names that lead from the root to the parent, then the
-  // children's element name and whether the last of each is kept.
-  std::map<std::vector<std::string>, ChildrenByName> indexes;
-
-  // For a message file, the lines of its sections and messages (the first
-  // of each name at every level), taken all at once at the first lookup;
-  // the parsed document, many times the file's bytes, goes then.
   struct Section {
     long line = 0;
     std::unordered_map<std::string, long> messages;
   };
   using Sections = std::unordered_map<std::string, Section>;
   std::unordered_map<std::string, Sections> languages;
-  bool messages_taken = false;
 
-  void TakeMessageLines() {
-    if (messages_taken) return;
-    messages_taken = true;
+  void TakeLines(const pnl_xml::Xml& doc) {
     for (pnl_xml::XmlNode lang = doc.GetRoot().FirstChild(); lang; lang = lang.Next()) {
       if (lang.Name() != "lang") continue;
       auto [sections, new_lang] = languages.try_emplace(lang.GetProp("name"));
@@ -459,21 +427,6 @@ struct SourceLines::File {
           if (msg.Name() == "msg") kept->second.messages.emplace(msg.GetProp("name"), msg.Line());
       }
     }
-    doc = pnl_xml::Xml();
-    indexes.clear();
-  }
-
-  // The child of `parent` (reached by `path`) called `name` whose attribute
-  // "name" is `value`: the first such, or with `last` the last.
-  pnl_xml::XmlNode ChildNamed(const pnl_xml::XmlNode& parent, std::vector<std::string> path,
-                              const std::string& name, const std::string& value, bool last) {
-    path.push_back(name);
-    path.push_back(last ? "last" : "first");
-    auto it = indexes.find(path);
-    if (it == indexes.end())
-      it = indexes.emplace(std::move(path), IndexChildren(parent, name, last)).first;
-    auto found = it->second.find(value);
-    return found != it->second.end() ? found->second : pnl_xml::XmlNode();
   }
 };
 
@@ -488,7 +441,11 @@ SourceLines::File& SourceLines::Load(const std::string& rel) {
   }
   file = std::make_shared<File>();
   std::string text;
-  if (pnl_file::ReadFile(path, text)) file->doc.LoadQuietly(text, path);
+  if (pnl_file::ReadFile(path, text)) {
+    pnl_xml::Xml doc;
+    doc.LoadQuietly(text, path);
+    file->TakeLines(doc);
+  }
   last_.path = path;
   last_.stamp = stamp;
   last_.file = file;
@@ -498,7 +455,6 @@ SourceLines::File& SourceLines::Load(const std::string& rel) {
 long SourceLines::Message(const std::string& manager, const std::string& lang,
                           const std::string& section, const std::string& name) {
   File& file = Load(findings::MessageFile(manager, lang));
-  file.TakeMessageLines();
   auto sections = file.languages.find(lang);
   if (sections == file.languages.end()) return 0;
   auto kept = sections->second.find(section);
@@ -506,14 +462,6 @@ long SourceLines::Message(const std::string& manager, const std::string& lang,
   if (name.empty()) return kept->second.line;
   auto message = kept->second.messages.find(name);
   return message != kept->second.messages.end() ? message->second : 0;
-}
-
-long SourceLines::Column(const std::string& manager, const std::string& list,
-                         const std::string& column) {
-  File& file = Load(findings::DescriptionFile(manager));
-  pnl_xml::XmlNode metadata = file.ChildNamed(file.doc.GetRoot(), {}, "metadata", list, true);
-  pnl_xml::XmlNode coldata = metadata.FindNode("coldata");
-  return file.ChildNamed(coldata, {list, "coldata"}, "col", column, false).Line();
 }
 
 // ---- Input problems -------------------------------------------------------

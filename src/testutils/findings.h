@@ -146,18 +146,17 @@ class FindingsRecorder {
   Counts& CountsOf(const std::string& lang, const std::string& object);
 };
 
-// Lines of elements in the installation's XML files, found by walking the
-// parsed file (never by a query built from names): a messages section or
-// message of etc/xml/M_msg_L.xml, a metadata element or one of its columns
-// in etc/xml/M.xml. A file that is not well-formed is never handed to the
-// parser that reports on standard error; it gives no lines.
+// Lines of the messages sections and messages of the installation's message
+// files (etc/xml/M_msg_L.xml), found by walking the parsed file (never by a
+// query built from names). A file that is not well-formed is never handed
+// to the parser that reports on standard error; it gives no lines.
 class SourceLines {
  public:
   struct File;
   // The file read last, by any SourceLines of a run, and the path and stamp
   // it was read with: the audits of a run ask one after the other for lines
-  // of the same message file and of the description, which is then parsed
-  // once rather than once per audit and language. The run keeps it; it
+  // of the same message file, which is then parsed once rather than once
+  // per audit. The run keeps it; it
   // holds the file while it is unchanged (same size, modification time and
   // inode), and an empty LastFile lets go of it.
   struct LastFile {
@@ -173,8 +172,6 @@ class SourceLines {
   // is empty) in language `lang`'s message file of `manager`; 0 if absent.
   long Message(const std::string& manager, const std::string& lang,
                const std::string& section, const std::string& name);
-  // Line of column `column` of the last list `list` in etc/xml/M.xml.
-  long Column(const std::string& manager, const std::string& list, const std::string& column);
 
  private:
   File& Load(const std::string& rel);

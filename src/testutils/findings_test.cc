@@ -170,21 +170,16 @@ TEST(FindingsRecorderTest, WritesUnderVarAndRefusesLinks) {
   EXPECT_EQ("", other.Read("elsewhere/findings.json"));
 }
 
-TEST(SourceLinesTest, FindsMessagesAndColumnsByWalking) {
+TEST(SourceLinesTest, FindsMessagesByWalking) {
   ScratchDir dir;
   dir.Write("etc/xml/m_msg_en.xml",
             "<pnldata>\n<lang name=\"en\">\n<messages name=\"user\">\n"
             "<msg name=\"a'b\">x</msg>\n</messages>\n</lang>\n</pnldata>\n");
-  dir.Write("etc/xml/m.xml",
-            "<pnldata>\n<metadata name=\"user\" type=\"list\">\n<coldata>\n"
-            "<col name=\"id\"/>\n</coldata>\n</metadata>\n</pnldata>\n");
   SourceLines::LastFile last;
   SourceLines lines(dir.path(), last);
   EXPECT_EQ(4, lines.Message("m", "en", "user", "a'b"));
   EXPECT_EQ(3, lines.Message("m", "en", "user", ""));
   EXPECT_EQ(0, lines.Message("m", "en", "none", "x"));
-  EXPECT_EQ(4, lines.Column("m", "user", "id"));
-  EXPECT_EQ(0, lines.Column("m", "user", "other"));
 }
 
 // Names written with references and blanks are found by the names the
@@ -195,9 +190,6 @@ TEST(SourceLinesTest, NamesWrittenWithReferencesAreTheNamesTheyStandFor) {
             "<pnldata>\n<lang name=\"a&amp;b\">\n<messages name=\"u&lt;&#9;\">\n"
             "<msg name=\"m&quot;&#10;\">x</msg>\n<msg name=\"t\tn\nl\">y</msg>\n"
             "</messages>\n</lang>\n</pnldata>\n");
-  dir.Write("etc/xml/m.xml",
-            "<pnldata>\n<metadata name=\"l&amp;&#38;\" type=\"list\">\n<coldata>\n"
-            "<col name=\"c&#9;\"/>\n<col name=\"d\te\"/>\n</coldata>\n</metadata>\n</pnldata>\n");
   SourceLines::LastFile last;
   SourceLines lines(dir.path(), last);
   EXPECT_EQ(3, lines.Message("m", "a&b", "u<\t", ""));
@@ -205,8 +197,6 @@ TEST(SourceLinesTest, NamesWrittenWithReferencesAreTheNamesTheyStandFor) {
   // The parser counts the line where the start tag ends.
   EXPECT_EQ(6, lines.Message("m", "a&b", "u<\t", "t n l"));
   EXPECT_EQ(0, lines.Message("m", "a&b", "u&lt;&#9;", ""));
-  EXPECT_EQ(4, lines.Column("m", "l&&", "c\t"));
-  EXPECT_EQ(5, lines.Column("m", "l&&", "d e"));
 }
 
 TEST(SourceLinesTest, TheFirstOfEachNameGivesTheLine) {

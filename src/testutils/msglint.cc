@@ -128,8 +128,8 @@ int RunAudits(RunContext& run, const std::function<int(RunContext&)>& prepare_ca
   }
 
   for (const std::string& lang : run.langs) report_column_hints(run, lang);
-  // The missing-message audit asks for no lines: the description parsed
-  // for them is let go before it starts.
+  // The missing-message audit asks for no lines: those of the last message
+  // file are let go before it starts.
   run.last_lines_file = SourceLines::LastFile();
 
   int result;
