@@ -1,6 +1,7 @@
 #include "pnl/xml.h"
 
 #include <errno.h>
+#include <algorithm>
 #include <stdio.h>
 #include <string.h>
 
@@ -823,6 +824,10 @@ std::string AttributeValue(const char* begin, const char* end) {
 
 // Called with the parser just past the name and attributes of a start
 // tag: at its ">" or at the "/" of "/>".
+// The last line that a parsed element can be given: the parser keeps it in
+// 16 bits.
+constexpr long kLastElementLine = 65535;
+
 void ScanStart(void* ctx, const xmlChar* localname, const xmlChar* prefix,
                const xmlChar*, int, const xmlChar**, int nb_attributes, int,
                const xmlChar** attributes) {
@@ -846,6 +851,7 @@ void ScanStart(void* ctx, const xmlChar* localname, const xmlChar* prefix,
     }
   }
   span.parent = scan->open.empty() ? -1 : scan->open.back();
+  span.line = std::min<long>(xmlSAX2GetLineNumber(ctx), kLastElementLine);
   // "<" cannot occur inside a tag, nor ">" after its attributes.
   size_t lt = pos < text.size() ? text.rfind('<', pos) : std::string::npos;
   size_t gt = text.find('>', pos);
@@ -981,6 +987,30 @@ bool ScanElements(const std::string& text, const std::string& origin,
   if (!error->empty()) {
     spans->clear();
     return false;
+  }
+  return true;
+}
+
+bool ScanPlainElements(const std::string& text, const std::string& origin,
+                       std::vector<ElementSpan>* spans) {
+  spans->clear();
+  if (internal::LiteralEvaluation()) return false;
+  if (text.find("xmlns") != std::string::npos) return false;
+  std::string error;
+  if (!ScanElements(text, origin, spans, &error)) return false;
+  const std::string_view bytes = text;
+  // A document type declaration stands before the root element.
+  if (!spans->empty() &&
+      bytes.substr(0, (*spans)[0].begin).find("<!DOCTYPE") != std::string_view::npos) {
+    spans->clear();
+    return false;
+  }
+  for (const ElementSpan& span : *spans) {
+    if (bytes.substr(span.begin, span.content_begin - span.begin).find(':') !=
+        std::string_view::npos) {
+      spans->clear();
+      return false;
+    }
   }
   return true;
 }

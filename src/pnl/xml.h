@@ -209,6 +209,9 @@ struct ElementSpan {
   std::size_t content_end = 0;
   std::size_t end = 0;      // just after the last ">" of the element
   bool empty_tag = false;   // written as one empty-element tag
+  // The line a parsed document gives the element: that of the ">" ending
+  // its start tag, kept in 16 bits (every line past 65535 reads as 65535).
+  long line = 0;
 };
 
 // Lists every element of `text` in document order (a parent before its
@@ -220,6 +223,13 @@ struct ElementSpan {
 // neither loaded nor expanded.
 bool ScanElements(const std::string& text, const std::string& origin,
                   std::vector<ElementSpan>* spans, std::string* error);
+// ScanElements for readers that want the elements as a parsed document
+// holds them: false also for a text with namespaces ("xmlns" anywhere, a
+// prefix in a start tag) or a document type declaration (its default
+// attributes and entities are the parser's alone), and whenever the literal
+// evaluation is in force, so that such readers parse instead.
+bool ScanPlainElements(const std::string& text, const std::string& origin,
+                       std::vector<ElementSpan>* spans);
 
 // Two shortcuts keep the audits fast on large managers without changing
 // any result: queries of the form "//NAME/REST" are evaluated from the one

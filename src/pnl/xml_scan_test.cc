@@ -147,4 +147,29 @@ TEST(ScanElementsTest, NamesAreThoseTheDocumentHolds) {
   }
 }
 
+// Each element's line is the one the parsed document gives it: that of the
+// ">" ending its start tag, whatever lies between (comments, CDATA, a start
+// tag over several lines, CR LF line ends), and 65535 for every line past it.
+TEST(ScanElementsTest, LinesAreThoseOfTheParsedDocument) {
+  std::string text = "<?xml version=\"1.0\"?>\r\n<pnldata>\n<!-- a\nb -->\n"
+                     "<lang\n name=\"en\"\n>\n<![CDATA[x\ny]]><msg name=\"a\"/>"
+                     "<msg name='b\nc'>T\n</msg>\r\n";
+  for (int i = 0; i < 70000; ++i) text += "<m/>\n";
+  text += "<msg name=\"far\"/></lang></pnldata>\n";
+  std::vector<ElementSpan> spans;
+  std::string error;
+  ASSERT_TRUE(ScanElements(text, "l.xml", &spans, &error)) << error;
+  pnl_xml::Xml doc;
+  ASSERT_TRUE(doc.LoadFromString(text, "l.xml"));
+  pnl_xml::XPath elements(doc, "//*");
+  ASSERT_EQ(elements.size(), spans.size());
+  for (size_t i = 0; i < spans.size(); ++i)
+    ASSERT_EQ(elements[i].Line(), spans[i].line) << i << " " << spans[i].name;
+  EXPECT_EQ(2, spans[0].line);
+  EXPECT_EQ(7, spans[1].line);
+  EXPECT_EQ(9, spans[2].line);
+  EXPECT_EQ(10, spans[3].line);
+  EXPECT_EQ(65535, spans.back().line);
+}
+
 }  // namespace

@@ -65,25 +65,13 @@ ColumnList::HintList::HintList(const RunContext& run, const std::string& lang)
 // the element scanner; false when the file is not one that the scanner
 // reads exactly as the parser and the query would.
 bool ColumnList::HintList::ScanSections(std::vector<Section>* sections) const {
-  if (pnl_xml::IsLiteralEvaluation()) return false;
   // An empty language makes a query that tells an absent attribute from an
   // empty one; one with an apostrophe makes no query at all.
   if (lang.empty() || lang.find('\'') != std::string::npos) return false;
   std::string text;
   if (!pnl_file::ReadFile(path_, text)) return false;
-  // Namespaces and a DTD (default attributes, entities) change what the
-  // query selects; such files are left to the parser.
-  if (text.find("xmlns") != std::string::npos || text.find("<!DOCTYPE") != std::string::npos)
-    return false;
   std::vector<pnl_xml::ElementSpan> spans;
-  std::string error;
-  if (!pnl_xml::ScanElements(text, path_, &spans, &error)) return false;
-  const std::string_view bytes = text;
-  for (const pnl_xml::ElementSpan& span : spans) {
-    // A prefix in a start tag, of the element or of an attribute.
-    const std::string_view tag = bytes.substr(span.begin, span.content_begin - span.begin);
-    if (tag.find(':') != std::string_view::npos) return false;
-  }
+  if (!pnl_xml::ScanPlainElements(text, path_, &spans)) return false;
   if (spans.empty() || spans[0].name != "pnldata") return true;
 
   // For each span: whether it is a selected lang element, and the index in

@@ -413,6 +413,33 @@ struct SourceLines::File {
   using Sections = std::unordered_map<std::string, Section>;
   std::unordered_map<std::string, Sections> languages;
 
+  // From the element scanner, which builds no document; false for a file
+  // that only the parser reads right.
+  bool ScanLines(const std::string& text, const std::string& path) {
+    std::vector<pnl_xml::ElementSpan> spans;
+    if (!pnl_xml::ScanPlainElements(text, path, &spans)) return false;
+    // The sections of each span that is a lang or messages element kept.
+    std::vector<Sections*> lang_of(spans.size(), nullptr);
+    std::vector<Section*> section_of(spans.size(), nullptr);
+    for (size_t i = 1; i < spans.size(); ++i) {
+      const pnl_xml::ElementSpan& span = spans[i];
+      if (span.parent == 0) {
+        if (span.name != "lang") continue;
+        auto [sections, new_lang] = languages.try_emplace(span.name_attr);
+        if (new_lang) lang_of[i] = &sections->second;
+      } else if (span.parent > 0 && lang_of[span.parent] != nullptr) {
+        if (span.name != "messages") continue;
+        auto [kept, new_section] = lang_of[span.parent]->try_emplace(span.name_attr);
+        if (!new_section) continue;
+        kept->second.line = span.line;
+        section_of[i] = &kept->second;
+      } else if (span.parent > 0 && section_of[span.parent] != nullptr && span.name == "msg") {
+        section_of[span.parent]->messages.emplace(span.name_attr, span.line);
+      }
+    }
+    return true;
+  }
+
   void TakeLines(const pnl_xml::Xml& doc) {
     for (pnl_xml::XmlNode lang = doc.GetRoot().FirstChild(); lang; lang = lang.Next()) {
       if (lang.Name() != "lang") continue;
@@ -441,7 +468,7 @@ SourceLines::File& SourceLines::Load(const std::string& rel) {
   }
   file = std::make_shared<File>();
   std::string text;
-  if (pnl_file::ReadFile(path, text)) {
+  if (pnl_file::ReadFile(path, text) && !file->ScanLines(text, path)) {
     pnl_xml::Xml doc;
     doc.LoadQuietly(text, path);
     file->TakeLines(doc);

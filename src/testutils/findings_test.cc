@@ -2,11 +2,16 @@
 
 #include <sys/stat.h>
 
+#include <string>
+#include <utility>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
 #include "findings/paths.h"
+#include "pnl/xml.h"
 #include "support/scratch_dir.h"
 
 namespace {
@@ -230,6 +235,43 @@ TEST(SourceLinesTest, AMalformedFileGivesNoLinesAndNoWord) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(0, lines.Message("m", "en", "user", "x"));
   EXPECT_EQ("", testing::internal::GetCapturedStderr());
+}
+
+// Lines are found without a parsed document where the file allows it; they
+// are those that walking the parsed document gives, on every kind of file.
+TEST(SourceLinesTest, ScannedLinesAreThoseOfTheParsedDocument) {
+  std::string many = "<pnldata>\n<lang name=\"en\">\n<messages name=\"s\">\n";
+  for (int i = 0; i < 70000; ++i) many += "<msg name=\"m" + std::to_string(i) + "\"/>\n";
+  many += "</messages>\n</lang>\n</pnldata>\n";
+  const std::vector<std::string> files = {
+      "<pnldata>\r\n<lang\n name=\"en\">\r\n<!-- <msg name=\"x\"/> -->\n"
+      "<messages name=\"s\"><![CDATA[\n]]><msg\nname=\"a\">T\n</msg>\n<msg name=\"a\"/>\n"
+      "<msg name=\"b&amp;&#9;c\"/><msg name=\"d\te\"/></messages></lang></pnldata>\n",
+      "<!DOCTYPE pnldata [<!ATTLIST msg name CDATA \"dflt\">]>\n<pnldata>\n<lang name=\"en\">\n"
+      "<messages name=\"s\">\n<msg/>\n<msg name=\"a\"/>\n</messages></lang></pnldata>\n",
+      "<pnldata xmlns:x=\"urn:x\">\n<lang name=\"en\">\n<x:messages name=\"s\">\n"
+      "<msg name=\"a\"/>\n</x:messages></lang></pnldata>\n",
+      many,
+  };
+  const std::vector<std::pair<std::string, std::string>> asked = {
+      {"s", ""}, {"s", "a"}, {"s", "b&\tc"}, {"s", "d e"}, {"s", "x"}, {"s", "dflt"},
+      {"s", "m69999"}, {"s", "m10"}, {"t", ""}};
+  for (const std::string& text : files) {
+    ScratchDir dir;
+    dir.Write("etc/xml/m_msg_en.xml", text);
+    std::vector<long> fast, literal;
+    for (bool as_written : {false, true}) {
+      pnl_xml::SetLiteralEvaluation(as_written);
+      SourceLines::LastFile last;
+      SourceLines lines(dir.path(), last);
+      for (const auto& [section, name] : asked)
+        (as_written ? literal : fast).push_back(lines.Message("m", "en", section, name));
+    }
+    pnl_xml::SetLiteralEvaluation(false);
+    EXPECT_EQ(fast, literal) << text.substr(0, 80);
+    // Every file has the section, as the parser reads it.
+    EXPECT_NE(0, fast[0]) << text.substr(0, 80);
+  }
 }
 
 TEST(InputProblemsTest, DroppedUnexaminedMalformedAndMissing) {

@@ -256,26 +256,6 @@ std::string ReferenceLanguage(const std::vector<std::string>& langs) {
 
 namespace {
 
-// The line of an offset of a text, counted as libxml2 counts the line of
-// an element (the line of the ">" that ends its start tag), for offsets
-// asked in ascending order. The parser keeps an element's line in 16 bits:
-// every line past 65535 reads as 65535, and so it does here.
-class LineCounter {
- public:
-  explicit LineCounter(std::string_view text) : text_(text) {}
-  long LineAt(size_t offset) {
-    line_ += std::count(text_.begin() + static_cast<long>(at_), text_.begin() + static_cast<long>(offset), '\n');
-    at_ = offset;
-    return std::min(line_, kParserLastLine);
-  }
-
- private:
-  static constexpr long kParserLastLine = 65535;
-  std::string_view text_;
-  size_t at_ = 0;
-  long line_ = 1;
-};
-
 // Appends code point `code` to `out` in UTF-8.
 void AppendUtf8(unsigned long code, std::string* out) {
   if (code < 0x80) {
@@ -449,22 +429,13 @@ void ParseSections(const std::string& bytes, const std::string& rel, const std::
 // "added" attribute written with a reference).
 bool ScanSections(const std::string& bytes, const std::string& rel, const std::string& lang,
                   std::vector<Section>* sections) {
-  if (pnl_xml::IsLiteralEvaluation()) return false;
-  if (bytes.find("xmlns") != std::string::npos) return false;
   std::vector<pnl_xml::ElementSpan> spans;
-  std::string error;
-  if (!pnl_xml::ScanElements(bytes, rel, &spans, &error)) return false;
+  if (!pnl_xml::ScanPlainElements(bytes, rel, &spans)) return false;
   const std::string_view text = bytes;
-  // A DTD stands before the root element.
-  if (text.substr(0, spans[0].begin).find("<!DOCTYPE") != std::string_view::npos) return false;
-  for (const pnl_xml::ElementSpan& span : spans)
-    if (text.substr(span.begin, span.content_begin - span.begin).find(':') != std::string::npos)
-      return false;
   // Whether each span is a lang element of `lang`, and which section a
   // messages element became.
   std::vector<bool> is_lang(spans.size(), false);
   std::vector<long> section_of(spans.size(), -1);
-  LineCounter lines(text);
   for (size_t i = 1; i < spans.size(); ++i) {
     const pnl_xml::ElementSpan& span = spans[i];
     if (span.parent == 0) {
@@ -480,7 +451,7 @@ bool ScanSections(const std::string& bytes, const std::string& rel, const std::s
       Message message;
       message.name = span.name_attr;
       message.text = ContentText(text.substr(span.content_begin, span.content_end - span.content_begin));
-      message.line = lines.LineAt(span.content_begin);
+      message.line = span.line;
       message.passed_over = message.text.empty() || added == "msglint-fix";
       (*sections)[section_of[span.parent]].messages.push_back(std::move(message));
     }
