@@ -1,9 +1,11 @@
 // The validator check: text inputs without a check attribute.
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "pnl/xml.h"
 #include "support/scratch_dir.h"
 #include "testutils/run_context.h"
 #include "testutils/validator.h"
@@ -106,6 +108,54 @@ TEST_F(ValidatorTest, DescriptionWithoutSuchInputsPrintsOnlyTheHeader) {
 
 TEST_F(ValidatorTest, MissingFilesPrintOnlyTheHeader) {
   EXPECT_EQ(Run(), kHeader);
+}
+
+
+// The titles and labels read with the element scanner are those the queries
+// of the parsed document give, whatever the names and texts hold.
+TEST_F(ValidatorTest, ScannedTextsAreThoseOfTheQueries) {
+  Description(
+      "<metadata name=\"a&amp;b\" type=\"form\"><form>"
+      "<field name=\"t&#9;x\"><input type=\"text\"/></field>"
+      "<field name=\"it's\"><input type=\"text\"/></field>"
+      "<field name=\"dup\"><input type=\"text\"/></field>"
+      "<field><input type=\"text\"/></field>"
+      "<field name=\"n\nl\"><input type=\"text\"/></field></form></metadata>"
+      "<group><input type=\"text\" name=\"orphan\"/></group>");
+  const std::vector<std::string> files = {
+      "<pnldata><lang name=\"ru\"><messages name=\"a&amp;b\">"
+      "<msg name=\"title\">T &amp; &#1046;<![CDATA[<c>]]><!-- x --></msg>"
+      "<msg name=\"t&#9;x\">tab</msg><msg name=\"it's\">q</msg>"
+      "<msg name=\"dup\">first</msg><msg name=\"dup\">second</msg>"
+      "<msg name=\"n l\">nl\r\nline</msg><msg>noname</msg><msg name=\"\">empty</msg>"
+      "<msg name=\"x\"><b>in</b> b</msg></messages></lang>"
+      "<deep><messages name=\"a&amp;b\"><msg name=\"dup\">deep</msg></messages></deep>"
+      "<messages><msg name=\"title\">unnamed section</msg></messages>"
+      "<messages name=\"\"><msg name=\"title\">empty section</msg></messages></pnldata>",
+      "<!DOCTYPE pnldata [<!ENTITY e \"ent\">]><pnldata><messages name=\"a&amp;b\">"
+      "<msg name=\"title\">&e;</msg></messages></pnldata>",
+      "<pnldata><lang name=\"ru\"><messages name=\"a&amp;b\"><msg name=\"title\">",
+  };
+  for (const std::string& file : files) {
+    dir_.Write("etc/xml/sab_msg_ru.xml", file);
+    testing::internal::CaptureStderr();
+    const std::string fast = Run();
+    pnl_xml::SetLiteralEvaluation(true);
+    const std::string literal = Run();
+    pnl_xml::SetLiteralEvaluation(false);
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(fast, literal) << file;
+  }
+  // A name with an apostrophe makes no query, and so no label; an input
+  // without a name asks for a message named "" in its form's section.
+  dir_.Write("etc/xml/sab_msg_ru.xml", files[0]);
+  EXPECT_EQ(Run(), std::string(kHeader) +
+                       "a&b -> t\tx\t\t(T & \xd0\x96<c> -> tab)\n"
+                       "a&b -> it's\t\t(T & \xd0\x96<c> -> )\n"
+                       "a&b -> dup\t\t(T & \xd0\x96<c> -> first)\n"
+                       "a&b -> \t\t(T & \xd0\x96<c> -> empty)\n"
+                       "a&b -> n l\t\t(T & \xd0\x96<c> -> nl\nline)\n"
+                       " -> orphan\t\t(empty section -> )\n");
 }
 
 }  // namespace
