@@ -1,6 +1,8 @@
 #include "report/html_page.h"
 
+#include <algorithm>
 #include <map>
+#include <vector>
 
 #include "findings/json.h"
 #include "findings/kinds.h"
@@ -16,20 +18,48 @@ using findings::At;
 using findings::Num;
 using findings::Str;
 
-// Gives each distinct text one index, in the order first asked for; the
-// empty text is 0.
+// Gives each distinct text one index. The data is built twice: the first
+// time the table only counts how often each text is used, and then it gives
+// the most used texts the smallest indexes (ties in the order first used),
+// so that the numbers of the findings' rows are mostly one or two digits.
+// The empty text is always 0.
 class StringTable {
  public:
   StringTable() { Index(""); }
   int Index(const std::string& text) {
-    auto [it, added] = index_.emplace(text, static_cast<int>(texts_.size()));
-    if (added) texts_.push_back(text);
-    return it->second;
+    if (!frozen_) {
+      auto [it, added] = seen_.emplace(text, Use{static_cast<long>(seen_.size()), 0});
+      ++it->second.count;
+      return 0;
+    }
+    return final_.at(text);
+  }
+  // Ends the counting: from now on Index gives each text its final index.
+  void Freeze() {
+    std::vector<std::pair<const std::string*, Use>> order;
+    for (const auto& [text, use] : seen_) order.emplace_back(&text, use);
+    std::sort(order.begin(), order.end(), [](const auto& a, const auto& b) {
+      const bool a_empty = a.first->empty(), b_empty = b.first->empty();
+      if (a_empty != b_empty) return a_empty;
+      if (a.second.count != b.second.count) return a.second.count > b.second.count;
+      return a.second.first < b.second.first;
+    });
+    for (const auto& [text, use] : order) {
+      final_.emplace(*text, static_cast<int>(texts_.size()));
+      texts_.push_back(*text);
+    }
+    frozen_ = true;
   }
   const Json& texts() const { return texts_; }
 
  private:
-  std::map<std::string, int> index_;
+  struct Use {
+    long first;  // the order in which it was first used
+    long count;
+  };
+  bool frozen_ = false;
+  std::map<std::string, Use> seen_;
+  std::map<std::string, int> final_;
   Json texts_ = Json::array();
 };
 
@@ -46,25 +76,24 @@ Json FindingRow(const Json& f, int state, StringTable& s) {
   const Json& message = At(f, "message");
   const Json& location = At(f, "location");
   const Json& comparison = At(f, "comparison");
-  Json compared = 0;
-  if (comparison.is_object())
-    compared = Json::array({s.Index(Str(At(comparison, "reference_language"))),
-                            Str(At(comparison, "reference")), Str(At(comparison, "text")),
-                            Str(At(comparison, "difference"))});
-  return Json::array({state, s.Index(Str(At(f, "level"))), s.Index(Str(At(f, "kind"))),
+  Json row = Json::array({state, s.Index(Str(At(f, "level"))), s.Index(Str(At(f, "kind"))),
                       s.Index(Str(At(f, "object"))), s.Index(Str(At(element, "type"))),
                       s.Index(Str(At(element, "name"))), s.Index(Str(At(f, "language"))),
                       s.Index(Str(At(message, "name"))), s.Index(Str(At(message, "section"))),
                       s.Index(Str(At(message, "file"))), s.Index(Str(At(message, "add"))),
-                      s.Index(Str(At(location, "file"))), Num(At(location, "line")), ReportText(f),
-                      compared});
+                      s.Index(Str(At(location, "file"))), Num(At(location, "line")), ReportText(f)});
+  if (comparison.is_object())
+    row.push_back(Json::array({s.Index(Str(At(comparison, "reference_language"))),
+                               Str(At(comparison, "reference")), Str(At(comparison, "text")),
+                               Str(At(comparison, "difference"))}));
+  return row;
 }
 
 // One row of a finding of the baseline that the run no longer has.
 Json AbsentRow(const FindingIdentity& id, StringTable& s) {
   return Json::array({2, s.Index(findings::LevelOf(id.kind)), s.Index(id.kind), s.Index(id.object),
                       s.Index(id.element_type), s.Index(id.element), s.Index(id.language),
-                      s.Index(id.message), 0, 0, 0, 0, 0, "", 0});
+                      s.Index(id.message), 0, 0, 0, 0, 0, ""});
 }
 
 Json FindingRows(const Json& doc, const Comparison* baseline, StringTable& s) {
@@ -150,10 +179,8 @@ constexpr char kBody[] =
     "<div id=\"list\"><div id=\"spacer\"></div><div id=\"rows\"></div></div>\n"
     "<div id=\"detail\"></div>\n";
 
-}  // namespace
-
-Json PageData(const Json& doc, const Comparison* baseline) {
-  StringTable s;
+// The data of the page with the indexes that `s` gives.
+Json Data(const Json& doc, const Comparison* baseline, StringTable& s) {
   const std::string manager = Str(At(At(doc, "run"), "manager"));
   std::string command = "sbin/msglint " + manager;
   for (const Json& a : At(At(doc, "run"), "arguments")) command += " " + Str(a);
@@ -165,6 +192,16 @@ Json PageData(const Json& doc, const Comparison* baseline) {
   data["problems"] = ProblemLines(doc);
   data["help"] = HelpRows(doc, s);
   data["findings"] = FindingRows(doc, baseline, s);
+  return data;
+}
+
+}  // namespace
+
+Json PageData(const Json& doc, const Comparison* baseline) {
+  StringTable s;
+  Data(doc, baseline, s);
+  s.Freeze();
+  Json data = Data(doc, baseline, s);
   data["strings"] = s.texts();
   return data;
 }
@@ -173,15 +210,14 @@ std::string ScriptJson(const Json& data) {
   const std::string json = data.dump(-1, ' ', false, Json::error_handler_t::replace);
   std::string out;
   out.reserve(json.size() + json.size() / 64);
-  // These characters stand only inside strings in JSON text, where the
-  // escape reads as the character itself.
+  // Inside a script element only "</script" and "<!--" mean something,
+  // and both begin with '<'. It stands only inside strings in JSON text,
+  // where the escape reads as the character itself.
   for (char c : json) {
-    switch (c) {
-      case '<': out += "\\u003c"; break;
-      case '>': out += "\\u003e"; break;
-      case '&': out += "\\u0026"; break;
-      default: out += c;
-    }
+    if (c == '<')
+      out += "\\u003c";
+    else
+      out += c;
   }
   return out;
 }

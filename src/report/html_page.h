@@ -23,19 +23,20 @@ namespace report {
 //    "problems": ["input problem: ...", ...],
 //    "help": [[KIND, "help text"], ...],
 //    "findings": [[STATE, LEVEL, KIND, OBJECT, ELEMENT_TYPE, ELEMENT, LANG,
-//                  MESSAGE, SECTION, MESSAGE_FILE, ADD, FILE, line, "report",
-//                  0 or [REFERENCE_LANG, "reference", "text", "difference"]], ...]}
+//                  MESSAGE, SECTION, MESSAGE_FILE, ADD, FILE, line, "report"
+//                  (, [REFERENCE_LANG, "reference", "text", "difference"] for a
+//                  finding of the texts audit)], ...]}
 // Upper-case fields are indexes into "strings" (0, the empty string, for
-// what a finding lacks); STATE is 0 new, 1 unchanged, 2 fixed (0 for every
-// finding without a baseline). With a baseline the new findings come
+// what a finding lacks), the most used texts first; STATE is 0 new, 1
+// unchanged, 2 fixed (0 for every finding without a baseline). With a baseline the new findings come
 // first, then the unchanged ones, then the fixed ones; each group in report
 // order.
 Json PageData(const Json& doc, const Comparison* baseline = nullptr);
 
 // `data` as the text of a <script type="application/json"> element: JSON on
-// one line, with '<', '>' and '&' written as \u003c, \u003e and \u0026, so
-// that no text in it ends the element or opens a comment, and bytes that
-// are not UTF-8 replaced.
+// one line, with every '<' written as \u003c, so that no text in it ends
+// the element ("</script") or opens a comment ("<!--"), and bytes that are
+// not UTF-8 replaced.
 std::string ScriptJson(const Json& data);
 
 // The whole page: summary, filters and findings, with its style and script.

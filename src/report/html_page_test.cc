@@ -48,20 +48,22 @@ size_t Count(const std::string& text, const std::string& what) {
   return n;
 }
 
+// The texts used most have the smallest indexes: "en" and the message file
+// three times each, then those used twice, then the rest, each group in the
+// order first used.
 TEST(HtmlPageTest, DataBlockOfASmallRun) {
   EXPECT_EQ(
       "{\"manager\":\"m\",\"command\":\"sbin/msglint m -s en\",\"baseline\":false,"
       "\"statistics\":[[1,4,3,1,0,75.0,[]]],\"problems\":[],"
-      "\"help\":[[2,\"A form field has no hint_FIELD message in the form's section.\"],"
-      "[3,\"A message that nothing in its form or list uses.\"]],"
+      "\"help\":[[3,\"A form field has no hint_FIELD message in the form's section.\"],"
+      "[4,\"A message that nothing in its form or list uses.\"]],"
       "\"findings\":["
-      "[0,4,2,5,6,7,1,8,5,9,10,11,7,"
-      "\"There is no hint for field \\\"name\\\" from \\\"user.edit\\\" on en language.\",0],"
-      "[0,12,3,13,14,15,1,15,13,9,0,9,12,\"\\tx - column is not found. \\t\\t msgtext: X\",0]],"
-      "\"strings\":[\"\",\"en\",\"missing-hint\",\"unused-message\",\"error\",\"user.edit\",\"field\","
-      "\"name\",\"hint_name\",\"etc/xml/m_msg_en.xml\","
-      "\"\\u003cmsg name=\\\"hint_name\\\"\\u003e\\u003c/msg\\u003e\",\"etc/xml/m.xml\",\"note\","
-      "\"user\",\"message\",\"x\"]}",
+      "[0,8,3,5,9,10,1,11,5,2,12,13,7,"
+      "\"There is no hint for field \\\"name\\\" from \\\"user.edit\\\" on en language.\"],"
+      "[0,14,4,6,15,7,1,7,6,2,0,2,12,\"\\tx - column is not found. \\t\\t msgtext: X\"]],"
+      "\"strings\":[\"\",\"en\",\"etc/xml/m_msg_en.xml\",\"missing-hint\",\"unused-message\","
+      "\"user.edit\",\"user\",\"x\",\"error\",\"field\",\"name\",\"hint_name\","
+      "\"\\u003cmsg name=\\\"hint_name\\\">\\u003c/msg>\",\"etc/xml/m.xml\",\"note\",\"message\"]}",
       DataBlock(report::ToHtml(Doc())));
 }
 
@@ -79,9 +81,8 @@ TEST(HtmlPageTest, HostileNamesCannotBreakThePage) {
   // Only the page's own two script elements end, and nothing opens a comment.
   EXPECT_EQ(2u, Count(page, "</script>"));
   EXPECT_EQ(0u, Count(page, "<!--"));
-  EXPECT_EQ(std::string::npos, block.find_first_of("<>&\t\n"));
-  EXPECT_NE(std::string::npos,
-            block.find("\"a\\\"b\\u003c/script\\u003e\\u003c!--\\u0026amp;\\tc\\nd'e\\u003c/SCRIPT \\u003e\""));
+  EXPECT_EQ(std::string::npos, block.find_first_of("<\t\n"));
+  EXPECT_NE(std::string::npos, block.find("\"a\\\"b\\u003c/script>\\u003c!--&amp;\\tc\\nd'e\\u003c/SCRIPT >\""));
   // Read back, the data holds the names as they were.
   const Json data = Json::parse(block);
   EXPECT_EQ(hostile, data["manager"]);
@@ -138,9 +139,16 @@ TEST(HtmlPageTest, WithABaselineNewFindingsComeFirstThenUnchangedThenFixed) {
   EXPECT_EQ(1, rows[1][0]);
   EXPECT_EQ("unused-message", s[rows[1][2].get<int>()]);
   // The fixed finding: its identity, the level of its kind, nothing else.
-  EXPECT_EQ(Json::parse(R"([2,4,16,5,6,17,1,17,0,0,0,0,0,"",0])"), rows[2]);
-  EXPECT_EQ("missing-label", s[16]);
-  EXPECT_EQ("mail", s[17]);
+  auto text = [&](int field) { return s[rows[2][field].get<int>()].get<std::string>(); };
+  EXPECT_EQ(2, rows[2][0]);
+  EXPECT_EQ("error", text(1));
+  EXPECT_EQ("missing-label", text(2));
+  EXPECT_EQ("user.edit", text(3));
+  EXPECT_EQ("field", text(4));
+  EXPECT_EQ("mail", text(5));
+  EXPECT_EQ("en", text(6));
+  EXPECT_EQ("mail", text(7));
+  EXPECT_EQ(Json::parse(R"([0, 0, 0, 0, 0, ""])"), Json(rows[2].begin() + 8, rows[2].end()));
   EXPECT_EQ(false, report::PageData(Doc())["baseline"]);
 }
 
@@ -155,6 +163,7 @@ TEST(HtmlPageTest, TextsFindingCarriesBothTexts) {
   EXPECT_EQ(Json::parse(R"([1, "%s of <%d>", "%d из\n<%s>", "en has %s, %d; ru has %d, %s"])"),
             data["findings"][1][14]);
   EXPECT_EQ("", data["findings"][1][13]);
+  EXPECT_EQ(14u, data["findings"][0].size()) << "no comparison, no last field";
 }
 
 TEST(HtmlPageTest, InputProblemsAreLinesOfText) {

@@ -5,7 +5,12 @@
 // view are in the document, so the page stays light at any size.
 (function () {
   'use strict';
-  var data = JSON.parse(document.getElementById('findings-data').textContent);
+  var source = document.getElementById('findings-data');
+  var data = JSON.parse(source.textContent);
+  // Once read, the text is dropped: the document holds megabytes less, and
+  // whatever serialises the document (saving it complete, a headless
+  // browser's DOM dump) does not copy the data again.
+  source.textContent = '';
   var S = data.strings;
   var F = data.findings;
   // The fields of a finding's row.
@@ -163,7 +168,7 @@
         wrap.replaceChild(table('objects', head, objectRows(ranking, ranking.ranked.length)), wrap.firstChild);
         more.remove();
       };
-      summary.appendChild(more);
+      summary.appendChild(append(el('p'), [more]));
     }
   }
 
@@ -179,8 +184,10 @@
       data.problems.forEach(function (p) { list.appendChild(el('li', p, 'error')); });
       append(summary, [el('h2', 'Input problems'), list]);
     }
-    append(summary, [el('h2', 'Findings by level and kind')].concat(kindCounts()));
-    objectsSection(summary);
+    var kinds = append(el('div'), [el('h2', 'Findings by level and kind')].concat(kindCounts()));
+    var objects = el('div');
+    objectsSection(objects);
+    summary.appendChild(append(el('div', null, 'columns'), [kinds, objects]));
   }
 
   // --- The filters and the fragment --------------------------------------
