@@ -20,10 +20,10 @@
   var LEVELS = ['error', 'warning', 'note'];
   var KEYS = ['language', 'level', 'kind', 'object', 'search', 'baseline'];
   var ROW = 25;  // pixels of a row, its border included
-  var filters = {};
+  var filters = Object.create(null);
   var shown = [];
   var selected = -1;
-  var controls = {};
+  var controls = Object.create(null);
 
   function el(tag, text, cls) {
     var e = document.createElement(tag);
@@ -82,7 +82,7 @@
 
   function baselineCounts() {
     var order = data.statistics.map(function (l) { return S[l[0]]; });
-    var counts = {};
+    var counts = Object.create(null);
     F.forEach(function (f) {
       var lang = S[f[LANG]];
       if (!counts[lang]) { counts[lang] = [0, 0, 0]; if (order.indexOf(lang) < 0 && lang) order.push(lang); }
@@ -97,7 +97,7 @@
   }
 
   function kindCounts() {
-    var byLevel = {}, byKind = {}, kinds = [];
+    var byLevel = Object.create(null), byKind = Object.create(null), kinds = [];
     F.forEach(function (f) {
       if (f[STATE] === 2) return;
       var level = S[f[LEVEL]], kind = S[f[KIND]];
@@ -122,9 +122,9 @@
   // warnings and notes, with the coverage of each language.
   function objectRanking() {
     var languages = data.statistics.map(function (l) { return S[l[0]]; });
-    var objects = {}, names = [];
+    var objects = Object.create(null), names = [];
     function object(name) {
-      if (!objects[name]) { objects[name] = {name: name, counts: [0, 0, 0], cover: {}}; names.push(name); }
+      if (!objects[name]) { objects[name] = {name: name, counts: [0, 0, 0], cover: Object.create(null)}; names.push(name); }
       return objects[name];
     }
     data.statistics.forEach(function (l) {
@@ -193,7 +193,7 @@
   // --- The filters and the fragment --------------------------------------
 
   function readFragment() {
-    var values = {};
+    var values = Object.create(null);
     location.hash.replace(/^#/, '').split('&').forEach(function (part) {
       var eq = part.indexOf('=');
       if (eq <= 0) return;
@@ -227,7 +227,7 @@
   }
 
   function distinct(field) {
-    var seen = {}, values = [];
+    var seen = Object.create(null), values = [];
     F.forEach(function (f) { var v = S[f[field]]; if (v && !seen[v]) { seen[v] = true; values.push(v); } });
     return values;
   }
@@ -302,14 +302,14 @@
   // The <msg> lines that the shown findings of one language lack, each once,
   // grouped by message file and section in the order of their first finding.
   function copyText() {
-    var groups = [], byKey = {};
+    var groups = [], byKey = Object.create(null);
     shown.forEach(function (i) {
       var f = F[i];
       if (!f[ADD] || f[STATE] === 2) return;
       var key = S[f[MFILE]] + '\n' + S[f[SECTION]];
       var g = byKey[key];
       if (!g) {
-        g = byKey[key] = {head: '<!' + '-- ' + commentText(S[f[MFILE]] + ', section ' + S[f[SECTION]]) + ' --' + '>', lines: [], seen: {}};
+        g = byKey[key] = {head: '<!' + '-- ' + commentText(S[f[MFILE]] + ', section ' + S[f[SECTION]]) + ' --' + '>', lines: [], seen: Object.create(null)};
         groups.push(g);
       }
       var line = S[f[ADD]];

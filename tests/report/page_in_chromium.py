@@ -161,6 +161,47 @@ def copy_text(rows):
                      for (f, s), lines in groups.items())
 
 
+# Run after the page's own script: sets the level to error and types "mail"
+# in the search box as a reader would, then records the address's fragment.
+CHANGE_FILTERS = """<script>
+var level = document.querySelector('select[name=level]');
+level.value = 'error';
+level.dispatchEvent(new Event('change'));
+var search = document.querySelector('input[name=search]');
+search.value = 'mail';
+search.dispatchEvent(new Event('input'));
+var p = document.createElement('p');
+p.id = 'fragment';
+p.textContent = location.hash;
+document.body.appendChild(p);
+</script>
+"""
+
+# Names that would break a page that pasted them into its markup.
+HOSTILE = {"mailbox.edit": "mail</script><!--\"&'box\t1", "mailbox": "constructor"}
+
+
+def with_script(page, script, path):
+    """A copy of the page at `path` with `script` run after the page's own."""
+    with open(page, encoding="utf-8") as f:
+        text = f.read()
+    with open(path, "w", encoding="utf-8") as f:
+        f.write(text.replace("</body>", script + "</body>"))
+
+
+def hostile_copy(doc, path):
+    """The findings `doc` with the objects of HOSTILE renamed, written to `path`."""
+    doc = json.loads(json.dumps(doc))
+    for f in doc["findings"]:
+        f["object"] = HOSTILE.get(f["object"], f["object"])
+    for s in doc["statistics"]:
+        for o in s["objects"]:
+            o["object"] = HOSTILE.get(o["object"], o["object"])
+    with open(path, "w", encoding="utf-8") as f:
+        json.dump(doc, f)
+    return doc
+
+
 def main(argv):
     program, findings_path = argv[1], argv[2]
     with_baseline = argv[3:] == ["--baseline"]
@@ -211,6 +252,31 @@ def main(argv):
                    "<!-- etc/xml/mailpnl_msg_en.xml, section mailbox.edit -->\n"
                    "<msg name=\"hint_domain\"></msg>\n<msg name=\"note\"></msg>\n<msg name=\"antispam\"></msg>\n",
                    shown.text("copy-text"))
+            # A reader's change of the filters goes to the fragment.
+            changed = os.path.join(work, "changed.html")
+            with_script(page, CHANGE_FILTERS, changed)
+            shown_changed, _ = render(changed, "language=ru", work)
+            expect("fragment after a change", "#language=ru&level=error&search=mail",
+                   shown_changed.text("fragment"))
+            wanted_changed = selected(rows, {"language": "ru", "level": "error", "search": "mail"})
+            expect("count after a change", "%d of %d findings" % (len(wanted_changed), len(rows)),
+                   shown_changed.text("count"))
+            # Hostile object names stay text, and the fragment finds them.
+            hostile_doc = hostile_copy(doc, os.path.join(work, "hostile.json"))
+            hostile_page = os.path.join(work, "hostile.html")
+            with open(hostile_page, "w", encoding="utf-8") as out:
+                subprocess.run([program, "--format", "html", os.path.join(work, "hostile.json")],
+                               check=True, stdout=out)
+            hostile_rows = rows_of(hostile_doc)
+            for name in HOSTILE.values():
+                fragment = "object=" + urllib.parse.quote(name, safe="")
+                shown_hostile, _ = render(hostile_page, fragment, work)
+                wanted = selected(hostile_rows, {"object": name})
+                expect(fragment, "%d of %d findings" % (len(wanted), len(hostile_rows)),
+                       shown_hostile.text("count"))
+                expect(fragment + " objects", {name}, {r[2] for r in shown_hostile.rows})
+                expect(fragment + " ranked", True,
+                       any(r and r[0] == name for r in shown_hostile.tables.get("objects", [])))
             row = next((r for r in shown.rows if "etc/xml/mailpnl.xml:54" in r), None)
             expect("row of the empty hint", ["error", "empty-hint", "mailbox.edit", "field domain", "en",
                                              "etc/xml/mailpnl.xml:54", "<msg name=\"hint_domain\"></msg>",
