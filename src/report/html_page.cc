@@ -77,11 +77,12 @@ Json FindingRow(const Json& f, int state, StringTable& s) {
   const Json& location = At(f, "location");
   const Json& comparison = At(f, "comparison");
   Json row = Json::array({state, s.Index(Str(At(f, "level"))), s.Index(Str(At(f, "kind"))),
-                      s.Index(Str(At(f, "object"))), s.Index(Str(At(element, "type"))),
-                      s.Index(Str(At(element, "name"))), s.Index(Str(At(f, "language"))),
-                      s.Index(Str(At(message, "name"))), s.Index(Str(At(message, "section"))),
-                      s.Index(Str(At(message, "file"))), s.Index(Str(At(message, "add"))),
-                      s.Index(Str(At(location, "file"))), Num(At(location, "line")), ReportText(f)});
+                          s.Index(Str(At(f, "object"))), s.Index(Str(At(element, "type"))),
+                          s.Index(Str(At(element, "name"))), s.Index(Str(At(f, "language"))),
+                          s.Index(Str(At(message, "name"))), s.Index(Str(At(message, "section"))),
+                          s.Index(Str(At(message, "file"))), s.Index(Str(At(message, "add"))),
+                          s.Index(Str(At(location, "file"))), Num(At(location, "line")),
+                          ReportText(f)});
   if (comparison.is_object())
     row.push_back(Json::array({s.Index(Str(At(comparison, "reference_language"))),
                                Str(At(comparison, "reference")), Str(At(comparison, "text")),
@@ -105,7 +106,8 @@ Json FindingRows(const Json& doc, const Comparison* baseline, StringTable& s) {
   for (BaselineState wanted : {BaselineState::kNew, BaselineState::kUnchanged}) {
     size_t i = 0;
     for (const Json& f : At(doc, "findings"))
-      if (baseline->states[i++] == wanted) rows.push_back(FindingRow(f, wanted == BaselineState::kNew ? 0 : 1, s));
+      if (baseline->states[i++] == wanted)
+        rows.push_back(FindingRow(f, wanted == BaselineState::kNew ? 0 : 1, s));
   }
   for (const FindingIdentity& id : baseline->absent) rows.push_back(AbsentRow(id, s));
   return rows;
