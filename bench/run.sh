@@ -71,7 +71,7 @@ while [ $# -gt 0 ]; do
     --identity) identity=1; shift ;;
     --keep) keep=1; shift ;;
     --realistic) realistic=(--realistic); shift ;;
-    -h|--help) sed -n '2,48p' "$0"; exit 0 ;;
+    -h|--help) sed -n '2,50p' "$0"; exit 0 ;;
     *) sizes+=("$1"); shift ;;
   esac
 done

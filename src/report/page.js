@@ -386,7 +386,9 @@
       if ((data.baseline ? i - 1 : i) === 0) c.className = S[f[LEVEL]];
       row.appendChild(c);
     });
+    row.tabIndex = 0;
     row.onclick = function () { selected = index; drawDetail(); drawRows(); };
+    row.onkeydown = function (e) { if (e.key === 'Enter') row.onclick(); };
     return row;
   }
 
