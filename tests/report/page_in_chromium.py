@@ -170,6 +170,7 @@ level.dispatchEvent(new Event('change'));
 var search = document.querySelector('input[name=search]');
 search.value = 'mail';
 search.dispatchEvent(new Event('input'));
+document.querySelector('#rows .row').click();
 var p = document.createElement('p');
 p.id = 'fragment';
 p.textContent = location.hash;
@@ -261,6 +262,12 @@ def main(argv):
             wanted_changed = selected(rows, {"language": "ru", "level": "error", "search": "mail"})
             expect("count after a change", "%d of %d findings" % (len(wanted_changed), len(rows)),
                    shown_changed.text("count"))
+            # A click on the first row shows it whole, with the help of its kind.
+            first_finding = next(f for f in doc["findings"] if f["language"] == "ru" and f["level"] == "error"
+                                 and "mail" in ((f["object"] or "") + (f["element"] or {}).get("name", "")).lower())
+            expect("detail of the first row", True,
+                   shown_changed.text("detail").startswith("error " + first_finding["kind"] + ": ")
+                   and first_finding["report"].rstrip("\n") in shown_changed.text("detail"))
             # Hostile object names stay text, and the fragment finds them.
             hostile_doc = hostile_copy(doc, os.path.join(work, "hostile.json"))
             hostile_page = os.path.join(work, "hostile.html")
