@@ -224,6 +224,10 @@ def main(argv):
         with open(page, "w", encoding="utf-8") as out:
             subprocess.run(command + [findings_path], check=True, stdout=out)
         rows = rows_of(doc, "unchanged" if with_baseline else "new")
+        # The same findings give the same bytes.
+        again = subprocess.run(command + [findings_path], check=True, capture_output=True).stdout
+        with open(page, "rb") as f:
+            expect("the same bytes on a second run", True, f.read() == again)
         first, _ = render(page, "", work)
         expect("coverage", [["language", "coverage", "percent", "required", "present", "missing", "empty"],
                             ["en", "", "84.6%", "39", "33", "4", "2"],
@@ -253,6 +257,17 @@ def main(argv):
                    "<!-- etc/xml/mailpnl_msg_en.xml, section mailbox.edit -->\n"
                    "<msg name=\"hint_domain\"></msg>\n<msg name=\"note\"></msg>\n<msg name=\"antispam\"></msg>\n",
                    shown.text("copy-text"))
+            # The selection options choose what the page holds.
+            narrow = os.path.join(work, "narrow.html")
+            with open(narrow, "w", encoding="utf-8") as out:
+                subprocess.run([program, "--format", "html", "--language", "ru", "--min-level", "warning",
+                                findings_path], check=True, stdout=out)
+            shown_narrow, _ = render(narrow, "", work)
+            held = [r for r in rows if r["language"] == "ru" and r["level"] in ("error", "warning")]
+            expect("page of --language ru --min-level warning", "%d of %d findings" % (len(held), len(held)),
+                   shown_narrow.text("count"))
+            expect("its coverage", ["ru", "", "74.4%", "39", "29", "8", "2"],
+                   (shown_narrow.tables.get("coverage") or [[], []])[1:][0])
             # A reader's change of the filters goes to the fragment.
             changed = os.path.join(work, "changed.html")
             with_script(page, CHANGE_FILTERS, changed)
