@@ -35,6 +35,12 @@
 # empty), the pnlctl runs and the functions they asked for.
 # In full mode a last line per N gives the texts audit's share of the last
 # run (its time, from the module's log).
+# A third table is the findings page of each N (sbin/msglint-report
+# --format html of the last run): its bytes and the median time of three
+# renderings by headless Chromium (--dump-dom, from disk), with the ratio to
+# the time of the example installation's page (tests/report/data); the
+# targets: at most 8 MB at N = 1000, at most 3 times the example's time.
+# Without /usr/bin/chromium (tools/setup.sh --tests) the table is left out.
 # Every run stops the panels named kern (killall), so the script runs
 # itself in a private PID namespace. The installations are made under
 # $TMPDIR (default /tmp). A run removes and writes tens of thousands of
@@ -65,7 +71,7 @@ while [ $# -gt 0 ]; do
     --identity) identity=1; shift ;;
     --keep) keep=1; shift ;;
     --realistic) realistic=(--realistic); shift ;;
-    -h|--help) sed -n '2,42p' "$0"; exit 0 ;;
+    -h|--help) sed -n '2,50p' "$0"; exit 0 ;;
     *) sizes+=("$1"); shift ;;
   esac
 done
@@ -74,7 +80,7 @@ done
 build="$here/build"
 [ -d "$build" ] || cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build "$build" --target kern pnlctl msglint_launcher msglint_module nosleep \
-  parse_files literal_msglint >/dev/null
+  parse_files literal_msglint msglint_report >/dev/null
 nosleep="$build/tests/libnosleep.so"
 python=/usr/bin/python3
 
@@ -102,6 +108,37 @@ printf '|---|---|---|---|---|---|---|---|---|---|\n' >>"$table"
 figures="$(mktemp)"
 printf '| N | report lines | messages per language | mean length | unused | repeated | untranslated | pnlctl runs | functions |\n' >"$figures"
 printf '|---|---|---|---|---|---|---|---|---|\n' >>"$figures"
+
+# The median wall time of three renderings of the page at $1 by headless
+# Chromium, from disk, until its DOM is dumped.
+chromium=/usr/bin/chromium
+render_time() {
+  local r profile start end times=()
+  for r in 1 2 3; do
+    profile="$(mktemp -d)"
+    start="$(date +%s.%N)"
+    timeout 300 "$chromium" --headless --no-sandbox --disable-gpu --disable-quic --no-first-run \
+      --disable-background-networking --disable-component-update --disable-sync \
+      --user-data-dir="$profile" --dump-dom "file://$1" >/dev/null 2>&1 || true
+    end="$(date +%s.%N)"
+    rm -rf "$profile"
+    times+=("$(awk -v a="$start" -v b="$end" 'BEGIN { printf "%.2f", b - a }')")
+  done
+  printf '%s\n' "${times[@]}" | median
+}
+
+pages=""
+example_render=""
+if [ -x "$chromium" ]; then
+  pages="$(mktemp)"
+  example_page="$(mktemp --suffix=.html)"
+  "$build/src/report/msglint-report" --format html "$here/tests/report/data/example_findings.json" \
+    >"$example_page"
+  example_render="$(render_time "$example_page")"
+  rm -f "$example_page"
+  printf '| N | page | render | example page | ratio | targets |\n' >"$pages"
+  printf '|---|---|---|---|---|---|\n' >>"$pages"
+fi
 
 shares=()
 for n in "${sizes[@]}"; do
@@ -182,6 +219,19 @@ for n in "${sizes[@]}"; do
     "$ratio" "$growth" "$pnlctl_runs" $((module_kb / 1024)) $((panel_kb / 1024)) \
     "${targets#; }" >>"$table"
   printf '| %s | %s |\n' "$n" "$catalog" >>"$figures"
+  if [ -n "$pages" ]; then
+    sbin/msglint-report --format html >page.html
+    page_bytes="$(wc -c <page.html)"
+    page_render="$(render_time "$dir/page.html")"
+    page_ratio="$(awk -v a="$page_render" -v b="$example_render" 'BEGIN { printf "%.1f", (b > 0 ? a / b : 0) }')"
+    targets="render <= 3x example: $(awk -v r="$page_ratio" 'BEGIN { print (r <= 3 ? "met" : "NOT met") }')"
+    if [ "$n" = 1000 ]; then
+      targets="page <= 8 MB: $(awk -v b="$page_bytes" 'BEGIN { print (b <= 8e6 ? "met" : "NOT met") }'); $targets"
+    fi
+    printf '| %s | %.1f MB | %.2f s | %.2f s | %s× | %s |\n' "$n" \
+      "$(awk -v b="$page_bytes" 'BEGIN { print b / 1e6 }')" "$page_render" "$example_render" \
+      "$page_ratio" "$targets" >>"$pages"
+  fi
   echo "N=$n done: run ${run_time}s, status $status, report $(wc -l <report.txt) lines ($dir)" >&2
 
   stop_panels
@@ -194,6 +244,11 @@ done
 cat "$table"
 echo
 cat "$figures"
+if [ -n "$pages" ]; then
+  echo
+  cat "$pages"
+  rm -f "$pages"
+fi
 if [ ${#shares[@]} -gt 0 ]; then
   echo
   printf '%s\n' "${shares[@]}"

@@ -1,6 +1,6 @@
 // The outputs of sbin/msglint-report, made from a findings document (the
 // var/msglint/findings.json that a run of msglint writes): a SARIF 2.1.0
-// log, one self-contained HTML page, and the check that CI runs.
+// log and the check that CI runs (the HTML page is html_page.h's).
 #ifndef REPORT_REPORT_H_
 #define REPORT_REPORT_H_
 
@@ -59,11 +59,6 @@ struct SarifLeftOut {
 // `messages`, the messages of a repeated text have their lines.
 Json ToSarif(const Json& doc, const Comparison* baseline = nullptr, const SarifLimits& limits = {},
              SarifLeftOut* left_out = nullptr, MessageLines* messages = nullptr);
-
-// The HTML page of the findings. With a comparison with a baseline, the page
-// counts the new, unchanged and absent findings of each language and shows
-// the new findings first, then the unchanged ones, then the absent ones.
-std::string ToHtml(const Json& doc, const Comparison* baseline = nullptr);
 
 // The rank of a level: note 1, warning 2, error 3; 0 for anything else.
 int LevelRank(const std::string& level);

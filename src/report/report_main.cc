@@ -9,6 +9,7 @@
 #include "findings/reader.h"
 #include "pnl/file.h"
 #include "report/baseline.h"
+#include "report/html_page.h"
 #include "report/report.h"
 #include "report/selection.h"
 #include "version/version.h"

@@ -111,17 +111,8 @@ TEST(ReportTest, SarifHasOneRulePerKindAndFingerprintsWithoutLines) {
             report::ToSarif(moved)["runs"][0]["results"][0]["partialFingerprints"]);
 }
 
-TEST(ReportTest, HtmlShowsCoverageLocationsAndWhatToAdd) {
-  const std::string html = report::ToHtml(Doc());
-  EXPECT_NE(std::string::npos, html.find("75.0%"));
-  EXPECT_NE(std::string::npos, html.find("etc/xml/m.xml:7"));
-  EXPECT_NE(std::string::npos, html.find("&lt;msg name=&quot;hint_name&quot;&gt;&lt;/msg&gt;"));
-  EXPECT_EQ(std::string::npos, html.find("http://"));
-  EXPECT_EQ(std::string::npos, html.find("<script"));
-}
-
 // A finding of the texts audit in section user.edit of Russian: it
-// printed nothing, and the page, the SARIF log and the check tell it by
+// printed nothing, and the SARIF log and the check tell it by
 // what differs and by its two texts.
 Json TextsFinding(int id, const std::string& kind, const std::string& level,
                   const std::string& name, int line, const std::string& reference,
@@ -166,11 +157,6 @@ TEST(ReportTest, TextsFindingsTellWhatDiffersAndBothTexts) {
   EXPECT_FALSE(result.contains("relatedLocations"));
   EXPECT_EQ("placeholder-mismatch|m|user.edit||hint_name|ru|1",
             result["partialFingerprints"]["msglintFinding/v2"]);
-
-  const std::string html = report::ToHtml(TextsDoc());
-  EXPECT_NE(std::string::npos,
-            html.find("en has %s, %d; ru has %d, %s<br>en: <code>%s of &lt;%d&gt;</code>"
-                      "<br>ru: <code>%d из<br>&lt;%s&gt;</code>"));
 
   std::string out;
   EXPECT_FALSE(report::Check(TextsDoc(), "error", out));
@@ -272,28 +258,6 @@ TEST(ReportTest, CheckWithBaselineCountsFindingsOfNoLanguageAndOtherLanguages) {
             "baseline (no language): 1 new, 0 unchanged, 0 fixed\n"
             "1 new findings at or above error\n",
             out);
-}
-
-TEST(ReportTest, HtmlWithBaselineShowsNewFindingsFirstAndCountsPerLanguage) {
-  const report::Comparison comparison = Compared();
-  const std::string html = report::ToHtml(Doc(), &comparison);
-  EXPECT_NE(std::string::npos,
-            html.find("<table id=\"baseline\">\n<tr><th>language</th><th>new</th><th>unchanged</th>"
-                      "<th>fixed</th></tr>\n<tr><td>en</td><td>1</td><td>1</td><td>1</td></tr>\n</table>\n"));
-  const size_t fresh = html.find("<h2 id=\"new\">New findings</h2>");
-  const size_t hint = html.find("hint_name&quot;&gt;");
-  const size_t unchanged = html.find("<h2 id=\"unchanged\">Unchanged findings</h2>");
-  const size_t unused = html.find("x - column is not found.");
-  const size_t absent = html.find("<h2 id=\"absent\">Fixed since the baseline</h2>");
-  const size_t label = html.find("<tr><td>missing-label</td><td>user.edit</td><td>field mail</td>"
-                                 "<td>mail</td><td>en</td></tr>");
-  EXPECT_LT(fresh, hint);
-  EXPECT_LT(hint, unchanged);
-  EXPECT_LT(unchanged, unused);
-  EXPECT_LT(unused, absent);
-  EXPECT_LT(absent, label);
-  EXPECT_NE(std::string::npos, label);
-  EXPECT_EQ(std::string::npos, report::ToHtml(Doc()).find("baseline"));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 """msglint-report on a generated manager of 2000 objects in four languages
-(about 56,000 findings): the SARIF log that a code-scanning service takes
-and the selection options, each compared with what the findings file says.
+(about 56,000 findings): the SARIF log that a code-scanning service takes,
+the selection options and the findings page rendered in Chromium, each
+compared with what the findings file says.
 
 usage: scale_test.py PREFIX NOSLEEP SOURCE_DIR SCHEMA_JSON
 """
@@ -14,6 +15,7 @@ import unittest
 import jsonschema
 
 from big_install import BigInstall
+import page_in_chromium
 
 RANK = {"error": 3, "warning": 2, "note": 1}
 
@@ -170,6 +172,42 @@ class ScaleTest(unittest.TestCase):
             if len(kinds) > 5:
                 line += " and %d more kinds" % (len(kinds) - 5)
             self.assertIn("\n" + line + "\n", out)
+
+    def test_page_counts_and_copy_text_at_each_fragment(self):
+        status, out, err = self.big.report("--format", "html")
+        self.assertEqual(0, status, err)
+        self.assertEqual("", err)
+        page = os.path.join(self.big.dir, "page.html")
+        with open(page, "w", encoding="utf-8") as f:
+            f.write(out)
+        self.assertLessEqual(len(out.encode()), 16 * 1000 * 1000, "twice the 8 MB of N = 1000")
+        rows = page_in_chromium.rows_of(self.big.findings)
+        total = len(rows)
+        errors = [f for f in self.findings() if f["level"] == "error" and f["object"]]
+        some_object = errors[len(errors) // 2]["object"]
+        fragments = ["", "language=ru", "language=ru&level=error", "object=" + some_object,
+                     "language=de&object=" + some_object, "search=" + some_object[:4]]
+        for fragment in fragments:
+            with self.subTest(fragment=fragment):
+                shown, _ = page_in_chromium.render(page, fragment, self.big.dir)
+                wanted = page_in_chromium.selected(rows, page_in_chromium.parse_fragment(fragment))
+                self.assertTrue(wanted)
+                self.assertEqual("%d of %d findings" % (len(wanted), total), shown.text("count"))
+                self.assertGreaterEqual(len(shown.rows), min(len(wanted), 20))
+                self.assertLessEqual(len(shown.rows), 60, "only the rows in view are drawn")
+        # The messages one object lacks in German: one section, each line once.
+        fragment = "language=de&object=" + some_object
+        shown, _ = page_in_chromium.render(page, fragment, self.big.dir)
+        lines = []
+        for f in self.findings():
+            m = f["message"]
+            if f["language"] == "de" and f["object"] == some_object and m and m["add"] \
+                    and m["add"] not in lines:
+                self.assertEqual(some_object, m["section"])
+                lines.append(m["add"])
+        self.assertTrue(lines)
+        self.assertEqual("<!-- etc/xml/big_msg_de.xml, section %s -->\n%s\n" % (some_object, "\n".join(lines)),
+                         shown.text("copy-text"))
 
     def test_bad_values_are_usage_errors(self):
         cases = [
