@@ -9,7 +9,8 @@
 #    (the SARIF schema), chromium (the HTML page), clang with its libFuzzer
 #    and sanitizer runtimes (the fuzz targets), dpkg-dev (dpkg-shlibdeps, for
 #    the package), lintian and man-db (the package's checks), gettext
-#    (msgfmt, which checks the fixer's PO files).
+#    (msgfmt, which checks the fixer's PO files) and libxml2-utils (xmllint,
+#    which checks the message files that it writes).
 # Packages are installed without their recommended packages. Does nothing
 # when all are there.
 #
@@ -38,7 +39,7 @@ done
 packages=(g++ cmake ninja-build pkg-config libxml2-dev nlohmann-json3-dev libgettextpo-dev psmisc)
 if [ "$tests" = 1 ]; then
   packages+=(libgtest-dev libgmock-dev python3-jsonschema chromium clang libclang-rt-14-dev
-    dpkg-dev lintian man-db gettext)
+    dpkg-dev lintian man-db gettext libxml2-utils)
 fi
 
 if [ "$list" = 1 ]; then

@@ -25,7 +25,8 @@ libclang-rt-14-dev
 dpkg-dev
 lintian
 man-db
-gettext'
+gettext
+libxml2-utils'
 
 ok=1
 check() {  # WHAT EXPECTED ARGS...
