@@ -160,6 +160,104 @@ bool ParseFixArguments(const std::vector<std::string>& args,
   return true;
 }
 
+namespace {
+
+// The translators' round trip, once the findings file (`text`) is known to
+// be a run of the manager.
+int RoundTrip(const FixOptions& options, const std::string& text, std::ostream& out,
+              std::ostream& err) {
+  const std::string& lang = options.languages[0];
+  findings::Document doc;
+  findings::Read(text, &doc);
+  if (std::find(doc.languages.begin(), doc.languages.end(), lang) == doc.languages.end()) {
+    err << "msglint-fix: the last run did not audit language " << lang
+        << "; run sbin/msglint " << options.manager << " with it first" << std::endl;
+    return kUnusable;
+  }
+  if (!options.export_path.empty())
+    return RunExport(doc, options.manager, lang, options.source, options.export_path, out, err);
+  return RunImport(doc, options, out, err);
+}
+
+// Adds the missing messages of `lang`; a FixStatus.
+int FixLanguage(const FixOptions& options, const Findings& findings, const std::string& lang,
+                const std::optional<MessageTexts>& from, std::ostream& out,
+                std::ostream& err) {
+  const std::string prefix = "msglint-fix: ";
+  const std::string path = MessageFile(options.manager, lang);
+  if (std::find(findings.languages.begin(), findings.languages.end(), lang) ==
+      findings.languages.end()) {
+    err << prefix << "the last run did not audit language " << lang
+        << "; nothing to add to " << path << std::endl;
+    return kFixed;
+  }
+  std::vector<const MissingMessage*> wanted;
+  std::size_t doubtful = 0;
+  for (const MissingMessage& m : findings.missing) {
+    if (m.language != lang || m.manager != options.manager) continue;
+    if (m.input_problem || m.file != path) {
+      ++doubtful;
+      continue;
+    }
+    wanted.push_back(&m);
+  }
+  if (doubtful > 0)
+    err << prefix << "left alone: " << Plural(doubtful, "finding")
+        << " of language " << lang
+        << " that an input problem may have caused" << std::endl;
+
+  std::string before;
+  std::string error;
+  if (!pnl_file::ReadFile(path, before)) {
+    err << prefix << path << ": cannot be read" << std::endl;
+    return kFileRefused;
+  }
+  MsgFileEditor editor;
+  if (!editor.Load(before, path, &error)) {
+    err << prefix << error << "; the file is left as it was" << std::endl;
+    return kFileRefused;
+  }
+  std::size_t added = 0;
+  std::size_t need_text = 0;
+  for (const MissingMessage* m : wanted) {
+    NewMessage message;
+    message.name = m->name;
+    message.attributes.emplace_back(kAddedAttribute, kAddedValue);
+    if (options.use_text) {
+      message.text = options.text;
+    } else {
+      if (from) {
+        std::optional<FoundMessage> found = from->Find(m->section, m->name);
+        if (found) message.text = found->text;
+      }
+      message.attributes.emplace_back(kTodoAttribute, kTodoValue);
+    }
+    if (!editor.Add(lang, m->section, message)) continue;
+    ++added;
+    if (message.text.empty() && NeedsText(m->kind)) ++need_text;
+  }
+  std::string after = editor.Result();
+
+  if (options.dry_run) {
+    if (after != before && !ShowDiff(path, before, after, out, err)) return kFileRefused;
+    return kFixed;
+  }
+  if (after == before) {
+    out << path << ": nothing to add" << std::endl;
+    return kFixed;
+  }
+  if (!WriteFile(path, before, after, options.backup, err)) return kFileRefused;
+  out << path << ": " << Plural(added, "message") << " added";
+  if (need_text > 0)
+    out << ", " << need_text << " of them still reported until "
+        << (need_text == 1 ? "its" : "their") << " text is written";
+  if (options.backup) out << "; the file as it was is " << path << ".orig";
+  out << std::endl;
+  return kFixed;
+}
+
+}  // namespace
+
 int RunFix(const FixOptions& options, std::ostream& out, std::ostream& err) {
   const std::string prefix = "msglint-fix: ";
   const std::string findings_path = findings::FindingsFile();
@@ -167,115 +265,28 @@ int RunFix(const FixOptions& options, std::ostream& out, std::ostream& err) {
   if (!pnl_file::ReadFile(findings_path, text)) {
     err << prefix << findings_path << ": cannot be read; run sbin/msglint "
         << options.manager << " first" << std::endl;
-    return 2;
+    return kUnusable;
   }
   Findings findings;
   std::string error;
   if (!ReadFindings(text, &findings, &error)) {
     err << prefix << findings_path << ": " << error << std::endl;
-    return 2;
+    return kUnusable;
   }
   if (findings.manager != options.manager) {
     err << prefix << findings_path << " holds the findings of manager '"
         << findings.manager << "', not '" << options.manager
         << "'; run sbin/msglint " << options.manager << " first" << std::endl;
-    return 2;
+    return kUnusable;
   }
-
-  if (!options.export_path.empty() || !options.import_path.empty()) {
-    const std::string& lang = options.languages[0];
-    findings::Document doc;
-    findings::Read(text, &doc);
-    if (std::find(doc.languages.begin(), doc.languages.end(), lang) == doc.languages.end()) {
-      err << prefix << "the last run did not audit language " << lang << "; run sbin/msglint "
-          << options.manager << " with it first" << std::endl;
-      return kUnusable;
-    }
-    if (!options.export_path.empty())
-      return RunExport(doc, options.manager, lang, options.source, options.export_path, out, err);
-    return RunImport(doc, options, out, err);
-  }
+  if (!options.export_path.empty() || !options.import_path.empty())
+    return RoundTrip(options, text, out, err);
 
   std::optional<MessageTexts> from;
   if (!options.from.empty()) from.emplace(options.manager, options.from, true);
-
-  int status = 0;
-  for (const std::string& lang : options.languages) {
-    const std::string path = MessageFile(options.manager, lang);
-    if (std::find(findings.languages.begin(), findings.languages.end(), lang) ==
-        findings.languages.end()) {
-      err << prefix << "the last run did not audit language " << lang
-          << "; nothing to add to " << path << std::endl;
-      continue;
-    }
-    std::vector<const MissingMessage*> wanted;
-    std::size_t doubtful = 0;
-    for (const MissingMessage& m : findings.missing) {
-      if (m.language != lang || m.manager != options.manager) continue;
-      if (m.input_problem || m.file != path) {
-        ++doubtful;
-        continue;
-      }
-      wanted.push_back(&m);
-    }
-    if (doubtful > 0)
-      err << prefix << "left alone: " << Plural(doubtful, "finding")
-          << " of language " << lang
-          << " that an input problem may have caused" << std::endl;
-
-    std::string before;
-    if (!pnl_file::ReadFile(path, before)) {
-      err << prefix << path << ": cannot be read" << std::endl;
-      status = 1;
-      continue;
-    }
-    MsgFileEditor editor;
-    if (!editor.Load(before, path, &error)) {
-      err << prefix << error << "; the file is left as it was" << std::endl;
-      status = 1;
-      continue;
-    }
-    std::size_t added = 0;
-    std::size_t need_text = 0;
-    for (const MissingMessage* m : wanted) {
-      NewMessage message;
-      message.name = m->name;
-      message.attributes.emplace_back(kAddedAttribute, kAddedValue);
-      if (options.use_text) {
-        message.text = options.text;
-      } else {
-        if (from) {
-          std::optional<FoundMessage> found = from->Find(m->section, m->name);
-          if (found) message.text = found->text;
-        }
-        message.attributes.emplace_back(kTodoAttribute, kTodoValue);
-      }
-      if (!editor.Add(lang, m->section, message)) continue;
-      ++added;
-      if (message.text.empty() && NeedsText(m->kind)) ++need_text;
-    }
-    std::string after = editor.Result();
-
-    if (options.dry_run) {
-      if (after != before && !ShowDiff(path, before, after, out, err)) status = 1;
-      continue;
-    }
-    if (after == before) {
-      out << path << ": nothing to add" << std::endl;
-      continue;
-    }
-    if (!WriteFile(path, before, after, options.backup, err)) {
-      status = 1;
-      continue;
-    }
-    std::string backup = path + ".orig";
-    out << path << ": " << Plural(added, "message") << " added";
-    if (need_text > 0)
-      out << ", " << need_text << " of them still reported until "
-          << (need_text == 1 ? "its" : "their") << " text is written";
-    if (options.backup) out << "; the file as it was is " << backup;
-    out << std::endl;
-  }
+  int status = kFixed;
+  for (const std::string& lang : options.languages)
+    if (FixLanguage(options, findings, lang, from, out, err) != kFixed) status = kFileRefused;
   return status;
 }
 

@@ -54,6 +54,21 @@ bool HeaderFits(const PoContents& po, const std::string& po_path,
   return false;
 }
 
+// Whether the header says that the texts are UTF-8, as the message files
+// are; else says so on `err`.
+bool IsUtf8(const PoContents& po, const std::string& po_path, std::ostream& err) {
+  std::string type = HeaderField(po.header, "Content-Type");
+  std::string lower;
+  for (char c : type) lower += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+  std::size_t at = lower.find("charset=");
+  std::string charset = at == std::string::npos ? "" : lower.substr(at + 8);
+  if (charset == "utf-8" || charset == "utf8") return true;
+  err << kPrefix << po_path << ": the header's Content-Type gives the charset '"
+      << (at == std::string::npos ? "" : type.substr(at + 8))
+      << "', not UTF-8; nothing imported" << std::endl;
+  return false;
+}
+
 // Queues the text of one entry in `editor`; counts what became of it.
 void ImportEntry(const PoEntry& e, const std::vector<NeededMessage>& needed,
                  const MessageTexts& own, const FixOptions& options,
@@ -117,6 +132,7 @@ int RunImport(const findings::Document& doc, const FixOptions& options,
     return kMalformedPo;
   }
   if (!HeaderFits(po, options.import_path, manager, lang, err)) return kForeignPo;
+  if (!IsUtf8(po, options.import_path, err)) return kMalformedPo;
 
   std::string before;
   if (!pnl_file::ReadFile(path, before)) {

@@ -211,6 +211,14 @@ TEST(PoImportTest, AMalformedPoFileIsNamedWithItsLineAndChangesNothing) {
   EXPECT_EQ(4, run.status);
   EXPECT_EQ("msglint-fix: bad.po:11: end-of-line within string; nothing imported\n", run.err);
   EXPECT_EQ("", run.out);
+  shop.dir().Write("latin1.po", "msgid \"\"\nmsgstr \"\"\n\"Language: ru\\n\"\n"
+                                "\"Content-Type: text/plain; charset=ISO-8859-1\\n\"\n"
+                                "\"X-Msglint-Manager: shop\\n\"\n");
+  run = RunProgram({MSGLINT_FIX_PROGRAM, "shop", "ru", "--import", "latin1.po"}, options);
+  EXPECT_EQ(4, run.status);
+  EXPECT_EQ("msglint-fix: latin1.po: the header's Content-Type gives the charset "
+            "'ISO-8859-1', not UTF-8; nothing imported\n",
+            run.err);
   run = RunProgram({MSGLINT_FIX_PROGRAM, "shop", "ru", "--import", "none.po"}, options);
   EXPECT_EQ(4, run.status);
   EXPECT_EQ("msglint-fix: none.po: cannot be read: No such file or directory; nothing imported\n",
