@@ -13,25 +13,6 @@ const char kTodoValue[] = "translate";
 
 }  // namespace
 
-MessageTexts::MessageTexts(const std::string& manager, const std::string& lang,
-                           bool with_base)
-    : lang_(lang) {
-  std::vector<std::string> sources;
-  if (with_base) sources.push_back("kern");
-  if (!with_base || manager != "kern") sources.push_back(manager);
-  for (const std::string& m : sources) {
-    std::string path = findings::MessageFile(m, lang);
-    std::string bytes;
-    if (!pnl_file::Exists(path) || !pnl_file::ReadFile(path, bytes)) continue;
-    docs_.emplace_back();
-    if (!docs_.back().LoadQuietly(bytes, path)) {
-      docs_.pop_back();
-      continue;
-    }
-    files_.push_back(path);
-  }
-}
-
 template <typename Visit>
 void MessageTexts::Each(Visit visit) const {
   for (std::size_t d = 0; d < docs_.size(); ++d) {
@@ -53,15 +34,34 @@ void MessageTexts::Each(Visit visit) const {
   }
 }
 
+MessageTexts::MessageTexts(const std::string& manager, const std::string& lang,
+                           bool with_base)
+    : lang_(lang) {
+  std::vector<std::string> sources;
+  if (with_base) sources.push_back("kern");
+  if (!with_base || manager != "kern") sources.push_back(manager);
+  for (const std::string& m : sources) {
+    std::string path = findings::MessageFile(m, lang);
+    std::string bytes;
+    if (!pnl_file::Exists(path) || !pnl_file::ReadFile(path, bytes)) continue;
+    docs_.emplace_back();
+    if (!docs_.back().LoadQuietly(bytes, path)) {
+      docs_.pop_back();
+      continue;
+    }
+    files_.push_back(path);
+  }
+  Each([this](const FoundMessage& m) {
+    first_.emplace(std::make_pair(m.section, m.name), m);
+    return false;
+  });
+}
+
 std::optional<FoundMessage> MessageTexts::Find(const std::string& section,
                                                const std::string& name) const {
-  std::optional<FoundMessage> result;
-  Each([&](const FoundMessage& m) {
-    if (m.section != section || m.name != name) return false;
-    result = m;
-    return true;
-  });
-  return result;
+  auto found = first_.find(std::make_pair(section, name));
+  if (found == first_.end()) return std::nullopt;
+  return found->second;
 }
 
 std::vector<FoundMessage> MessageTexts::ToTranslate() const {

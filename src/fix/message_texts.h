@@ -6,8 +6,10 @@
 #ifndef FIX_MESSAGE_TEXTS_H_
 #define FIX_MESSAGE_TEXTS_H_
 
+#include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "pnl/xml.h"
@@ -44,6 +46,9 @@ class MessageTexts {
   std::string lang_;
   std::vector<std::string> files_;
   std::vector<pnl_xml::Xml> docs_;
+  // The first message of each section and name, found at once however
+  // many messages are looked up.
+  std::map<std::pair<std::string, std::string>, FoundMessage> first_;
 };
 
 }  // namespace fix

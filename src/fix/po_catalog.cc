@@ -1,6 +1,7 @@
 #include "fix/po_catalog.h"
 
 #include <algorithm>
+#include <map>
 
 #include "findings/paths.h"
 
@@ -33,14 +34,22 @@ std::string Replace(std::string text, const std::string& what, const std::string
   return text;
 }
 
-// The record of `name` in section `section`, added at the end when new.
-NeededMessage& Slot(std::vector<NeededMessage>& list, const std::string& section,
-                    const std::string& name) {
-  for (NeededMessage& m : list)
-    if (m.section == section && m.name == name) return m;
-  list.push_back(NeededMessage{section, name, {}, {}, false});
-  return list.back();
-}
+// The records of the messages in their order, with an index by section
+// and name.
+class Needed {
+ public:
+  // The record of `name` in section `section`, added at the end when new.
+  NeededMessage& Slot(const std::string& section, const std::string& name) {
+    auto [at, added] = index_.emplace(std::make_pair(section, name), list_.size());
+    if (added) list_.push_back(NeededMessage{section, name, {}, {}, false});
+    return list_[at->second];
+  }
+  std::vector<NeededMessage>& list() { return list_; }
+
+ private:
+  std::vector<NeededMessage> list_;
+  std::map<std::pair<std::string, std::string>, std::size_t> index_;
+};
 
 template <typename T>
 void AddOnce(std::vector<T>& list, const T& item) {
@@ -71,36 +80,38 @@ std::vector<NeededMessage> NeededMessages(const findings::Document& doc,
                                           std::size_t* doubtful) {
   *doubtful = 0;
   const std::string file = findings::MessageFile(manager, lang);
-  std::vector<NeededMessage> needed;
+  Needed needed;
+  // The findings of every language by message, for what the messages
+  // marked todo are for.
+  std::map<std::pair<std::string, std::string>, std::vector<const findings::Entry*>> by_message;
   for (const findings::Entry& f : doc.findings) {
-    if (f.language != lang || f.manager != manager || !IsMissingOrEmpty(f)) continue;
+    if (f.manager != manager || !IsMissingOrEmpty(f)) continue;
+    by_message[std::make_pair(f.section, f.message)].push_back(&f);
+    if (f.language != lang) continue;
     if (f.input_problem || f.message_file != file) {
       ++*doubtful;
       continue;
     }
-    NeededMessage& m = Slot(needed, f.section, f.message);
+    NeededMessage& m = needed.Slot(f.section, f.message);
     AddOnce(m.purposes, PurposeOf(f));
     if (!f.file.empty() && f.line > 0)
       AddOnce(m.places, std::make_pair(f.file, static_cast<std::size_t>(f.line)));
   }
   for (const FoundMessage& t : texts.ToTranslate()) {
-    NeededMessage& m = Slot(needed, t.section, t.name);
+    NeededMessage& m = needed.Slot(t.section, t.name);
     if (!m.purposes.empty()) continue;
     // What the other languages' findings say the message is for.
-    for (const findings::Entry& f : doc.findings) {
-      if (f.manager != manager || !IsMissingOrEmpty(f) || f.section != t.section ||
-          f.message != t.name)
-        continue;
-      AddOnce(m.purposes, PurposeOf(f));
-      if (!f.file.empty() && f.line > 0)
-        AddOnce(m.places, std::make_pair(f.file, static_cast<std::size_t>(f.line)));
+    for (const findings::Entry* f : by_message[std::make_pair(t.section, t.name)]) {
+      AddOnce(m.purposes, PurposeOf(*f));
+      if (!f->file.empty() && f->line > 0)
+        AddOnce(m.places, std::make_pair(f->file, static_cast<std::size_t>(f->line)));
     }
     if (m.purposes.empty())
       m.purposes.push_back("message \"" + t.name + "\" of section \"" + t.section + "\"");
     AddOnce(m.places, std::make_pair(t.file, static_cast<std::size_t>(t.line)));
   }
-  for (NeededMessage& m : needed) m.in_file = texts.Find(m.section, m.name).has_value();
-  return needed;
+  for (NeededMessage& m : needed.list()) m.in_file = texts.Find(m.section, m.name).has_value();
+  return needed.list();
 }
 
 }  // namespace fix

@@ -1,6 +1,7 @@
 #include "fix/po_import.h"
 
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "findings/paths.h"
@@ -70,7 +71,7 @@ bool IsUtf8(const PoContents& po, const std::string& po_path, std::ostream& err)
 }
 
 // Queues the text of one entry in `editor`; counts what became of it.
-void ImportEntry(const PoEntry& e, const std::vector<NeededMessage>& needed,
+void ImportEntry(const PoEntry& e, const std::set<std::pair<std::string, std::string>>& needed,
                  const MessageTexts& own, const FixOptions& options,
                  MsgFileEditor* editor, Tally* tally, std::ostream& err) {
   const std::string& lang = options.languages[0];
@@ -86,11 +87,8 @@ void ImportEntry(const PoEntry& e, const std::vector<NeededMessage>& needed,
   std::size_t slash = e.context.rfind('/');
   std::string section = slash == std::string::npos ? "" : e.context.substr(0, slash);
   std::string name = slash == std::string::npos ? "" : e.context.substr(slash + 1);
-  const NeededMessage* wanted = nullptr;
-  for (const NeededMessage& m : needed)
-    if (m.section == section && m.name == name) wanted = &m;
   std::optional<FoundMessage> current = own.Find(section, name);
-  if (wanted == nullptr) {
+  if (needed.count(std::make_pair(section, name)) == 0) {
     if (current && current->text == e.msgstr) {
       ++tally->unchanged;
       return;
@@ -146,7 +144,9 @@ int RunImport(const findings::Document& doc, const FixOptions& options,
   }
   MessageTexts own(manager, lang, false);
   std::size_t doubtful = 0;
-  std::vector<NeededMessage> needed = NeededMessages(doc, manager, lang, own, &doubtful);
+  std::set<std::pair<std::string, std::string>> needed;
+  for (const NeededMessage& m : NeededMessages(doc, manager, lang, own, &doubtful))
+    needed.emplace(m.section, m.name);
   Tally tally;
   for (const PoEntry& e : po.entries)
     ImportEntry(e, needed, own, options, &editor, &tally, err);
