@@ -69,4 +69,30 @@ TEST(PoCatalogTest, FindingsOfTheLanguageInReportOrderThenMessagesToTranslate) {
   EXPECT_EQ(4u, needed.size());
 }
 
+TEST(PoCatalogTest, AMessageMarkedTodoIsForWhatAnotherLanguagesFindingSays) {
+  po_testdata::Shop shop;
+  findings::Document doc;
+  ASSERT_EQ(findings::Fault::kNone, findings::Read(po_testdata::kFindings, &doc));
+  fix::MessageTexts ru("shop", "ru", false);
+  std::size_t doubtful = 0;
+  std::vector<fix::NeededMessage> needed = fix::NeededMessages(doc, "shop", "ru", ru, &doubtful);
+  ASSERT_EQ(5u, needed.size());
+  EXPECT_EQ((std::vector<std::string>{"message \"menu_stock\" of section \"desktop\""}),
+            needed[4].purposes);
+  // An English finding of the same message says what it is for, and where.
+  findings::Entry& en = doc.findings[0];
+  en.kind = "missing-menu-item-description";
+  en.object = "mainmenu";
+  en.element = "stock";
+  en.section = "desktop";
+  en.message = "menu_stock";
+  en.line = 3;
+  needed = fix::NeededMessages(doc, "shop", "ru", ru, &doubtful);
+  ASSERT_EQ(5u, needed.size());
+  EXPECT_EQ((std::vector<std::string>{"menu item \"stock\""}), needed[4].purposes);
+  EXPECT_EQ((std::vector<std::pair<std::string, std::size_t>>{
+                {"etc/xml/shop.xml", 3}, {"etc/xml/shop_msg_ru.xml", 6}}),
+            needed[4].places);
+}
+
 }  // namespace
