@@ -3,12 +3,14 @@
 # two sets:
 #  - always: what building and running the programs needs: a C++20
 #    compiler, CMake, Ninja, pkg-config, libxml2, nlohmann-json (the findings
-#    file, the report tool and the fixer) and killall (psmisc, run by every
-#    audit);
+#    file, the report tool and the fixer), libgettextpo (the fixer's PO
+#    files) and killall (psmisc, run by every audit);
 #  - with --tests: also what the tests need: GoogleTest, python3-jsonschema
 #    (the SARIF schema), chromium (the HTML page), clang with its libFuzzer
 #    and sanitizer runtimes (the fuzz targets), dpkg-dev (dpkg-shlibdeps, for
-#    the package), lintian and man-db (the package's checks).
+#    the package), lintian and man-db (the package's checks), gettext
+#    (msgfmt, which checks the fixer's PO files) and libxml2-utils (xmllint,
+#    which checks the message files that it writes).
 # Packages are installed without their recommended packages. Does nothing
 # when all are there.
 #
@@ -34,10 +36,10 @@ for arg in "$@"; do
   esac
 done
 
-packages=(g++ cmake ninja-build pkg-config libxml2-dev nlohmann-json3-dev psmisc)
+packages=(g++ cmake ninja-build pkg-config libxml2-dev nlohmann-json3-dev libgettextpo-dev psmisc)
 if [ "$tests" = 1 ]; then
   packages+=(libgtest-dev libgmock-dev python3-jsonschema chromium clang libclang-rt-14-dev
-    dpkg-dev lintian man-db)
+    dpkg-dev lintian man-db gettext libxml2-utils)
 fi
 
 if [ "$list" = 1 ]; then

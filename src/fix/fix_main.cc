@@ -1,5 +1,6 @@
 // sbin/msglint-fix: adds the messages that the last msglint run found
-// missing to the manager's message files.
+// missing to the manager's message files, and takes a language's messages
+// out to a translators' PO file and their texts back in.
 #include <iostream>
 #include <string>
 #include <vector>

@@ -5,17 +5,24 @@
 #include <optional>
 
 #include "findings/paths.h"
+#include "fix/file_update.h"
 #include "fix/findings_reader.h"
+#include "fix/message_texts.h"
 #include "fix/msg_file_editor.h"
+#include "fix/po_export.h"
+#include "fix/po_import.h"
+#include "findings/reader.h"
 #include "pnl/file.h"
-#include "pnl/proc.h"
 #include "pnl/xml.h"
 
 namespace fix {
 
 const char kFixUsage[] =
     "Usage: sbin/msglint-fix manager language... [--text TEXT | --from "
-    "language] [--dry-run] [--no-backup]";
+    "language] [--dry-run] [--no-backup]\n"
+    "       sbin/msglint-fix manager language --export FILE.po [--source language]\n"
+    "       sbin/msglint-fix manager language --import FILE.po [--fuzzy] [--dry-run] "
+    "[--no-backup]";
 
 namespace {
 
@@ -43,68 +50,23 @@ bool GoodName(const std::string& name) {
 
 using findings::MessageFile;
 
-// The texts of one language's messages as the panel finds them for a
-// section: the first message of that name in the sections of that name,
-// the base manager's file first, then the manager's.
-class SourceTexts {
- public:
-  SourceTexts(const std::string& manager, const std::string& lang) : lang_(lang) {
-    std::vector<std::string> sources{"kern"};
-    if (manager != "kern") sources.push_back(manager);
-    for (const std::string& m : sources) {
-      std::string path = MessageFile(m, lang);
-      if (!pnl_file::Exists(path)) continue;
-      docs_.emplace_back();
-      docs_.back().LoadFromFile(path);
-    }
-  }
-
-  std::optional<std::string> Find(const std::string& section,
-                                  const std::string& name) const {
-    for (const pnl_xml::Xml& doc : docs_) {
-      pnl_xml::XmlNode root = doc.GetRoot();
-      if (!root || root.Name() != "pnldata") continue;
-      for (pnl_xml::XmlNode l = root.FirstChild(); l; l = l.Next()) {
-        if (l.Name() != "lang" || l.GetProp("name") != lang_) continue;
-        for (pnl_xml::XmlNode s = l.FirstChild(); s; s = s.Next()) {
-          if (s.Name() != "messages" || s.GetProp("name") != section) continue;
-          for (pnl_xml::XmlNode m = s.FirstChild(); m; m = m.Next())
-            if (m.Name() == "msg" && m.GetProp("name") == name) return m.Str();
-        }
-      }
-    }
-    return std::nullopt;
-  }
-
- private:
-  std::string lang_;
-  std::vector<pnl_xml::Xml> docs_;
-};
-
-// The unified diff between two texts of the file `path`, by diff(1); false
-// with `error` set when it cannot be made.
-bool Diff(const std::string& path, const std::string& before,
-          const std::string& after, std::string* diff, std::string* error) {
-  pnl_file::TempDir temp;
-  if (temp.path().empty()) {
-    *error = "cannot make a temporary directory";
-    return false;
-  }
-  std::string a = temp.path() + "/a";
-  std::string b = temp.path() + "/b";
-  if (!pnl_file::ReplaceFile(a, before, error) ||
-      !pnl_file::ReplaceFile(b, after, error))
-    return false;
-  pnl_proc::Execute run(
-      std::vector<std::string>{"diff", "-u", "--label", path, "--label", path, a, b});
-  run.CaptureOutput();
-  int status = run.Result();
-  if (status != 0 && status != 1) {
-    *error = "diff failed: " + run.Error();
-    return false;
-  }
-  *diff = run.Output();
-  return true;
+// The options of the translators' round trip, checked against the others
+// and the number of languages; false with `error` set when they clash.
+bool RoundTripOptionsFit(const FixOptions& o, std::size_t languages, bool has_from,
+                         bool has_source, std::string* error) {
+  bool exporting = !o.export_path.empty();
+  bool importing = !o.import_path.empty();
+  if (exporting && importing) *error = "--export and --import exclude each other";
+  else if ((exporting || importing) && (o.use_text || has_from))
+    *error = "--text and --from are not for --export or --import";
+  else if ((exporting || importing) && languages != 1)
+    *error = "--export and --import take one language";
+  else if (has_source && !exporting) *error = "--source goes with --export";
+  else if (has_source && !GoodName(o.source)) *error = "bad language for --source: '" + o.source + "'";
+  else if (o.fuzzy && !importing) *error = "--fuzzy goes with --import";
+  else if (exporting && o.dry_run) *error = "--dry-run is not for --export";
+  else if (exporting && !o.backup) *error = "--no-backup is not for --export";
+  return error->empty();
 }
 
 std::string Plural(std::size_t n, const char* word) {
@@ -119,6 +81,7 @@ bool ParseFixArguments(const std::vector<std::string>& args,
   *help = false;
   error->clear();
   bool has_from = false;
+  bool has_source = false;
   std::vector<std::string> words;
   for (std::size_t i = 0; i < args.size(); ++i) {
     const std::string& a = args[i];
@@ -147,6 +110,15 @@ bool ParseFixArguments(const std::vector<std::string>& args,
     } else if (a == "--from" || a.rfind("--from=", 0) == 0) {
       if (!value("--from", &options->from)) return false;
       has_from = true;
+    } else if (a == "--export" || a.rfind("--export=", 0) == 0) {
+      if (!value("--export", &options->export_path)) return false;
+    } else if (a == "--import" || a.rfind("--import=", 0) == 0) {
+      if (!value("--import", &options->import_path)) return false;
+    } else if (a == "--source" || a.rfind("--source=", 0) == 0) {
+      if (!value("--source", &options->source)) return false;
+      has_source = true;
+    } else if (a == "--fuzzy") {
+      options->fuzzy = true;
     } else if (a == "--") {
       words.insert(words.end(), args.begin() + static_cast<long>(i) + 1, args.end());
       break;
@@ -169,6 +141,8 @@ bool ParseFixArguments(const std::vector<std::string>& args,
     *error = "a manager and at least one language are needed";
     return false;
   }
+  if (!RoundTripOptionsFit(*options, words.size() - 1, has_from, has_source, error))
+    return false;
   options->manager = words[0];
   if (!GoodName(options->manager)) {
     *error = "bad manager name: '" + options->manager + "'";
@@ -186,6 +160,104 @@ bool ParseFixArguments(const std::vector<std::string>& args,
   return true;
 }
 
+namespace {
+
+// The translators' round trip, once the findings file (`text`) is known to
+// be a run of the manager.
+int RoundTrip(const FixOptions& options, const std::string& text, std::ostream& out,
+              std::ostream& err) {
+  const std::string& lang = options.languages[0];
+  findings::Document doc;
+  findings::Read(text, &doc);
+  if (std::find(doc.languages.begin(), doc.languages.end(), lang) == doc.languages.end()) {
+    err << "msglint-fix: the last run did not audit language " << lang
+        << "; run sbin/msglint " << options.manager << " with it first" << std::endl;
+    return kUnusable;
+  }
+  if (!options.export_path.empty())
+    return RunExport(doc, options.manager, lang, options.source, options.export_path, out, err);
+  return RunImport(doc, options, out, err);
+}
+
+// Adds the missing messages of `lang`; a FixStatus.
+int FixLanguage(const FixOptions& options, const Findings& findings, const std::string& lang,
+                const std::optional<MessageTexts>& from, std::ostream& out,
+                std::ostream& err) {
+  const std::string prefix = "msglint-fix: ";
+  const std::string path = MessageFile(options.manager, lang);
+  if (std::find(findings.languages.begin(), findings.languages.end(), lang) ==
+      findings.languages.end()) {
+    err << prefix << "the last run did not audit language " << lang
+        << "; nothing to add to " << path << std::endl;
+    return kFixed;
+  }
+  std::vector<const MissingMessage*> wanted;
+  std::size_t doubtful = 0;
+  for (const MissingMessage& m : findings.missing) {
+    if (m.language != lang || m.manager != options.manager) continue;
+    if (m.input_problem || m.file != path) {
+      ++doubtful;
+      continue;
+    }
+    wanted.push_back(&m);
+  }
+  if (doubtful > 0)
+    err << prefix << "left alone: " << Plural(doubtful, "finding")
+        << " of language " << lang
+        << " that an input problem may have caused" << std::endl;
+
+  std::string before;
+  std::string error;
+  if (!pnl_file::ReadFile(path, before)) {
+    err << prefix << path << ": cannot be read" << std::endl;
+    return kFileRefused;
+  }
+  MsgFileEditor editor;
+  if (!editor.Load(before, path, &error)) {
+    err << prefix << error << "; the file is left as it was" << std::endl;
+    return kFileRefused;
+  }
+  std::size_t added = 0;
+  std::size_t need_text = 0;
+  for (const MissingMessage* m : wanted) {
+    NewMessage message;
+    message.name = m->name;
+    message.attributes.emplace_back(kAddedAttribute, kAddedValue);
+    if (options.use_text) {
+      message.text = options.text;
+    } else {
+      if (from) {
+        std::optional<FoundMessage> found = from->Find(m->section, m->name);
+        if (found) message.text = found->text;
+      }
+      message.attributes.emplace_back(kTodoAttribute, kTodoValue);
+    }
+    if (!editor.Add(lang, m->section, message)) continue;
+    ++added;
+    if (message.text.empty() && NeedsText(m->kind)) ++need_text;
+  }
+  std::string after = editor.Result();
+
+  if (options.dry_run) {
+    if (after != before && !ShowDiff(path, before, after, out, err)) return kFileRefused;
+    return kFixed;
+  }
+  if (after == before) {
+    out << path << ": nothing to add" << std::endl;
+    return kFixed;
+  }
+  if (!WriteFile(path, before, after, options.backup, err)) return kFileRefused;
+  out << path << ": " << Plural(added, "message") << " added";
+  if (need_text > 0)
+    out << ", " << need_text << " of them still reported until "
+        << (need_text == 1 ? "its" : "their") << " text is written";
+  if (options.backup) out << "; the file as it was is " << path << ".orig";
+  out << std::endl;
+  return kFixed;
+}
+
+}  // namespace
+
 int RunFix(const FixOptions& options, std::ostream& out, std::ostream& err) {
   const std::string prefix = "msglint-fix: ";
   const std::string findings_path = findings::FindingsFile();
@@ -193,119 +265,28 @@ int RunFix(const FixOptions& options, std::ostream& out, std::ostream& err) {
   if (!pnl_file::ReadFile(findings_path, text)) {
     err << prefix << findings_path << ": cannot be read; run sbin/msglint "
         << options.manager << " first" << std::endl;
-    return 2;
+    return kUnusable;
   }
   Findings findings;
   std::string error;
   if (!ReadFindings(text, &findings, &error)) {
     err << prefix << findings_path << ": " << error << std::endl;
-    return 2;
+    return kUnusable;
   }
   if (findings.manager != options.manager) {
     err << prefix << findings_path << " holds the findings of manager '"
         << findings.manager << "', not '" << options.manager
         << "'; run sbin/msglint " << options.manager << " first" << std::endl;
-    return 2;
+    return kUnusable;
   }
+  if (!options.export_path.empty() || !options.import_path.empty())
+    return RoundTrip(options, text, out, err);
 
-  std::optional<SourceTexts> from;
-  if (!options.from.empty()) from.emplace(options.manager, options.from);
-
-  int status = 0;
-  for (const std::string& lang : options.languages) {
-    const std::string path = MessageFile(options.manager, lang);
-    if (std::find(findings.languages.begin(), findings.languages.end(), lang) ==
-        findings.languages.end()) {
-      err << prefix << "the last run did not audit language " << lang
-          << "; nothing to add to " << path << std::endl;
-      continue;
-    }
-    std::vector<const MissingMessage*> wanted;
-    std::size_t doubtful = 0;
-    for (const MissingMessage& m : findings.missing) {
-      if (m.language != lang || m.manager != options.manager) continue;
-      if (m.input_problem || m.file != path) {
-        ++doubtful;
-        continue;
-      }
-      wanted.push_back(&m);
-    }
-    if (doubtful > 0)
-      err << prefix << "left alone: " << Plural(doubtful, "finding")
-          << " of language " << lang
-          << " that an input problem may have caused" << std::endl;
-
-    std::string before;
-    if (!pnl_file::ReadFile(path, before)) {
-      err << prefix << path << ": cannot be read" << std::endl;
-      status = 1;
-      continue;
-    }
-    MsgFileEditor editor;
-    if (!editor.Load(before, path, &error)) {
-      err << prefix << error << "; the file is left as it was" << std::endl;
-      status = 1;
-      continue;
-    }
-    std::size_t added = 0;
-    std::size_t need_text = 0;
-    for (const MissingMessage* m : wanted) {
-      NewMessage message;
-      message.name = m->name;
-      message.attributes.emplace_back(kAddedAttribute, kAddedValue);
-      if (options.use_text) {
-        message.text = options.text;
-      } else {
-        if (from) message.text = from->Find(m->section, m->name).value_or("");
-        message.attributes.emplace_back(kTodoAttribute, kTodoValue);
-      }
-      if (!editor.Add(lang, m->section, message)) continue;
-      ++added;
-      if (message.text.empty() && NeedsText(m->kind)) ++need_text;
-    }
-    std::string after = editor.Result();
-
-    if (options.dry_run) {
-      if (after == before) continue;
-      std::string diff;
-      if (!Diff(path, before, after, &diff, &error)) {
-        err << prefix << path << ": " << error << std::endl;
-        status = 1;
-        continue;
-      }
-      out << diff << std::flush;
-      continue;
-    }
-    if (after == before) {
-      out << path << ": nothing to add" << std::endl;
-      continue;
-    }
-    std::string backup = path + ".orig";
-    if (!pnl_file::CanReplace(path, &error)) {
-      err << prefix << path << ": " << error << "; the file is left as it was"
-          << std::endl;
-      status = 1;
-      continue;
-    }
-    if (options.backup && !pnl_file::ReplaceFile(backup, before, &error)) {
-      err << prefix << backup << ": cannot write the copy: " << error
-          << "; " << path << " is left as it was" << std::endl;
-      status = 1;
-      continue;
-    }
-    if (!pnl_file::ReplaceFile(path, after, &error)) {
-      err << prefix << path << ": cannot be written: " << error
-          << "; the file is left as it was" << std::endl;
-      status = 1;
-      continue;
-    }
-    out << path << ": " << Plural(added, "message") << " added";
-    if (need_text > 0)
-      out << ", " << need_text << " of them still reported until "
-          << (need_text == 1 ? "its" : "their") << " text is written";
-    if (options.backup) out << "; the file as it was is " << backup;
-    out << std::endl;
-  }
+  std::optional<MessageTexts> from;
+  if (!options.from.empty()) from.emplace(options.manager, options.from, true);
+  int status = kFixed;
+  for (const std::string& lang : options.languages)
+    if (FixLanguage(options, findings, lang, from, out, err) != kFixed) status = kFileRefused;
   return status;
 }
 

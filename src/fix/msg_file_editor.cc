@@ -57,13 +57,6 @@ std::size_t FindOrAppend(std::vector<NewElement>& list, const std::string& key,
   return list.size() - 1;
 }
 
-// One change of the text: `remove` bytes at `pos` replaced by `insert`.
-struct Edit {
-  std::size_t pos;
-  std::size_t remove;
-  std::string insert;
-};
-
 }  // namespace
 
 std::string EscapeText(const std::string& text) {
@@ -169,6 +162,56 @@ std::optional<std::string> MsgFileEditor::ChildIndent(long element) const {
   return std::nullopt;
 }
 
+long MsgFileEditor::FindMessage(const std::string& lang, const std::string& section,
+                                const std::string& name) const {
+  if (spans_.empty()) return -1;
+  for (long l : Children(0)) {
+    const pnl_xml::ElementSpan& ls = spans_[static_cast<std::size_t>(l)];
+    if (ls.name != "lang" || ls.name_attr != lang) continue;
+    for (long s : Children(l)) {
+      const pnl_xml::ElementSpan& ss = spans_[static_cast<std::size_t>(s)];
+      if (ss.name != "messages" || ss.name_attr != section) continue;
+      for (long m : Children(s)) {
+        const pnl_xml::ElementSpan& ms = spans_[static_cast<std::size_t>(m)];
+        if (ms.name == "msg" && ms.name_attr == name) return m;
+      }
+    }
+  }
+  return -1;
+}
+
+bool MsgFileEditor::SetText(const std::string& lang, const std::string& section,
+                            const std::string& name, const std::string& text,
+                            const std::vector<std::pair<std::string, std::string>>& drop) {
+  long element = FindMessage(lang, section, name);
+  if (element < 0) return false;
+  for (const NewText& t : texts_)
+    if (t.element == element) return false;
+  texts_.push_back(NewText{element, text, drop});
+  return true;
+}
+
+void MsgFileEditor::TextChanges(std::vector<Change>* changes) const {
+  for (const NewText& t : texts_) {
+    const pnl_xml::ElementSpan& s = spans_[static_cast<std::size_t>(t.element)];
+    if (s.empty_tag) {
+      // "<msg name="a"/>" becomes "<msg name="a">TEXT</msg>".
+      std::string tag = DropAttributes(text_.substr(s.begin, s.content_begin - s.begin), t.drop);
+      while (!tag.empty() && (tag.back() == ' ' || tag.back() == '\t' ||
+                              tag.back() == '\n' || tag.back() == '\r'))
+        tag.pop_back();
+      changes->push_back(Change{s.begin, s.end - s.begin,
+                                tag + ">" + EscapeText(t.text) + "</" + s.name + ">"});
+      continue;
+    }
+    changes->push_back(Change{s.content_begin, s.content_end - s.content_begin,
+                              EscapeText(t.text)});
+    std::string tag = text_.substr(s.begin, s.content_begin - s.begin);
+    std::string kept = DropAttributes(tag, t.drop);
+    if (kept != tag) changes->push_back(Change{s.begin, tag.size(), kept});
+  }
+}
+
 bool MsgFileEditor::Add(const std::string& lang, const std::string& section,
                         const NewMessage& message) {
   if (spans_.empty()) return false;
@@ -192,7 +235,7 @@ bool MsgFileEditor::Add(const std::string& lang, const std::string& section,
 }
 
 std::string MsgFileEditor::Result() const {
-  if (queued_.empty()) return text_;
+  if (!Changed()) return text_;
 
   // The new children of each existing element, in the order queued.
   std::vector<std::pair<long, std::vector<NewElement>>> pending;
@@ -227,7 +270,8 @@ std::string MsgFileEditor::Result() const {
     }
   }
 
-  std::vector<Edit> edits;
+  std::vector<Change> edits;
+  TextChanges(&edits);
   for (const auto& [element, children] : pending) {
     const pnl_xml::ElementSpan& s = spans_[static_cast<std::size_t>(element)];
     std::optional<std::string> indent = ChildIndent(element);
@@ -239,26 +283,62 @@ std::string MsgFileEditor::Result() const {
     }
     if (s.empty_tag) {
       // "<messages name="S"/>" becomes "<messages name="S">...</messages>".
-      edits.push_back(Edit{s.content_begin, 2,
+      edits.push_back(Change{s.content_begin, 2,
                            ">" + items + (indent ? newline_ + own_indent : "") +
                                "</" + s.name + ">"});
     } else if (!indent) {
-      edits.push_back(Edit{s.content_end, 0, items});
+      edits.push_back(Change{s.content_end, 0, items});
     } else if (std::optional<std::string> close = IndentBefore(s.content_end)) {
       // The end tag has a line of its own: the new lines go before the
       // line break that precedes it.
       std::size_t pos = s.content_end - close->size() - 1;
       if (pos > s.content_begin && text_[pos - 1] == '\r') --pos;
-      edits.push_back(Edit{pos, 0, items});
+      edits.push_back(Change{pos, 0, items});
     } else {
-      edits.push_back(Edit{s.content_end, 0, items + newline_ + own_indent});
+      edits.push_back(Change{s.content_end, 0, items + newline_ + own_indent});
     }
   }
 
   std::sort(edits.begin(), edits.end(),
-            [](const Edit& a, const Edit& b) { return a.pos > b.pos; });
+            [](const Change& a, const Change& b) { return a.pos > b.pos; });
   std::string out = text_;
-  for (const Edit& e : edits) out.replace(e.pos, e.remove, e.insert);
+  for (const Change& e : edits) out.replace(e.pos, e.remove, e.insert);
+  return out;
+}
+
+std::string DropAttributes(
+    const std::string& tag,
+    const std::vector<std::pair<std::string, std::string>>& drop) {
+  auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+  std::string out;
+  std::size_t i = 0;
+  while (i < tag.size() && !blank(tag[i]) && tag[i] != '>' && tag[i] != '/') ++i;
+  out = tag.substr(0, i);  // "<" and the element's name
+  while (i < tag.size()) {
+    std::size_t start = i;
+    while (i < tag.size() && blank(tag[i])) ++i;
+    std::size_t name_begin = i;
+    while (i < tag.size() && !blank(tag[i]) && tag[i] != '=' && tag[i] != '>' && tag[i] != '/') ++i;
+    if (i == name_begin) {  // the end of the tag: ">", "/" or blanks
+      out += tag.substr(start);
+      break;
+    }
+    std::string name = tag.substr(name_begin, i - name_begin);
+    while (i < tag.size() && tag[i] != '"' && tag[i] != '\'') ++i;
+    if (i >= tag.size()) {
+      out += tag.substr(start);
+      break;
+    }
+    char quote = tag[i];
+    std::size_t value_begin = i + 1;
+    std::size_t value_end = tag.find(quote, value_begin);
+    if (value_end == std::string::npos) value_end = tag.size();
+    std::string value = tag.substr(value_begin, value_end - value_begin);
+    i = std::min(value_end + 1, tag.size());
+    bool dropped = false;
+    for (const auto& [n, v] : drop) dropped = dropped || (n == name && v == value);
+    if (!dropped) out += tag.substr(start, i - start);
+  }
   return out;
 }
 

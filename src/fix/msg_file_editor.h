@@ -47,8 +47,18 @@ class MsgFileEditor {
   bool Add(const std::string& lang, const std::string& section,
            const NewMessage& message);
 
+  // Queues a new text for the first message `name` in the sections
+  // `section` of language `lang`, and the removal of each attribute of its
+  // start tag that has one of the names and values in `drop`. The rest of
+  // its start tag stays as written; the text replaces everything between
+  // its tags. False when the file has no such message, or its text is
+  // already queued.
+  bool SetText(const std::string& lang, const std::string& section,
+               const std::string& name, const std::string& text,
+               const std::vector<std::pair<std::string, std::string>>& drop);
+
   // Whether anything was queued.
-  bool Changed() const { return !queued_.empty(); }
+  bool Changed() const { return !queued_.empty() || !texts_.empty(); }
 
   // The bytes of the file with every queued message in place.
   std::string Result() const;
@@ -59,6 +69,24 @@ class MsgFileEditor {
     std::string section;
     NewMessage message;
   };
+  struct NewText {
+    long element;
+    std::string text;
+    std::vector<std::pair<std::string, std::string>> drop;
+  };
+
+  // The first message `name` of the sections `section` of language
+  // `lang`; -1 when there is none.
+  long FindMessage(const std::string& lang, const std::string& section,
+                   const std::string& name) const;
+  // One change of the bytes: `remove` bytes at `pos` replaced by `insert`.
+  struct Change {
+    std::size_t pos;
+    std::size_t remove;
+    std::string insert;
+  };
+  // The changes that give the queued texts.
+  void TextChanges(std::vector<Change>* changes) const;
 
   // The indices of the child elements of element `index`, in order.
   const std::vector<long>& Children(long index) const;
@@ -79,7 +107,15 @@ class MsgFileEditor {
   std::string newline_ = "\n";
   std::string unit_ = "  ";  // one level of indentation
   std::vector<Queued> queued_;
+  std::vector<NewText> texts_;
 };
+
+// The start tag `tag` ("<msg name=\"a\" todo=\"translate\">", or without
+// its ">") without each attribute that has one of the names and values in
+// `drop`, with the blanks before it; everything else as written.
+std::string DropAttributes(
+    const std::string& tag,
+    const std::vector<std::pair<std::string, std::string>>& drop);
 
 // The text escaped as element content and as an attribute value.
 std::string EscapeText(const std::string& text);

@@ -299,4 +299,47 @@ TEST(MsgFileEditorTest, NamesWrittenWithReferencesAreTheNamesTheyStandFor) {
       editor.Result());
 }
 
+// A new text replaces everything between the tags of the first message
+// of that name; the marks named go from its start tag, the rest of the
+// tag and of the file stays as written.
+TEST(MsgFileEditorTest, SetTextFillsTheFirstMessageAndDropsTheMarksNamed) {
+  const std::string file =
+      "<pnldata>\r\n <lang name=\"ru\">\r\n  <messages name=\"s\">\r\n"
+      "   <msg  todo='translate' name=\"a\"\tadded=\"msglint-fix\"><!-- c --></msg>\r\n"
+      "   <msg name=\"b\" todo=\"later\"\n/>\r\n"
+      "   <msg name=\"c\">old</msg>\r\n"
+      "  </messages>\r\n  <messages name=\"s\"><msg name=\"a\">2</msg></messages>\r\n"
+      " </lang>\r\n</pnldata>\r\n";
+  const std::vector<std::pair<std::string, std::string>> todo = {{"todo", "translate"}};
+  MsgFileEditor editor;
+  std::string error;
+  ASSERT_TRUE(editor.Load(file, "f", &error)) << error;
+  EXPECT_TRUE(editor.SetText("ru", "s", "a", "x & y\nz", todo));
+  EXPECT_FALSE(editor.SetText("ru", "s", "a", "again", todo));
+  EXPECT_TRUE(editor.SetText("ru", "s", "b", "<b>", todo));
+  EXPECT_FALSE(editor.SetText("ru", "s", "none", "t", todo));
+  EXPECT_FALSE(editor.SetText("en", "s", "c", "t", todo));
+  EXPECT_TRUE(editor.Add("ru", "s", NewMessage{"d", "D", {}}));
+  EXPECT_EQ(
+      "<pnldata>\r\n <lang name=\"ru\">\r\n  <messages name=\"s\">\r\n"
+      "   <msg name=\"a\"\tadded=\"msglint-fix\">x &amp; y\nz</msg>\r\n"
+      "   <msg name=\"b\" todo=\"later\">&lt;b&gt;</msg>\r\n"
+      "   <msg name=\"c\">old</msg>\r\n"
+      "  </messages>\r\n  <messages name=\"s\"><msg name=\"a\">2</msg>"
+      "<msg name=\"d\">D</msg></messages>\r\n"
+      " </lang>\r\n</pnldata>\r\n",
+      editor.Result());
+}
+
+TEST(MsgFileEditorTest, DropAttributesKeepsEverythingElseAsWritten) {
+  const std::vector<std::pair<std::string, std::string>> drop = {
+      {"todo", "translate"}, {"added", "msglint-fix"}};
+  EXPECT_EQ("<msg name=\"a\">",
+            fix::DropAttributes("<msg name=\"a\" added=\"msglint-fix\" todo=\"translate\">", drop));
+  EXPECT_EQ("<msg name=\"a\" added = \"yes\" >",
+            fix::DropAttributes("<msg todo = \"translate\" name=\"a\" added = \"yes\" >", drop));
+  EXPECT_EQ("<msg name='a>b'", fix::DropAttributes("<msg name='a>b' todo='translate'", drop));
+  EXPECT_EQ("<msg", fix::DropAttributes("<msg", drop));
+}
+
 }  // namespace

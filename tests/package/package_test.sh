@@ -50,7 +50,7 @@ deb="$work/out/msglint_${version}_amd64.deb"
 [ "$(dpkg-deb -f "$deb" Package)" = msglint ] || fail "package name"
 [ "$(dpkg-deb -f "$deb" Version)" = "$version" ] || fail "package version"
 depends="$(dpkg-deb -f "$deb" Depends)"
-for dependency in libxml2 libc6 libstdc++6 psmisc; do
+for dependency in libxml2 libc6 libstdc++6 libgettextpo0 psmisc; do
   [[ ", $depends," == *", $dependency "* || ", $depends," == *", $dependency,"* ]] ||
     fail "$dependency missing from Depends: $depends"
 done

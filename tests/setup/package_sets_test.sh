@@ -14,6 +14,7 @@ ninja-build
 pkg-config
 libxml2-dev
 nlohmann-json3-dev
+libgettextpo-dev
 psmisc'
 tests='libgtest-dev
 libgmock-dev
@@ -23,7 +24,9 @@ clang
 libclang-rt-14-dev
 dpkg-dev
 lintian
-man-db'
+man-db
+gettext
+libxml2-utils'
 
 ok=1
 check() {  # WHAT EXPECTED ARGS...
