@@ -92,15 +92,18 @@ bool Diff(const std::string& path, const std::string& before,
   }
   std::string a = temp.path() + "/a";
   std::string b = temp.path() + "/b";
-  if (!pnl_file::ReplaceFile(a, before, error) ||
-      !pnl_file::ReplaceFile(b, after, error))
+  pnl::Status written = pnl_file::ReplaceFile(a, before);
+  if (written.ok()) written = pnl_file::ReplaceFile(b, after);
+  if (!written.ok()) {
+    *error = written.message();
     return false;
+  }
   pnl_proc::Execute run(
       std::vector<std::string>{"diff", "-u", "--label", path, "--label", path, a, b});
   run.CaptureOutput();
   int status = run.Result();
   if (status != 0 && status != 1) {
-    *error = "diff failed: " + run.Error();
+    *error = "diff failed: " + run.status().message();
     return false;
   }
   *diff = run.Output();
@@ -190,7 +193,7 @@ int RunFix(const FixOptions& options, std::ostream& out, std::ostream& err) {
   const std::string prefix = "msglint-fix: ";
   const std::string findings_path = findings::FindingsFile();
   std::string text;
-  if (!pnl_file::ReadFile(findings_path, text)) {
+  if (!pnl_file::ReadFile(findings_path, text).ok()) {
     err << prefix << findings_path << ": cannot be read; run sbin/msglint "
         << options.manager << " first" << std::endl;
     return 2;
@@ -236,7 +239,7 @@ int RunFix(const FixOptions& options, std::ostream& out, std::ostream& err) {
           << " that an input problem may have caused" << std::endl;
 
     std::string before;
-    if (!pnl_file::ReadFile(path, before)) {
+    if (!pnl_file::ReadFile(path, before).ok()) {
       err << prefix << path << ": cannot be read" << std::endl;
       status = 1;
       continue;
@@ -281,20 +284,21 @@ int RunFix(const FixOptions& options, std::ostream& out, std::ostream& err) {
       continue;
     }
     std::string backup = path + ".orig";
-    if (!pnl_file::CanReplace(path, &error)) {
-      err << prefix << path << ": " << error << "; the file is left as it was"
+    if (pnl::Status replaceable = pnl_file::CanReplace(path); !replaceable.ok()) {
+      err << prefix << path << ": " << replaceable.message() << "; the file is left as it was"
           << std::endl;
       status = 1;
       continue;
     }
-    if (options.backup && !pnl_file::ReplaceFile(backup, before, &error)) {
-      err << prefix << backup << ": cannot write the copy: " << error
+    pnl::Status copied = options.backup ? pnl_file::ReplaceFile(backup, before) : pnl::Status();
+    if (!copied.ok()) {
+      err << prefix << backup << ": cannot write the copy: " << copied.message()
           << "; " << path << " is left as it was" << std::endl;
       status = 1;
       continue;
     }
-    if (!pnl_file::ReplaceFile(path, after, &error)) {
-      err << prefix << path << ": cannot be written: " << error
+    if (pnl::Status replaced = pnl_file::ReplaceFile(path, after); !replaced.ok()) {
+      err << prefix << path << ": cannot be written: " << replaced.message()
           << "; the file is left as it was" << std::endl;
       status = 1;
       continue;

@@ -55,9 +55,9 @@ void Init(const std::string& name, Level level) {
   // Reached without following a link, and never a link itself: a log
   // appended through a link would write into someone else's file.
   pnl_file::DirHandle log_dir;
-  if (!log_dir.Open("var/log", true)) return;
-  int fd = log_dir.OpenFile(name + ".log", false, 0644);
-  if (fd < 0) return;
+  if (!log_dir.Open("var/log", true).ok()) return;
+  int fd = -1;
+  if (!log_dir.OpenFile(name + ".log", false, 0644, &fd).ok()) return;
   // Close-on-exec: the log is not inherited by the commands that we run.
   state.file = fdopen(fd, "a");
   if (state.file == nullptr) {

@@ -57,14 +57,13 @@ bool ColumnList::HintList::ScanSections(std::vector<Section>* sections) const {
   // empty one; one with an apostrophe makes no query at all.
   if (lang.empty() || lang.find('\'') != std::string::npos) return false;
   std::string text;
-  if (!pnl_file::ReadFile(path_, text)) return false;
+  if (!pnl_file::ReadFile(path_, text).ok()) return false;
   // Namespaces and a DTD (default attributes, entities) change what the
   // query selects; such files are left to the parser.
   if (text.find("xmlns") != std::string::npos || text.find("<!DOCTYPE") != std::string::npos)
     return false;
   std::vector<pnl_xml::ElementSpan> spans;
-  std::string error;
-  if (!pnl_xml::ScanElements(text, path_, &spans, &error)) return false;
+  if (!pnl_xml::ScanElements(text, path_, &spans).ok()) return false;
   const std::string_view bytes = text;
   for (const pnl_xml::ElementSpan& span : spans) {
     // A prefix in a start tag, of the element or of an attribute.

@@ -452,8 +452,7 @@ bool ScanSections(const std::string& bytes, const std::string& rel, const std::s
   if (pnl_xml::IsLiteralEvaluation()) return false;
   if (bytes.find("xmlns") != std::string::npos) return false;
   std::vector<pnl_xml::ElementSpan> spans;
-  std::string error;
-  if (!pnl_xml::ScanElements(bytes, rel, &spans, &error)) return false;
+  if (!pnl_xml::ScanElements(bytes, rel, &spans).ok()) return false;
   const std::string_view text = bytes;
   // A DTD stands before the root element.
   if (text.substr(0, spans[0].begin).find("<!DOCTYPE") != std::string_view::npos) return false;
@@ -496,7 +495,7 @@ std::vector<Section> ReadSections(const std::string& work_dir, const std::string
   std::vector<Section> sections;
   const std::string rel = findings::MessageFile(manager, lang);
   std::string bytes;
-  if (!pnl_file::ReadFile(work_dir + "/" + rel, bytes)) return sections;
+  if (!pnl_file::ReadFile(work_dir + "/" + rel, bytes).ok()) return sections;
   if (!ScanSections(bytes, rel, lang, &sections)) {
     sections.clear();
     ParseSections(bytes, rel, lang, &sections);
