@@ -177,6 +177,9 @@ pnl::Status ReadFile(const std::string& path, std::string& text);
 // times): equal stamps mean the file has not changed. "" when there is no
 // regular file there.
 std::string Stamp(const std::string& path);
+// Sets `real` to the absolute path of `path` with every symbolic link,
+// "." and ".." resolved; not ok when it cannot be resolved.
+pnl::Status RealPath(const std::string& path, std::string* real);
 // True when `path` itself is a symbolic link (whether or not its target
 // exists).
 bool IsLink(const std::string& path);

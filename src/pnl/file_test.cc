@@ -688,6 +688,18 @@ TEST_F(FileTest, OutputFileRefusesAFifoAndADirectoryWithoutWaiting) {
   EXPECT_FALSE(out.Open(dir_.path() + "/dir").ok());
 }
 
+TEST_F(FileTest, RealPathResolvesLinks) {
+  dir_.Write("file", "x");
+  dir_.Link(dir_.path() + "/file", "link");
+  std::string real;
+  ASSERT_TRUE(pnl_file::RealPath(dir_.path() + "/link", &real).ok());
+  EXPECT_EQ(pnl_file::GetCurrentDir() + "/file", real);
+  const pnl::Status missing = pnl_file::RealPath(dir_.path() + "/missing", &real);
+  EXPECT_TRUE(missing.IsNotFound());
+  EXPECT_EQ(strerror(ENOENT), missing.cause());
+  EXPECT_EQ("", real);
+}
+
 TEST_F(FileTest, IsLinkSeesTheLinkItselfOnly) {
   dir_.Write("file", "x");
   dir_.Link(dir_.path() + "/file", "link");

@@ -342,6 +342,12 @@ int Execute::Result() {
 
 void CloseDescriptorsFrom(int first, int keep) { CloseFrom(first, keep); }
 
+void Pause(int seconds) {
+  struct timespec left = {seconds, 0};
+  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
+}
+
 namespace {
 
 int g_start_fd = -1;

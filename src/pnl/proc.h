@@ -151,6 +151,10 @@ class StopSignals {
   pnl::Status status_;
 };
 
+// Sleeps `seconds` whole (a signal does not cut it short). The wait is
+// nanosleep's, which the test suite's preload library answers at once.
+void Pause(int seconds);
+
 }  // namespace pnl_proc
 
 #endif  // PNL_PROC_H_

@@ -319,6 +319,16 @@ TEST(SpawnTest, ProgramThatCannotBeStartedIsAnErrorNotAProcess) {
   EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
 }
 
+TEST(PauseTest, SleepsTheWholeTime) {
+  struct timespec before, after;
+  clock_gettime(CLOCK_MONOTONIC, &before);
+  pnl_proc::Pause(1);
+  clock_gettime(CLOCK_MONOTONIC, &after);
+  const long long ms = (after.tv_sec - before.tv_sec) * 1000LL +
+                       (after.tv_nsec - before.tv_nsec) / 1000000;
+  EXPECT_GE(ms, 1000);
+}
+
 TEST(CommandLineTest, QuotesWhatAPersonCouldMisread) {
   EXPECT_EQ("sbin/pnlctl -m M user lang=ru",
             pnl_proc::CommandLine({"sbin/pnlctl", "-m", "M", "user", "lang=ru"}));
