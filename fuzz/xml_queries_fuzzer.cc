@@ -111,8 +111,7 @@ void Compare(const std::vector<std::string>& literal, const std::vector<std::str
 void CompareScannedNames(const std::string& text) {
   if (text.find("<!DOCTYPE") != std::string::npos) return;
   std::vector<pnl_xml::ElementSpan> spans;
-  std::string error;
-  if (!pnl_xml::ScanElements(text, "input", &spans, &error)) return;
+  if (!pnl_xml::ScanElements(text, "input", &spans).ok()) return;
   pnl_xml::Xml doc;
   if (!doc.LoadQuietly(text, "input")) return;
   const pnl_xml::XPath elements(doc, "//*");

@@ -22,15 +22,18 @@ bool Diff(const std::string& path, const std::string& before,
   }
   std::string a = temp.path() + "/a";
   std::string b = temp.path() + "/b";
-  if (!pnl_file::ReplaceFile(a, before, error) ||
-      !pnl_file::ReplaceFile(b, after, error))
+  pnl::Status written = pnl_file::ReplaceFile(a, before);
+  if (written.ok()) written = pnl_file::ReplaceFile(b, after);
+  if (!written.ok()) {
+    *error = written.message();
     return false;
+  }
   pnl_proc::Execute run(
       std::vector<std::string>{"diff", "-u", "--label", path, "--label", path, a, b});
   run.CaptureOutput();
   int status = run.Result();
   if (status != 0 && status != 1) {
-    *error = "diff failed: " + run.Error();
+    *error = "diff failed: " + run.status().message();
     return false;
   }
   *diff = run.Output();
@@ -53,20 +56,20 @@ bool ShowDiff(const std::string& path, const std::string& before,
 
 bool WriteFile(const std::string& path, const std::string& before,
                const std::string& after, bool backup, std::ostream& err) {
-  std::string error;
   std::string copy = path + ".orig";
-  if (!pnl_file::CanReplace(path, &error)) {
-    err << kPrefix << path << ": " << error << "; the file is left as it was"
+  if (pnl::Status replaceable = pnl_file::CanReplace(path); !replaceable.ok()) {
+    err << kPrefix << path << ": " << replaceable.message() << "; the file is left as it was"
         << std::endl;
     return false;
   }
-  if (backup && !pnl_file::ReplaceFile(copy, before, &error)) {
-    err << kPrefix << copy << ": cannot write the copy: " << error
+  if (pnl::Status copied = backup ? pnl_file::ReplaceFile(copy, before) : pnl::Status();
+      !copied.ok()) {
+    err << kPrefix << copy << ": cannot write the copy: " << copied.message()
         << "; " << path << " is left as it was" << std::endl;
     return false;
   }
-  if (!pnl_file::ReplaceFile(path, after, &error)) {
-    err << kPrefix << path << ": cannot be written: " << error
+  if (pnl::Status replaced = pnl_file::ReplaceFile(path, after); !replaced.ok()) {
+    err << kPrefix << path << ": cannot be written: " << replaced.message()
         << "; the file is left as it was" << std::endl;
     return false;
   }

@@ -208,7 +208,7 @@ int FixLanguage(const FixOptions& options, const Findings& findings, const std::
 
   std::string before;
   std::string error;
-  if (!pnl_file::ReadFile(path, before)) {
+  if (!pnl_file::ReadFile(path, before).ok()) {
     err << prefix << path << ": cannot be read" << std::endl;
     return kFileRefused;
   }
@@ -262,7 +262,7 @@ int RunFix(const FixOptions& options, std::ostream& out, std::ostream& err) {
   const std::string prefix = "msglint-fix: ";
   const std::string findings_path = findings::FindingsFile();
   std::string text;
-  if (!pnl_file::ReadFile(findings_path, text)) {
+  if (!pnl_file::ReadFile(findings_path, text).ok()) {
     err << prefix << findings_path << ": cannot be read; run sbin/msglint "
         << options.manager << " first" << std::endl;
     return kUnusable;

@@ -43,7 +43,7 @@ MessageTexts::MessageTexts(const std::string& manager, const std::string& lang,
   for (const std::string& m : sources) {
     std::string path = findings::MessageFile(m, lang);
     std::string bytes;
-    if (!pnl_file::Exists(path) || !pnl_file::ReadFile(path, bytes)) continue;
+    if (!pnl_file::Exists(path) || !pnl_file::ReadFile(path, bytes).ok()) continue;
     docs_.emplace_back();
     if (!docs_.back().LoadQuietly(bytes, path)) {
       docs_.pop_back();

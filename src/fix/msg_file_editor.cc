@@ -99,7 +99,10 @@ bool MsgFileEditor::Load(const std::string& bytes, const std::string& origin,
   children_.clear();
   queued_.clear();
   std::vector<pnl_xml::ElementSpan> spans;
-  if (!pnl_xml::ScanElements(bytes, origin, &spans, error)) return false;
+  if (pnl::Status scanned = pnl_xml::ScanElements(bytes, origin, &spans); !scanned.ok()) {
+    *error = scanned.message();
+    return false;
+  }
   if (spans[0].name != "pnldata") {
     *error = origin + ": the root element is <" + spans[0].name +
              ">, not <pnldata>";

@@ -82,8 +82,8 @@ int RunExport(const findings::Document& doc, const std::string& manager,
     err << kPrefix << path << ": " << error << std::endl;
     return kFileRefused;
   }
-  if (!pnl_file::ReplaceFile(path, text, &error)) {
-    err << kPrefix << path << ": cannot be written: " << error << std::endl;
+  if (pnl::Status written = pnl_file::ReplaceFile(path, text); !written.ok()) {
+    err << kPrefix << path << ": cannot be written: " << written.message() << std::endl;
     return kFileRefused;
   }
   out << path << ": " << Plural(contents.entries.size(), "message") << " of language "

@@ -213,7 +213,7 @@ bool WritePo(const PoContents& contents, std::string* text, std::string* error) 
     return false;
   }
   std::string written;
-  if (!pnl_file::ReadFile(path, written)) {
+  if (!pnl_file::ReadFile(path, written).ok()) {
     *error = "the PO file cannot be read back";
     return false;
   }

@@ -133,7 +133,7 @@ int RunImport(const findings::Document& doc, const FixOptions& options,
   if (!IsUtf8(po, options.import_path, err)) return kMalformedPo;
 
   std::string before;
-  if (!pnl_file::ReadFile(path, before)) {
+  if (!pnl_file::ReadFile(path, before).ok()) {
     err << kPrefix << path << ": cannot be read; nothing imported" << std::endl;
     return kFileRefused;
   }

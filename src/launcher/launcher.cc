@@ -12,15 +12,13 @@
 // argument is answered here, before the module is loaded, with exit status
 // 0. Any other argument vector, one holding "--help" among others included,
 // goes to kelmain as it stands.
-#include <dlfcn.h>
-#include <errno.h>
-#include <limits.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 
 #include <string>
 
+#include "pnl/file.h"
+#include "pnl/module.h"
 #include "version/version.h"
 
 namespace {
@@ -40,9 +38,8 @@ std::string DirName(const std::string& path) {
   return path.substr(0, slash);
 }
 
-int Fail(const std::string& module, const char* reason) {
-  fprintf(stderr, "msglint: cannot load module %s: %s\n", module.c_str(),
-          reason != nullptr ? reason : "unknown error");
+int Fail(const std::string& module, const std::string& reason) {
+  fprintf(stderr, "msglint: cannot load module %s: %s\n", module.c_str(), reason.c_str());
   return kLoadFailure;
 }
 
@@ -80,19 +77,14 @@ int main(int argc, char** argv) {
     return fflush(stdout) == 0 ? 0 : 1;
   }
 
-  char self[PATH_MAX];
-  if (realpath("/proc/self/exe", self) == nullptr)
-    return Fail("msglint.so", strerror(errno));
+  std::string self;
+  if (pnl::Status found = pnl_file::RealPath("/proc/self/exe", &self); !found.ok())
+    return Fail("msglint.so", found.cause());
   const std::string module = DirName(self) + "/../lib/modules/msglint.so";
 
-  void* handle = dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (handle == nullptr) return Fail(module, dlerror());
-
-  dlerror();
-  void* symbol = dlsym(handle, "kelmain");
-  const char* error = dlerror();
-  if (error != nullptr || symbol == nullptr)
-    return Fail(module, error != nullptr ? error : "kelmain is null");
+  void* symbol = nullptr;
+  if (pnl::Status loaded = pnl_module::LoadEntry(module, "kelmain", &symbol); !loaded.ok())
+    return Fail(module, loaded.message());
 
   // The module stays loaded until the process ends: kelmain may end the
   // process itself with exit().

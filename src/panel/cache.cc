@@ -69,19 +69,20 @@ void Resolve(const std::string& name, const SectionsByName& groups,
   }
 }
 
-// Why the last file operation on `path` failed. LastError() often starts
-// with the path itself ("PATH: Permission denied", "PATH is a directory");
-// the reply names it once.
-std::string Reason(const std::string& path) {
-  const std::string& last = pnl_file::LastError();
+// Why a file operation on `path` failed. Its message often starts with the
+// path itself ("PATH: Permission denied", "PATH is a directory"); the reply
+// names it once.
+std::string Reason(const std::string& path, const pnl::Status& failed) {
+  const std::string& last = failed.message();
   if (last.compare(0, path.size() + 2, path + ": ") == 0) return last.substr(path.size() + 2);
   if (last.compare(0, path.size() + 4, path + " is ") == 0) return "it" + last.substr(path.size());
   return last;
 }
 
 bool SaveTo(const std::string& text, const std::string& path, std::string* error) {
-  if (pnl_file::WriteFile(path, text)) return true;
-  *error = "cannot write " + path + ": " + Reason(path);
+  const pnl::Status written = pnl_file::WriteFile(path, text);
+  if (written.ok()) return true;
+  *error = "cannot write " + path + ": " + Reason(path, written);
   kLog.Write(3, "%s", error->c_str());
   return false;
 }
@@ -239,8 +240,8 @@ bool ManagerCache::IsKnownFunction(const std::string& name) const {
 bool ManagerCache::WriteSession(const std::string& lang,
                                 std::string* error) const {
   const std::string dir = CacheDir();
-  if (!pnl_file::MakeDirs(dir)) {
-    *error = "cannot create " + dir + ": " + Reason(dir);
+  if (pnl::Status made = pnl_file::MakeDirs(dir); !made.ok()) {
+    *error = "cannot create " + dir + ": " + Reason(dir, made);
     kLog.Write(3, "%s", error->c_str());
     return false;
   }
@@ -266,8 +267,8 @@ bool ManagerCache::WriteSession(const std::string& lang,
 bool ManagerCache::WriteChecked(const std::string& function,
                                 std::string* error) const {
   const std::string dir = CacheDir() + "/checked";
-  if (!pnl_file::MakeDirs(dir)) {
-    *error = "cannot create " + dir + ": " + Reason(dir);
+  if (pnl::Status made = pnl_file::MakeDirs(dir); !made.ok()) {
+    *error = "cannot create " + dir + ": " + Reason(dir, made);
     kLog.Write(3, "%s", error->c_str());
     return false;
   }

@@ -53,8 +53,11 @@ int main(int argc, char** argv) {
   panel::Panel panel(manager);
   pnl_server::ServerOptions options;
   options.too_long_reply = panel::Panel::ErrorReply("request too long");
-  return pnl_server::StartDetached(
+  const pnl::Status started = pnl_server::StartDetached(
       manager,
       [&panel](const std::string& request) { return panel.Handle(request); },
       options);
+  if (started.ok()) return 0;
+  fprintf(stderr, "kern: %s\n", started.message().c_str());
+  return 1;
 }

@@ -125,14 +125,14 @@ int main(int argc, char** argv) {
              str::UrlEncode(arg.substr(eq + 1));
   }
 
-  std::string no_answer;
-  const std::string reply = pnl_client::Exchange(manager, "pnlctl", query, &no_answer);
+  std::string reply;
+  const pnl::Status answered = pnl_client::Exchange(manager, "pnlctl", query, &reply);
   // Text inside the reply is escaped, so "<ok/>" there is the element.
   if (reply.find("<ok/>") != std::string::npos) return 0;
 
   std::string error;
-  if (reply.empty()) {
-    fprintf(stderr, "pnl_client: %s\n", no_answer.c_str());
+  if (!answered.ok()) {
+    fprintf(stderr, "pnl_client: %s\n", answered.message().c_str());
     error = "no reply";
   } else {
     error = ErrorOf(reply);

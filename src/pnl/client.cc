@@ -124,11 +124,11 @@ bool StartPanel(const std::string& manager) {
     return false;
   }
   // The starter writes nothing on its caller's streams.
-  std::string error;
-  pid_t pid = pnl_proc::Spawn(args, pnl_proc::SpawnOptions(), &error);
-  if (pid < 0) {
+  pid_t pid = -1;
+  if (pnl::Status spawned = pnl_proc::Spawn(args, pnl_proc::SpawnOptions(), &pid);
+      !spawned.ok()) {
     kLog.Write(3, "cannot start the panel of \"%s\": %s: %s", manager.c_str(),
-               pnl_proc::CommandLine(args).c_str(), error.c_str());
+               pnl_proc::CommandLine(args).c_str(), spawned.message().c_str());
     return false;
   }
   kLog.Write(5, "started %s for manager \"%s\" (pid %d)", args[0].c_str(),
@@ -157,14 +157,14 @@ bool StartPanel(const std::string& manager) {
 
 }  // namespace
 
-std::string Exchange(const std::string& manager, const std::string& client_name,
-                     const std::string& query, std::string* error) {
+pnl::Status Exchange(const std::string& manager, const std::string& client_name,
+                     const std::string& query, std::string* reply) {
+  reply->clear();
   std::string request = query;
   // The query is one line: anything after a newline is not sent.
   size_t nl = request.find('\n');
   if (nl != std::string::npos) request.erase(nl);
   request += '\n';
-  error->clear();
 
   if (pnl_file::IsPlainName(manager)) {
     auto give_up = Clock::now() + kRetryBudget;
@@ -182,23 +182,23 @@ std::string Exchange(const std::string& manager, const std::string& client_name,
         if (fd < 0) continue;
       }
       auto deadline = Clock::now() + kReplyDeadline;
-      std::string reply;
       // A panel that refuses the request (too long) still answers it, so
       // the reply is read even when sending broke off.
       SendAll(fd, request, deadline);
-      reply = ReadReply(fd, deadline);
+      *reply = ReadReply(fd, deadline);
       close(fd);
-      if (reply.empty()) {
+      if (reply->empty()) {
         kLog.Write(4, "manager \"%s\" closed the connection without a reply",
                    manager.c_str());
         continue;
       }
-      return reply;
+      return pnl::Status();
     }
   }
-  *error = "no answer from manager \"" + manager + "\" to query \"" + query + "\"";
-  kLog.Write(3, "%s: %s", client_name.c_str(), error->c_str());
-  return std::string();
+  const pnl::Status unanswered = pnl::Status::Error(
+      "no answer from manager \"" + manager + "\" to query \"" + query + "\"");
+  kLog.Write(3, "%s: %s", client_name.c_str(), unanswered.message().c_str());
+  return unanswered;
 }
 
 std::string SocketPath(const std::string& manager) {

@@ -6,7 +6,7 @@
 // which the panel closes the connection. When nothing answers, the client
 // starts the panel (bin/M when it is executable, otherwise bin/kern -m M)
 // and retries within a bounded time (seconds). A query that still gets no
-// answer returns an empty document and writes a log record; Error() then
+// answer returns an empty document and writes a log record; status() then
 // names the manager and the query, for the caller to tell where it sees
 // fit. Nothing here prints, hangs or throws.
 #ifndef PNL_CLIENT_H_
@@ -14,6 +14,7 @@
 
 #include <string>
 
+#include "pnl/status.h"
 #include "pnl/xml.h"
 
 namespace pnl_client {
@@ -23,9 +24,9 @@ class Client {
   virtual ~Client();
   // Sends `query` and returns the reply document (empty on failure).
   pnl_xml::Xml Query(const std::string& query);
-  // Why the last Query got no answer: "no answer from manager "M" to query
-  // "Q""; "" after an answered one.
-  const std::string& Error() const { return error_; }
+  // Ok after an answered Query; else why the last one got no answer: "no
+  // answer from manager "M" to query "Q"".
+  const pnl::Status& status() const { return status_; }
 
  protected:
   Client(const std::string& manager, const std::string& client_name);
@@ -33,7 +34,7 @@ class Client {
  private:
   std::string manager_;
   std::string client_name_;
-  std::string error_;
+  pnl::Status status_;
 };
 
 // A client of the locally running manager `manager`.
@@ -44,18 +45,11 @@ class Local : public Client {
 };
 
 // Sends `query` to `manager`'s panel (starting it when nothing answers, as
-// above) and returns the text of the reply; "" when no answer came (logged,
-// with one line on standard error). Needs no XML parser: a program that
+// above) and sets `reply` to the text of the reply; not ok (logged, and
+// `reply` "") when no answer came. Needs no XML parser: a program that
 // only sends requests links this alone.
-std::string Exchange(const std::string& manager, const std::string& client_name,
-                     const std::string& query);
-
-// Sends `query` to `manager`'s panel (starting it when nothing answers, as
-// above) and returns the text of the reply; "" when no answer came (logged,
-// and the reason in `error`). Needs no XML parser: a program that only
-// sends requests links this alone.
-std::string Exchange(const std::string& manager, const std::string& client_name,
-                     const std::string& query, std::string* error);
+pnl::Status Exchange(const std::string& manager, const std::string& client_name,
+                     const std::string& query, std::string* reply);
 
 // The socket path of `manager`'s panel, relative to the installation
 // directory: "var/run/" + manager + ".socket".

@@ -12,8 +12,9 @@ Client::~Client() = default;
 
 pnl_xml::Xml Client::Query(const std::string& query) {
   pnl_xml::Xml doc;
-  const std::string reply = Exchange(manager_, client_name_, query, &error_);
-  if (!reply.empty()) doc.LoadFromString(reply, "reply of " + manager_);
+  std::string reply;
+  status_ = Exchange(manager_, client_name_, query, &reply);
+  if (status_.ok()) doc.LoadFromString(reply, "reply of " + manager_);
   return doc;
 }
 

@@ -83,7 +83,7 @@ TEST(ClientTest, NoPanelProgramGivesAnEmptyDocumentAndOneLine) {
   EXPECT_EQ("", out);
   EXPECT_EQ("", err);  // the caller decides what to tell
   EXPECT_EQ("no answer from manager \"shop\" to query \"func=session&lang=en\"",
-            client.Error());
+            client.status().message());
   EXPECT_NE(std::string::npos,
             testing_support::LogRecords(dir.path(), "client")
                 .find("3 checkXml: no answer from manager \"shop\" to query "

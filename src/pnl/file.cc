@@ -73,12 +73,9 @@ std::string RefusalReason(const std::string& path) {
   return "";
 }
 
-thread_local std::string g_last_error;
-
-bool Fail(const std::string& text, int error) {
-  g_last_error = text;
-  errno = error;
-  return false;
+// A failure about a path: `text` says it, `error` is the errno value.
+pnl::Status Fail(const std::string& text, int error) {
+  return pnl::Status::FromErrno(error, text);
 }
 
 std::string KindOf(mode_t mode) {
@@ -130,7 +127,7 @@ bool EmptyDirectory(int fd) {
 
 // Opens the directory of `path` (the part before its last "/") as a
 // handle; `name` gets the last component.
-bool OpenParent(const std::string& path, DirHandle* dir, std::string* name) {
+pnl::Status OpenParent(const std::string& path, DirHandle* dir, std::string* name) {
   std::pair<std::string, std::string> parts = SplitPath(BelowCurrentDir(path));
   std::string parent = parts.first;
   if (parent.empty() && !path.empty() && BelowCurrentDir(path)[0] == '/')
@@ -186,8 +183,6 @@ bool BlockOutput::Drain() {
   return ok_;
 }
 
-const std::string& LastError() { return g_last_error; }
-
 std::string BelowCurrentDir(const std::string& path) {
   if (path.empty() || path[0] != '/') return path;
   std::string cwd = GetCurrentDir();
@@ -203,9 +198,9 @@ std::string BelowCurrentDir(const std::string& path) {
 std::string Describe(const std::string& path) {
   std::pair<std::string, std::string> parts = SplitPath(BelowCurrentDir(path));
   DirHandle dir;
-  if (!dir.Open(parts.first, false)) {
+  if (pnl::Status opened = dir.Open(parts.first, false); !opened.ok()) {
     // A missing directory on the way means nothing stands at the path.
-    return errno == ENOENT ? std::string() : LastError();
+    return opened.IsNotFound() ? std::string() : opened.message();
   }
   struct stat st;
   if (fstatat(dir.fd(), parts.second.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0)
@@ -232,7 +227,7 @@ DirHandle& DirHandle::operator=(DirHandle&& other) noexcept {
   return *this;
 }
 
-bool DirHandle::Open(const std::string& path, bool create) {
+pnl::Status DirHandle::Open(const std::string& path, bool create) {
   if (fd_ >= 0) close(fd_);
   fd_ = -1;
   path_ = path;
@@ -247,7 +242,7 @@ bool DirHandle::Open(const std::string& path, bool create) {
     fd = open(below.c_str(), flags);
     if (fd < 0) return Fail(path + ": " + strerror(errno), errno);
     fd_ = fd;
-    return true;
+    return pnl::Status();
   }
   fd = open(".", flags);
   if (fd < 0) return Fail(std::string(".: ") + strerror(errno), errno);
@@ -282,10 +277,10 @@ bool DirHandle::Open(const std::string& path, bool create) {
     fd = next;
   }
   fd_ = fd;
-  return true;
+  return pnl::Status();
 }
 
-bool DirHandle::OpenSub(const std::string& name, bool create,
+pnl::Status DirHandle::OpenSub(const std::string& name, bool create,
                         DirHandle* sub) const {
   if (!IsPlainName(name)) return Fail(Join(path_, name) + ": not a plain name", EINVAL);
   const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW;
@@ -307,15 +302,14 @@ bool DirHandle::OpenSub(const std::string& name, bool create,
   opened.fd_ = fd;
   opened.path_ = Join(path_, name);
   *sub = std::move(opened);
-  return true;
+  return pnl::Status();
 }
 
-int DirHandle::OpenFile(const std::string& name, bool truncate, int mode) const {
+pnl::Status DirHandle::OpenFile(const std::string& name, bool truncate, int mode,
+                                int* opened) const {
+  *opened = -1;
   const std::string shown = Join(path_, name);
-  if (!IsPlainName(name)) {
-    Fail(shown + ": not a plain name", EINVAL);
-    return -1;
-  }
+  if (!IsPlainName(name)) return Fail(shown + ": not a plain name", EINVAL);
   int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
   if (!truncate) flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
   int fd = openat(fd_, name.c_str(), flags, mode);
@@ -324,29 +318,26 @@ int DirHandle::OpenFile(const std::string& name, bool truncate, int mode) const 
     struct stat st;
     if (fstatat(fd_, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0 &&
         !S_ISREG(st.st_mode))
-      Fail(shown + " is " + KindOf(st.st_mode), error);
-    else
-      Fail(shown + ": " + strerror(error), error);
-    return -1;
+      return Fail(shown + " is " + KindOf(st.st_mode), error);
+    return Fail(shown + ": " + strerror(error), error);
   }
   struct stat st;
   if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
     std::string kind = KindOf(st.st_mode);
     close(fd);
-    Fail(shown + " is " + kind, EINVAL);
-    return -1;
+    return Fail(shown + " is " + kind, EINVAL);
   }
   // Emptied only once it is known to be a regular file of its own.
   if ((truncate && ftruncate(fd, 0) != 0) || fcntl(fd, F_SETFL, flags & O_APPEND) != 0) {
     int error = errno;
     close(fd);
-    Fail(shown + ": " + strerror(error), error);
-    return -1;
+    return Fail(shown + ": " + strerror(error), error);
   }
-  return fd;
+  *opened = fd;
+  return pnl::Status();
 }
 
-bool DirHandle::WriteFile(const std::string& name, const std::string& text) const {
+pnl::Status DirHandle::WriteFile(const std::string& name, const std::string& text) const {
   return WriteFile(name, std::vector<std::string_view>{text});
 }
 
@@ -369,13 +360,13 @@ class VectorSource : public PieceSource {
 
 }  // namespace
 
-bool DirHandle::WriteFile(const std::string& name,
-                          const std::vector<std::string_view>& pieces) const {
+pnl::Status DirHandle::WriteFile(const std::string& name,
+                                 const std::vector<std::string_view>& pieces) const {
   VectorSource source(pieces);
   return WriteFile(name, source);
 }
 
-bool DirHandle::WriteFile(const std::string& name, PieceSource& source) const {
+pnl::Status DirHandle::WriteFile(const std::string& name, PieceSource& source) const {
   const std::string shown = Join(path_, name);
   if (!IsPlainName(name)) return Fail(shown + ": not a plain name", EINVAL);
   struct stat st;
@@ -401,6 +392,8 @@ bool DirHandle::WriteFile(const std::string& name, PieceSource& source) const {
   if (fd < 0) return Fail(shown + ": " + strerror(errno), errno);
   fchmod(fd, mode);
   int error = 0;
+  // Why the source could not give every piece, when it could not.
+  pnl::Status source_status;
   // Small pieces are gathered into blocks: a large file made of many short
   // pieces costs a few system calls rather than one per piece.
   std::string block;
@@ -418,25 +411,31 @@ bool DirHandle::WriteFile(const std::string& name, PieceSource& source) const {
     if (piece.size() < kBlock) block.append(piece);
   }
   if (error == 0 && !WriteAll(fd, block)) error = errno;
-  if (error == 0) error = source.Error();
-  if (close(fd) != 0 && error == 0) error = errno;
-  if (error == 0 && renameat(fd_, tmp.c_str(), fd_, name.c_str()) != 0) error = errno;
+  if (error == 0) source_status = source.status();
+  if (close(fd) != 0 && error == 0 && source_status.ok()) error = errno;
+  if (error == 0 && source_status.ok() &&
+      renameat(fd_, tmp.c_str(), fd_, name.c_str()) != 0)
+    error = errno;
+  if (!source_status.ok()) {
+    unlinkat(fd_, tmp.c_str(), 0);
+    return source_status.WithMessage(shown + ": " + source_status.cause());
+  }
   if (error != 0) {
     unlinkat(fd_, tmp.c_str(), 0);
     return Fail(shown + ": " + strerror(error), error);
   }
-  return true;
+  return pnl::Status();
 }
 
-bool DirHandle::Remove(const std::string& name) const {
+pnl::Status DirHandle::Remove(const std::string& name) const {
   const std::string shown = Join(path_, name);
   if (!IsPlainName(name)) return Fail(shown + ": not a plain name", EINVAL);
   struct stat st;
-  if (fstatat(fd_, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) return true;
+  if (fstatat(fd_, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0) return pnl::Status();
   if (!S_ISDIR(st.st_mode)) {
     if (unlinkat(fd_, name.c_str(), 0) != 0 && errno != ENOENT)
       return Fail(shown + ": " + strerror(errno), errno);
-    return true;
+    return pnl::Status();
   }
   int sub = openat(fd_, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
   if (sub < 0) return Fail(shown + ": " + strerror(errno), errno);
@@ -444,24 +443,22 @@ bool DirHandle::Remove(const std::string& name) const {
   if (unlinkat(fd_, name.c_str(), AT_REMOVEDIR) != 0 && errno != ENOENT)
     return Fail(shown + ": " + strerror(errno), errno);
   (void)emptied;
-  return true;
+  return pnl::Status();
 }
 
 LockFile::~LockFile() {
   if (fd_ >= 0) close(fd_);
 }
 
-LockFile::Result LockFile::Lock(const DirHandle& dir, const std::string& name) {
+pnl::Status LockFile::Lock(const DirHandle& dir, const std::string& name) {
   if (fd_ >= 0) close(fd_);
-  fd_ = dir.OpenFile(name, false, 0600);
-  if (fd_ < 0) return kFailed;
-  if (flock(fd_, LOCK_EX | LOCK_NB) == 0) return kLocked;
+  fd_ = -1;
+  if (pnl::Status opened = dir.OpenFile(name, false, 0600, &fd_); !opened.ok()) return opened;
+  if (flock(fd_, LOCK_EX | LOCK_NB) == 0) return pnl::Status();
   int error = errno;
   close(fd_);
   fd_ = -1;
-  if (error == EWOULDBLOCK) return kHeldByAnother;
-  Fail(Join(dir.path(), name) + ": " + strerror(error), error);
-  return kFailed;
+  return Fail(Join(dir.path(), name) + ": " + strerror(error), error);
 }
 
 std::string GetCurrentDir() {
@@ -509,13 +506,13 @@ void Remove(const std::string& path) {
   }
   DirHandle parent;
   std::string name;
-  if (!OpenParent(path, &parent, &name)) {
-    if (errno != ENOENT && Log().Check(4))
-      Log().Write(4, "Cannot remove \"%s\": %s", path.c_str(), LastError().c_str());
+  if (pnl::Status opened = OpenParent(path, &parent, &name); !opened.ok()) {
+    if (!opened.IsNotFound() && Log().Check(4))
+      Log().Write(4, "Cannot remove \"%s\": %s", path.c_str(), opened.message().c_str());
     return;
   }
-  if (!parent.Remove(name) && Log().Check(4))
-    Log().Write(4, "Cannot remove \"%s\": %s", path.c_str(), LastError().c_str());
+  if (pnl::Status removed = parent.Remove(name); !removed.ok() && Log().Check(4))
+    Log().Write(4, "Cannot remove \"%s\": %s", path.c_str(), removed.message().c_str());
 }
 
 std::pair<std::string, std::string> SplitPath(const std::string& path) {
@@ -564,21 +561,21 @@ std::string GoodPath(const std::string& path) {
   return out;
 }
 
-bool WriteFile(const std::string& path, const std::string& text) {
+pnl::Status WriteFile(const std::string& path, const std::string& text) {
   return WriteFile(path, std::vector<std::string_view>{text});
 }
 
-bool WriteFile(const std::string& path, const std::vector<std::string_view>& pieces) {
+pnl::Status WriteFile(const std::string& path, const std::vector<std::string_view>& pieces) {
   DirHandle dir;
   std::string name;
-  if (!OpenParent(path, &dir, &name)) return false;
+  if (pnl::Status opened = OpenParent(path, &dir, &name); !opened.ok()) return opened;
   return dir.WriteFile(name, pieces);
 }
 
-bool WriteFile(const std::string& path, PieceSource& source) {
+pnl::Status WriteFile(const std::string& path, PieceSource& source) {
   DirHandle dir;
   std::string name;
-  if (!OpenParent(path, &dir, &name)) return false;
+  if (pnl::Status opened = OpenParent(path, &dir, &name); !opened.ok()) return opened;
   return dir.WriteFile(name, source);
 }
 
@@ -597,76 +594,112 @@ ScratchFile::~ScratchFile() {
   if (fd_ >= 0) close(fd_);
 }
 
-long long ScratchFile::Append(std::string_view data) {
-  if (fd_ < 0) {
-    errno = EBADF;
-    return -1;
-  }
-  const long long start = size_;
+pnl::Status ScratchFile::Append(std::string_view data, long long* start) {
+  *start = -1;
+  if (fd_ < 0) return Fail("scratch file: " + std::string(strerror(EBADF)), EBADF);
   std::size_t done = 0;
   while (done < data.size()) {
     ssize_t n = pwrite(fd_, data.data() + done, data.size() - done, size_ + done);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) {
-      if (n == 0) errno = ENOSPC;
-      return -1;
+      const int error = n == 0 ? ENOSPC : errno;
+      return Fail("scratch file: " + std::string(strerror(error)), error);
     }
     done += static_cast<std::size_t>(n);
   }
+  *start = size_;
   size_ += static_cast<long long>(data.size());
-  return start;
+  return pnl::Status();
 }
 
-bool ScratchFile::Read(long long offset, std::size_t size, std::string* out) const {
+pnl::Status ScratchFile::Read(long long offset, std::size_t size, std::string* out) const {
   out->resize(size);
   std::size_t done = 0;
   while (done < size) {
     ssize_t n = pread(fd_, out->data() + done, size - done, offset + done);
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) {
-      if (n == 0) errno = EIO;
-      return false;
+      const int error = n == 0 ? EIO : errno;
+      return Fail("scratch file: " + std::string(strerror(error)), error);
     }
     done += static_cast<std::size_t>(n);
   }
-  return true;
+  return pnl::Status();
 }
 
-FILE* OpenForWriting(const std::string& path) {
+OutputFile::~OutputFile() {
+  if (fd_ >= 0) Close();
+}
+
+pnl::Status OutputFile::Open(const std::string& path) {
+  if (fd_ >= 0) Close();
+  path_ = path;
+  kept_.clear();
   DirHandle dir;
   std::string name;
-  int fd = -1;
-  if (OpenParent(path, &dir, &name)) fd = dir.OpenFile(name, true, 0644);
-  if (fd < 0) {
-    int error = errno;
-    if (Log().Check(3)) Log().Write(3, "Cannot open %s", LastError().c_str());
-    errno = error;
-    return nullptr;
-  }
-  FILE* stream = fdopen(fd, "w+");
-  if (stream == nullptr) close(fd);
-  return stream;
+  pnl::Status opened = OpenParent(path, &dir, &name);
+  if (opened.ok()) opened = dir.OpenFile(name, true, 0644, &fd_);
+  if (!opened.ok() && Log().Check(3)) Log().Write(3, "Cannot open %s", opened.message().c_str());
+  if (opened.ok()) kept_.reserve(kBlock);
+  return opened;
 }
 
-bool ReadFile(const std::string& path, std::string& text) {
+pnl::Status OutputFile::Append(std::string_view text) {
+  // As a stream with a full buffer does: what fits is kept; what does not
+  // writes the buffer first.
+  if (kept_.size() + text.size() <= kBlock) {
+    kept_.append(text);
+    return pnl::Status();
+  }
+  const std::size_t fits = kBlock - kept_.size();
+  kept_.append(text.substr(0, fits));
+  text.remove_prefix(fits);
+  pnl::Status status = Drain();
+  while (status.ok() && text.size() >= kBlock) {
+    status = Put(text.substr(0, kBlock));
+    text.remove_prefix(kBlock);
+  }
+  kept_.append(text);
+  return status;
+}
+
+pnl::Status OutputFile::Close() {
+  pnl::Status status = Drain();
+  if (fd_ >= 0 && close(fd_) != 0 && status.ok())
+    status = Fail(path_ + ": " + strerror(errno), errno);
+  fd_ = -1;
+  return status;
+}
+
+pnl::Status OutputFile::Drain() {
+  pnl::Status status = Put(kept_);
+  kept_.clear();
+  return status;
+}
+
+pnl::Status OutputFile::Put(std::string_view text) {
+  if (fd_ < 0) return Fail(path_ + ": " + strerror(EBADF), EBADF);
+  if (text.empty()) return pnl::Status();
+  if (!WriteAll(fd_, text)) return Fail(path_ + ": " + strerror(errno), errno);
+  return pnl::Status();
+}
+
+pnl::Status ReadFile(const std::string& path, std::string& text) {
   text.clear();
   // Non-blocking open: a FIFO or device put where a file should be must not
   // stop the program; only regular files are read.
   int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (fd < 0) return false;
+  if (fd < 0) return Fail(path + ": cannot read: " + strerror(errno), errno);
   struct stat st;
   if (fstat(fd, &st) != 0) {
     int saved = errno;
     close(fd);
-    errno = saved;
-    return false;
+    return Fail(path + ": cannot read: " + strerror(saved), saved);
   }
   if (!S_ISREG(st.st_mode)) {
     close(fd);
-    if (S_ISDIR(st.st_mode)) {
-      errno = EISDIR;
-      return false;
-    }
+    if (S_ISDIR(st.st_mode))
+      return Fail(path + ": cannot read: " + strerror(EISDIR), EISDIR);
     return Fail(path + " is " + KindOf(st.st_mode) + ", not a regular file", EINVAL);
   }
   if (st.st_size > 0) text.reserve(static_cast<size_t>(st.st_size));
@@ -684,9 +717,9 @@ bool ReadFile(const std::string& path, std::string& text) {
   }
   int saved = errno;
   close(fd);
-  errno = saved;
-  if (!ok) text.clear();
-  return ok;
+  if (ok) return pnl::Status();
+  text.clear();
+  return Fail(path + ": cannot read: " + strerror(saved), saved);
 }
 
 std::string Stamp(const std::string& path) {
@@ -706,47 +739,33 @@ bool IsLink(const std::string& path) {
 namespace {
 
 
-// What stands at `path`, and whether a file may be put there; false with
-// `error` set when not.
-bool Replaceable(const std::string& path, struct stat* st, bool* exists,
-                 std::string* error) {
-  error->clear();
+// What stands at `path`, and whether a file may be put there.
+pnl::Status Replaceable(const std::string& path, struct stat* st, bool* exists) {
   *exists = lstat(path.c_str(), st) == 0;
-  if (!*exists && errno != ENOENT) {
-    *error = strerror(errno);
-    return false;
-  }
-  if (*exists && S_ISLNK(st->st_mode)) {
-    *error = "is a symbolic link";
-    return false;
-  }
-  if (*exists && !S_ISREG(st->st_mode)) {
-    *error = "is not a regular file";
-    return false;
-  }
+  if (!*exists && errno != ENOENT) return Fail(strerror(errno), errno);
+  if (*exists && S_ISLNK(st->st_mode)) return pnl::Status::Error("is a symbolic link");
+  if (*exists && !S_ISREG(st->st_mode)) return pnl::Status::Error("is not a regular file");
   // Renaming over a read-only file would succeed; its mode says it must
   // not change (also for root, whom access() lets through).
   if (*exists &&
-      ((st->st_mode & 0222) == 0 || access(path.c_str(), W_OK) != 0)) {
-    *error = "is read-only";
-    return false;
-  }
-  return true;
+      ((st->st_mode & 0222) == 0 || access(path.c_str(), W_OK) != 0))
+    return pnl::Status::Error("is read-only");
+  return pnl::Status();
 }
 
 }  // namespace
 
-bool CanReplace(const std::string& path, std::string* error) {
+pnl::Status CanReplace(const std::string& path) {
   struct stat st;
   bool exists;
-  return Replaceable(path, &st, &exists, error);
+  return Replaceable(path, &st, &exists);
 }
 
-bool ReplaceFile(const std::string& path, const std::string& text,
-                 std::string* error) {
+pnl::Status ReplaceFile(const std::string& path, const std::string& text) {
   struct stat st;
   bool exists;
-  if (!Replaceable(path, &st, &exists, error)) return false;
+  if (pnl::Status replaceable = Replaceable(path, &st, &exists); !replaceable.ok())
+    return replaceable;
   mode_t mode;
   if (exists) {
     mode = st.st_mode & 07777;
@@ -762,10 +781,7 @@ bool ReplaceFile(const std::string& path, const std::string& text,
   std::string tmpl = (dir.empty() ? std::string() : ConcatPath(dir, "")) +
                      "." + parts.second + ".XXXXXX";
   int fd = mkostemp(tmpl.data(), O_CLOEXEC);
-  if (fd < 0) {
-    *error = strerror(errno);
-    return false;
-  }
+  if (fd < 0) return Fail(strerror(errno), errno);
   bool ok = fchmod(fd, mode) == 0;
   if (ok && exists && fchown(fd, st.st_uid, st.st_gid) != 0) {
     // Another owner cannot be given by an ordinary user; the file is then
@@ -784,10 +800,9 @@ bool ReplaceFile(const std::string& path, const std::string& text,
   }
   if (!ok) {
     unlink(tmpl.c_str());
-    *error = strerror(saved);
     if (Log().Check(3))
-      Log().Write(3, "Cannot write %s: %s", path.c_str(), error->c_str());
-    return false;
+      Log().Write(3, "Cannot write %s: %s", path.c_str(), strerror(saved));
+    return Fail(strerror(saved), saved);
   }
   // The rename itself is made durable with the directory.
   int dir_fd = open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -795,7 +810,7 @@ bool ReplaceFile(const std::string& path, const std::string& text,
     fsync(dir_fd);
     close(dir_fd);
   }
-  return true;
+  return pnl::Status();
 }
 
 TempDir::TempDir() {
@@ -809,7 +824,7 @@ TempDir::~TempDir() {
   if (!path_.empty()) Remove(path_);
 }
 
-bool MakeDirs(const std::string& path) {
+pnl::Status MakeDirs(const std::string& path) {
   if (path.empty()) return Fail("empty path", EINVAL);
   const std::string below = BelowCurrentDir(path);
   if (below[0] != '/') {
@@ -818,7 +833,9 @@ bool MakeDirs(const std::string& path) {
   }
   std::error_code ec;
   std::filesystem::create_directories(path, ec);
-  return std::filesystem::is_directory(path, ec);
+  if (std::filesystem::is_directory(path, ec)) return pnl::Status();
+  const int error = ec ? ec.value() : ENOTDIR;
+  return Fail(path + ": " + strerror(error), error);
 }
 
 Dir::Dir(const std::string& dir) : dir_(dir) {

@@ -1,14 +1,19 @@
 // Paths, directories, existence and removal. The only place, with proc.h,
 // where the rest of the project touches the file system's calls.
+//
+// What can fail returns a pnl::Status whose message is a sentence about the
+// path ("var/log/msglint.log is a symbolic link", "var/test_msgs: No space
+// left on device"); the caller decides whether and where to tell it.
 #ifndef PNL_FILE_H_
 #define PNL_FILE_H_
 
-#include <cstdio>
 #include <streambuf>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "pnl/status.h"
 
 namespace pnl_file {
 
@@ -60,32 +65,55 @@ std::string ConcatNPath(int n, ...);
 // it was.
 std::string GoodPath(const std::string& path);
 
-// Opens `path` for reading and writing as stdio's mode "w+" does (created
-// with mode 0644, or emptied), but only as a regular file: a symbolic link,
-// a FIFO, a device or a directory there is refused (nullptr, logged), so
-// that writing never follows a link onto another file nor waits for a
+// A file written from the start through a 64 kB buffer, as a stream with
+// a full buffer writes: a text that fits in what is left of the buffer is
+// kept; one that does not fills it, and the buffer is written. Open creates
+// the file (mode 0644) or empties it, but only as a regular file: a
+// symbolic link, a FIFO, a device or a directory there is refused (logged),
+// so that writing never follows a link onto another file nor waits for a
 // reader. Below the current directory no directory on the way may be a
-// link either. The caller closes the stream with fclose.
-FILE* OpenForWriting(const std::string& path);
+// link either.
+class OutputFile {
+ public:
+  OutputFile() = default;
+  // Closes the file, what is kept written, a failure not told.
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  pnl::Status Open(const std::string& path);
+  // Adds `text`; not ok when the buffer had to be written and could not.
+  pnl::Status Append(std::string_view text);
+  // Writes what is kept and closes the file.
+  pnl::Status Close();
+
+ private:
+  pnl::Status Drain();
+  pnl::Status Put(std::string_view text);
+
+  int fd_ = -1;
+  std::string path_;
+  std::string kept_;
+};
 
 // Writes `text` to `path`, replacing the file (through a temporary file
 // renamed into place), as DirHandle::WriteFile does in the directory of
-// `path`. Returns false on failure, with LastError() set.
-bool WriteFile(const std::string& path, const std::string& text);
+// `path`.
+pnl::Status WriteFile(const std::string& path, const std::string& text);
 // The same with the text given as pieces in order, so that a large file
 // need not be held whole in memory.
-bool WriteFile(const std::string& path, const std::vector<std::string_view>& pieces);
+pnl::Status WriteFile(const std::string& path, const std::vector<std::string_view>& pieces);
 // The text of a file given piece by piece, for a file too large to be
 // held whole in memory even as views: Next sets `piece` to the next piece
 // (valid until the next call) and returns true, or returns false at the
-// end; Error() is then an errno value when the pieces could not all be had.
+// end; status() then says why when the pieces could not all be had.
 class PieceSource {
  public:
   virtual ~PieceSource() = default;
   virtual bool Next(std::string_view* piece) = 0;
-  virtual int Error() const { return 0; }
+  virtual pnl::Status status() const { return pnl::Status(); }
 };
-bool WriteFile(const std::string& path, PieceSource& source);
+pnl::Status WriteFile(const std::string& path, PieceSource& source);
 
 // An open descriptor (standard output, say) written in large blocks: what
 // is put is kept until 64 kB have gathered, then written whole, so that a
@@ -127,32 +155,37 @@ class ScratchFile {
   ScratchFile& operator=(const ScratchFile&) = delete;
   // False when no such file could be made.
   bool ok() const { return fd_ >= 0; }
-  // Appends `data` and returns where it starts, or -1 (errno set) when it
-  // could not all be written.
-  long long Append(std::string_view data);
-  // Reads `size` bytes at `offset` into `out`; false (errno set) when they
-  // cannot all be read.
-  bool Read(long long offset, std::size_t size, std::string* out) const;
+  // Appends `data`; `start` gets where it starts (-1 when it could not all
+  // be written).
+  pnl::Status Append(std::string_view data, long long* start);
+  // Reads `size` bytes at `offset` into `out`; not ok when they cannot all
+  // be read.
+  pnl::Status Read(long long offset, std::size_t size, std::string* out) const;
 
  private:
   int fd_ = -1;
   long long size_ = 0;
 };
 
-// Reads the whole regular file; false when it cannot be read (a FIFO or a
-// device is never opened for reading: errno is then EINVAL and LastError()
-// says what stands there, "PATH is a FIFO, not a regular file").
-bool ReadFile(const std::string& path, std::string& text);
+// Reads the whole regular file. When it cannot be read the message is
+// "PATH: cannot read: REASON", with the code of the failure (not found,
+// not a directory on the way, a directory); a FIFO or a device is never
+// opened for reading, and the message then says what stands there, "PATH
+// is a FIFO, not a regular file".
+pnl::Status ReadFile(const std::string& path, std::string& text);
 // An identity of the regular file at `path` (device, inode, size, change
 // times): equal stamps mean the file has not changed. "" when there is no
 // regular file there.
 std::string Stamp(const std::string& path);
+// Sets `real` to the absolute path of `path` with every symbolic link,
+// "." and ".." resolved; not ok when it cannot be resolved.
+pnl::Status RealPath(const std::string& path, std::string* real);
 // True when `path` itself is a symbolic link (whether or not its target
 // exists).
 bool IsLink(const std::string& path);
-// Creates the directory and its missing parents; true when it exists after.
+// Creates the directory and its missing parents; ok when it exists after.
 // Below the current directory no component may be a link.
-bool MakeDirs(const std::string& path);
+pnl::Status MakeDirs(const std::string& path);
 
 // Replaces the file at `path` by `text` so that the path always holds
 // either the old bytes or the new ones whole: the text goes to a temporary
@@ -160,14 +193,13 @@ bool MakeDirs(const std::string& path);
 // owner, where allowed), and is renamed over `path`; the directory is
 // synced after. A missing file is created. Refused, with nothing written:
 // a symbolic link at `path` (never written through), anything there but a
-// regular file, and a read-only file. False with `error` set to what went
-// wrong ("is a symbolic link", "is read-only", "No space left on device",
-// ...); the temporary file is removed then.
-bool ReplaceFile(const std::string& path, const std::string& text,
-                 std::string* error);
-// The checks that ReplaceFile makes before it writes anything: true when a
-// file could be replaced at `path` now, else false with `error` set.
-bool CanReplace(const std::string& path, std::string* error);
+// regular file, and a read-only file. Not ok, with the message saying what
+// went wrong ("is a symbolic link", "is read-only", "No space left on
+// device", ...); the temporary file is removed then.
+pnl::Status ReplaceFile(const std::string& path, const std::string& text);
+// The checks that ReplaceFile makes before it writes anything: ok when a
+// file could be replaced at `path` now.
+pnl::Status CanReplace(const std::string& path);
 
 // A new private directory under the system's temporary directory ($TMPDIR
 // or /tmp), removed with everything in it when the object dies. path() is
@@ -183,12 +215,6 @@ class TempDir {
  private:
   std::string path_;
 };
-
-// Why the last failing call of this namespace on this thread failed, as a
-// sentence about the path ("var/log/msglint.log is a symbolic link",
-// "var/test_msgs: No space left on device"). The caller decides whether and
-// where to tell it.
-const std::string& LastError();
 
 // What stands at `path`, its components not followed: "" when nothing
 // does, else "a symbolic link", "a directory", "a regular file", "a FIFO",
@@ -222,10 +248,10 @@ class DirHandle {
   DirHandle& operator=(const DirHandle&) = delete;
 
   // Opens the directory `path`; with `create`, missing components are made
-  // (mode 0777 less the umask). False, with LastError() set, when a
-  // component is a link, not a directory, missing (without `create`) or
-  // cannot be opened. "" and "." are the current directory.
-  bool Open(const std::string& path, bool create);
+  // (mode 0777 less the umask). Not ok when a component is a link, not a
+  // directory, missing (without `create`) or cannot be opened. "" and "."
+  // are the current directory.
+  pnl::Status Open(const std::string& path, bool create);
   bool IsOpen() const { return fd_ >= 0; }
   // The path the handle was opened with.
   const std::string& path() const { return path_; }
@@ -234,23 +260,24 @@ class DirHandle {
   // Opens the entry `name` (a plain name) for writing as a regular file:
   // created with `mode` when missing, emptied with `truncate`, else
   // appended to. A link, FIFO, device, socket or directory there is
-  // refused. The descriptor (close-on-exec), or -1 with LastError() set.
-  int OpenFile(const std::string& name, bool truncate, int mode) const;
+  // refused. `fd` gets the descriptor (close-on-exec), or -1.
+  pnl::Status OpenFile(const std::string& name, bool truncate, int mode, int* fd) const;
   // Replaces the entry `name` by a regular file holding `text`, written to
   // a temporary file in this directory and renamed into place; the mode of
   // a file replaced is kept. A link or anything but a regular file at
   // `name` is refused and left alone. A short write (a full disk) removes
   // the temporary file and fails.
-  bool WriteFile(const std::string& name, const std::string& text) const;
-  bool WriteFile(const std::string& name, const std::vector<std::string_view>& pieces) const;
-  bool WriteFile(const std::string& name, PieceSource& source) const;
+  pnl::Status WriteFile(const std::string& name, const std::string& text) const;
+  pnl::Status WriteFile(const std::string& name,
+                        const std::vector<std::string_view>& pieces) const;
+  pnl::Status WriteFile(const std::string& name, PieceSource& source) const;
   // Removes the entry `name`: a file, a link (as a link), or a directory
   // with everything in it, walked by descriptor without following any
-  // link. True when nothing is left there.
-  bool Remove(const std::string& name) const;
+  // link. Ok when nothing is left there.
+  pnl::Status Remove(const std::string& name) const;
   // Opens the subdirectory `name` (not following a link), creating it with
   // `create`.
-  bool OpenSub(const std::string& name, bool create, DirHandle* sub) const;
+  pnl::Status OpenSub(const std::string& name, bool create, DirHandle* sub) const;
 
  private:
   int fd_ = -1;
@@ -265,11 +292,11 @@ class LockFile {
   ~LockFile();
   LockFile(const LockFile&) = delete;
   LockFile& operator=(const LockFile&) = delete;
-  enum Result { kLocked, kHeldByAnother, kFailed };
   // Opens (creating it, mode 0600) the entry `name` of `dir` as DirHandle
-  // does, never through a link, and takes the lock without waiting.
-  // kFailed with LastError() set when the file cannot be opened or locked.
-  Result Lock(const DirHandle& dir, const std::string& name);
+  // does, never through a link, and takes the lock without waiting. Busy
+  // (IsBusy()) when another process holds it; another failure when the
+  // file cannot be opened or locked.
+  pnl::Status Lock(const DirHandle& dir, const std::string& name);
 
  private:
   int fd_ = -1;

@@ -30,9 +30,7 @@ TEST(ReplaceFileTest, ReplacesTheBytesAndKeepsTheMode) {
   ScratchDir dir;
   dir.Write("f.xml", "old");
   ASSERT_EQ(0, chmod("f.xml", 0640));
-  std::string error;
-  EXPECT_TRUE(pnl_file::ReplaceFile("f.xml", std::string("new\0\r\n", 6), &error));
-  EXPECT_EQ("", error);
+  EXPECT_TRUE(pnl_file::ReplaceFile("f.xml", std::string("new\0\r\n", 6)).ok());
   EXPECT_EQ(std::string("new\0\r\n", 6), dir.Read("f.xml"));
   EXPECT_EQ(0640u, Mode("f.xml"));
   EXPECT_EQ("f.xml", Entries(dir.path()));
@@ -41,8 +39,7 @@ TEST(ReplaceFileTest, ReplacesTheBytesAndKeepsTheMode) {
 TEST(ReplaceFileTest, CreatesAMissingFile) {
   ScratchDir dir;
   dir.MakeDir("etc");
-  std::string error;
-  EXPECT_TRUE(pnl_file::ReplaceFile(dir.path() + "/etc/f.orig", "x", &error));
+  EXPECT_TRUE(pnl_file::ReplaceFile(dir.path() + "/etc/f.orig", "x").ok());
   EXPECT_EQ("x", dir.Read("etc/f.orig"));
 }
 
@@ -50,13 +47,10 @@ TEST(ReplaceFileTest, NeverWritesThroughASymbolicLink) {
   ScratchDir dir;
   dir.Write("target", "kept");
   dir.Link("target", "f.xml");
-  std::string error;
-  EXPECT_FALSE(pnl_file::ReplaceFile("f.xml", "new", &error));
-  EXPECT_EQ("is a symbolic link", error);
+  EXPECT_EQ("is a symbolic link", pnl_file::ReplaceFile("f.xml", "new").message());
   EXPECT_EQ("kept", dir.Read("target"));
   dir.Link("missing", "dangling");
-  EXPECT_FALSE(pnl_file::ReplaceFile("dangling", "new", &error));
-  EXPECT_EQ("is a symbolic link", error);
+  EXPECT_EQ("is a symbolic link", pnl_file::ReplaceFile("dangling", "new").message());
   EXPECT_EQ("dangling f.xml target", Entries(dir.path()));
 }
 
@@ -64,13 +58,10 @@ TEST(ReplaceFileTest, RefusesAReadOnlyFileAndADirectory) {
   ScratchDir dir;
   dir.Write("f.xml", "kept");
   ASSERT_EQ(0, chmod("f.xml", 0444));
-  std::string error;
-  EXPECT_FALSE(pnl_file::ReplaceFile("f.xml", "new", &error));
-  EXPECT_EQ("is read-only", error);
+  EXPECT_EQ("is read-only", pnl_file::ReplaceFile("f.xml", "new").message());
   EXPECT_EQ("kept", dir.Read("f.xml"));
   dir.MakeDir("d");
-  EXPECT_FALSE(pnl_file::ReplaceFile("d", "new", &error));
-  EXPECT_EQ("is not a regular file", error);
+  EXPECT_EQ("is not a regular file", pnl_file::ReplaceFile("d", "new").message());
   EXPECT_EQ("d f.xml", Entries(dir.path()));
 }
 
@@ -80,13 +71,10 @@ TEST(ReplaceFileTest, CanReplaceTellsBeforehand) {
   dir.Write("ro.xml", "x");
   ASSERT_EQ(0, chmod("ro.xml", 0444));
   dir.Link("f.xml", "link.xml");
-  std::string error;
-  EXPECT_TRUE(pnl_file::CanReplace("f.xml", &error));
-  EXPECT_TRUE(pnl_file::CanReplace("new.xml", &error));
-  EXPECT_FALSE(pnl_file::CanReplace("ro.xml", &error));
-  EXPECT_EQ("is read-only", error);
-  EXPECT_FALSE(pnl_file::CanReplace("link.xml", &error));
-  EXPECT_EQ("is a symbolic link", error);
+  EXPECT_TRUE(pnl_file::CanReplace("f.xml").ok());
+  EXPECT_TRUE(pnl_file::CanReplace("new.xml").ok());
+  EXPECT_EQ("is read-only", pnl_file::CanReplace("ro.xml").message());
+  EXPECT_EQ("is a symbolic link", pnl_file::CanReplace("link.xml").message());
 }
 
 TEST(ReplaceFileTest, AFailedWriteLeavesTheFileAndNoTemporaryFile) {
@@ -99,21 +87,17 @@ TEST(ReplaceFileTest, AFailedWriteLeavesTheFileAndNoTemporaryFile) {
   limit.rlim_cur = 4;
   sighandler_t old_handler = signal(SIGXFSZ, SIG_IGN);
   ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
-  std::string error;
-  bool ok = pnl_file::ReplaceFile("f.xml", "longer than four bytes", &error);
+  const pnl::Status written = pnl_file::ReplaceFile("f.xml", "longer than four bytes");
   setrlimit(RLIMIT_FSIZE, &old_limit);
   signal(SIGXFSZ, old_handler);
-  EXPECT_FALSE(ok);
-  EXPECT_EQ("File too large", error);
+  EXPECT_EQ("File too large", written.message());
   EXPECT_EQ("kept", dir.Read("f.xml"));
   EXPECT_EQ("f.xml", Entries(dir.path()));
 }
 
 TEST(ReplaceFileTest, AMissingDirectoryIsAnError) {
   ScratchDir dir;
-  std::string error;
-  EXPECT_FALSE(pnl_file::ReplaceFile("no/f.xml", "x", &error));
-  EXPECT_EQ("No such file or directory", error);
+  EXPECT_EQ("No such file or directory", pnl_file::ReplaceFile("no/f.xml", "x").message());
 }
 
 TEST(TempDirTest, IsCreatedAndRemovedWithItsFiles) {
@@ -122,8 +106,7 @@ TEST(TempDirTest, IsCreatedAndRemovedWithItsFiles) {
     pnl_file::TempDir temp;
     path = temp.path();
     ASSERT_NE("", path);
-    std::string error;
-    ASSERT_TRUE(pnl_file::ReplaceFile(path + "/a", "x", &error));
+    ASSERT_TRUE(pnl_file::ReplaceFile(path + "/a", "x").ok());
     EXPECT_TRUE(pnl_file::Exists(path + "/a"));
   }
   EXPECT_FALSE(pnl_file::Exists(path));

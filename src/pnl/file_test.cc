@@ -257,10 +257,10 @@ TEST_F(FileTest, DirOfMissingDirectoryHasNoEntries) {
 }
 
 TEST_F(FileTest, WriteFileReplacesAndReadFileReads) {
-  EXPECT_TRUE(pnl_file::WriteFile("f", "one"));
-  EXPECT_TRUE(pnl_file::WriteFile(dir_.path() + "/f", "two"));
+  EXPECT_TRUE(pnl_file::WriteFile("f", "one").ok());
+  EXPECT_TRUE(pnl_file::WriteFile(dir_.path() + "/f", "two").ok());
   std::string text;
-  EXPECT_TRUE(pnl_file::ReadFile("f", text));
+  EXPECT_TRUE(pnl_file::ReadFile("f", text).ok());
   EXPECT_EQ("two", text);
   // No temporary file stays behind.
   pnl_file::Dir reader(".");
@@ -270,9 +270,9 @@ TEST_F(FileTest, WriteFileReplacesAndReadFileReads) {
 }
 
 TEST_F(FileTest, WriteFileFailureKeepsNothingAndReportsFalse) {
-  EXPECT_FALSE(pnl_file::WriteFile("missing/f", "x"));
+  EXPECT_FALSE(pnl_file::WriteFile("missing/f", "x").ok());
   std::string text = "old";
-  EXPECT_FALSE(pnl_file::ReadFile("missing/f", text));
+  EXPECT_FALSE(pnl_file::ReadFile("missing/f", text).ok());
   EXPECT_EQ("", text);
 }
 
@@ -288,7 +288,10 @@ class CountingSource : public pnl_file::PieceSource {
     *piece = text_;
     return true;
   }
-  int Error() const override { return given_ == fail_after_ ? EIO : 0; }
+  pnl::Status status() const override {
+    return given_ == fail_after_ ? pnl::Status::FromErrno(EIO, "source: cannot read")
+                                 : pnl::Status();
+  }
 
  private:
   int count_;
@@ -299,7 +302,7 @@ class CountingSource : public pnl_file::PieceSource {
 
 TEST_F(FileTest, WriteFileFromASourceWritesEveryPieceInOrder) {
   CountingSource source(12);
-  EXPECT_TRUE(pnl_file::WriteFile("f", source));
+  EXPECT_TRUE(pnl_file::WriteFile("f", source).ok());
   EXPECT_EQ("0;1;2;3;4;5;6;7;8;9;10;11;", dir_.Read("f"));
 }
 
@@ -330,15 +333,14 @@ class MixedSource : public pnl_file::PieceSource {
 
 TEST_F(FileTest, WriteFileFromASourceOfShortAndLongPiecesKeepsEveryByte) {
   MixedSource source;
-  EXPECT_TRUE(pnl_file::WriteFile("f", source));
+  EXPECT_TRUE(pnl_file::WriteFile("f", source).ok());
   EXPECT_EQ(source.expected(), dir_.Read("f"));
 }
 
 TEST_F(FileTest, WriteFileFromASourceThatFailsKeepsTheOldFile) {
   dir_.Write("f", "old");
   CountingSource source(12, 5);
-  EXPECT_FALSE(pnl_file::WriteFile("f", source));
-  EXPECT_EQ("f: " + std::string(strerror(EIO)), pnl_file::LastError());
+  EXPECT_EQ("f: " + std::string(strerror(EIO)), pnl_file::WriteFile("f", source).message());
   EXPECT_EQ("old", dir_.Read("f"));
   pnl_file::Dir reader(".");
   std::string names;
@@ -354,15 +356,19 @@ TEST(ScratchFileTest, KeepsWhatIsAppendedWhereNobodyElseSeesIt) {
   {
     pnl_file::ScratchFile scratch;
     ASSERT_TRUE(scratch.ok());
-    EXPECT_EQ(0, scratch.Append("first "));
-    EXPECT_EQ(6, scratch.Append(std::string(100000, 'x')));
-    EXPECT_EQ(100006, scratch.Append("last"));
+    long long at = -1;
+    ASSERT_TRUE(scratch.Append("first ", &at).ok());
+    EXPECT_EQ(0, at);
+    ASSERT_TRUE(scratch.Append(std::string(100000, 'x'), &at).ok());
+    EXPECT_EQ(6, at);
+    ASSERT_TRUE(scratch.Append("last", &at).ok());
+    EXPECT_EQ(100006, at);
     std::string text;
-    ASSERT_TRUE(scratch.Read(100006, 4, &text));
+    ASSERT_TRUE(scratch.Read(100006, 4, &text).ok());
     EXPECT_EQ("last", text);
-    ASSERT_TRUE(scratch.Read(0, 7, &text));
+    ASSERT_TRUE(scratch.Read(0, 7, &text).ok());
     EXPECT_EQ("first x", text);
-    EXPECT_FALSE(scratch.Read(100006, 5, &text));  // past the end
+    EXPECT_FALSE(scratch.Read(100006, 5, &text).ok());  // past the end
     pnl_file::Dir listing(tmp.path());
     EXPECT_FALSE(listing.Read()) << "a name in the temporary directory";
   }
@@ -373,9 +379,9 @@ TEST(ScratchFileTest, KeepsWhatIsAppendedWhereNobodyElseSeesIt) {
 }
 
 TEST_F(FileTest, MakeDirsCreatesParents) {
-  EXPECT_TRUE(pnl_file::MakeDirs("a/b/c"));
+  EXPECT_TRUE(pnl_file::MakeDirs("a/b/c").ok());
   EXPECT_TRUE(pnl_file::Exists("a/b/c"));
-  EXPECT_TRUE(pnl_file::MakeDirs("a/b/c"));
+  EXPECT_TRUE(pnl_file::MakeDirs("a/b/c").ok());
 }
 
 TEST(PlainNameTest, PlainNamesAreOnePathComponent) {
@@ -402,53 +408,51 @@ class DirHandleTest : public testing::Test {
 
 TEST_F(DirHandleTest, OpensAndCreatesDirectoriesOneComponentAtATime) {
   pnl_file::DirHandle dir;
-  EXPECT_FALSE(dir.Open("var/log", false));
-  EXPECT_EQ("var: No such file or directory", pnl_file::LastError());
-  ASSERT_TRUE(dir.Open("var/log", true));
+  EXPECT_EQ("var: No such file or directory", dir.Open("var/log", false).message());
+  ASSERT_TRUE(dir.Open("var/log", true).ok());
   EXPECT_TRUE(pnl_file::Exists("var/log"));
-  EXPECT_TRUE(dir.Open(dir_.path() + "/var/log", false));
+  EXPECT_TRUE(dir.Open(dir_.path() + "/var/log", false).ok());
 }
 
 TEST_F(DirHandleTest, LinkAtAnyComponentIsRefusedAndNothingIsCreatedBehindIt) {
   dir_.Link(outside_.path(), "var");
   pnl_file::DirHandle dir;
-  EXPECT_FALSE(dir.Open("var/log", true));
-  EXPECT_EQ("var is a symbolic link", pnl_file::LastError());
+  EXPECT_EQ("var is a symbolic link", dir.Open("var/log", true).message());
   EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/log"));
-  EXPECT_FALSE(pnl_file::MakeDirs("var/log"));
-  EXPECT_FALSE(pnl_file::WriteFile("var/f", "x"));
-  EXPECT_EQ(nullptr, pnl_file::OpenForWriting(dir_.path() + "/var/f"));
+  EXPECT_FALSE(pnl_file::MakeDirs("var/log").ok());
+  EXPECT_FALSE(pnl_file::WriteFile("var/f", "x").ok());
+  pnl_file::OutputFile out;
+  EXPECT_FALSE(out.Open(dir_.path() + "/var/f").ok());
   EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/f"));
 }
 
 TEST_F(DirHandleTest, FileInTheWayOfADirectoryIsNamed) {
   dir_.Write("var", "");
   pnl_file::DirHandle dir;
-  EXPECT_FALSE(dir.Open("var/log", true));
-  EXPECT_EQ("var is a regular file", pnl_file::LastError());
+  EXPECT_EQ("var is a regular file", dir.Open("var/log", true).message());
 }
 
 TEST_F(DirHandleTest, WriteFileRefusesALinkAndLeavesItsTargetAlone) {
   outside_.Write("target", "theirs");
   dir_.Link(outside_.path() + "/target", "f");
-  EXPECT_FALSE(pnl_file::WriteFile("f", "ours"));
-  EXPECT_EQ("f is a symbolic link", pnl_file::LastError());
+  EXPECT_EQ("f is a symbolic link", pnl_file::WriteFile("f", "ours").message());
   EXPECT_EQ("theirs", outside_.Read("target"));
   dir_.Link(outside_.path() + "/none", "dangling");
-  EXPECT_FALSE(pnl_file::WriteFile("dangling", "ours"));
+  EXPECT_FALSE(pnl_file::WriteFile("dangling", "ours").ok());
   EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/none"));
 }
 
 TEST_F(DirHandleTest, AppendingRefusesALinkEvenADanglingOne) {
   pnl_file::DirHandle dir;
-  ASSERT_TRUE(dir.Open("", false));
+  ASSERT_TRUE(dir.Open("", false).ok());
   dir_.Link(outside_.path() + "/none", "log");
-  EXPECT_EQ(-1, dir.OpenFile("log", false, 0644));
-  EXPECT_EQ("log is a symbolic link", pnl_file::LastError());
+  int fd = 0;
+  EXPECT_EQ("log is a symbolic link", dir.OpenFile("log", false, 0644, &fd).message());
+  EXPECT_EQ(-1, fd);
   EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/none"));
   ASSERT_EQ(0, mkfifo((dir_.path() + "/fifo").c_str(), 0600));
-  EXPECT_EQ(-1, dir.OpenFile("fifo", false, 0644));
-  EXPECT_EQ("fifo is a FIFO", pnl_file::LastError());
+  EXPECT_EQ("fifo is a FIFO", dir.OpenFile("fifo", false, 0644, &fd).message());
+  EXPECT_EQ(-1, fd);
 }
 
 TEST(FileNameTest, FitsFileNameLeavesRoomForTheTemporaryName) {
@@ -475,8 +479,8 @@ TEST_F(DirHandleTest, RemovalByDescriptorEmptiesTheTreeAndLeavesLinkTargets) {
   dir_.Link(outside_.path(), "var/.xmlcache/M/checked/to_dir");
   dir_.Link(outside_.path() + "/keep", "var/.xmlcache/M/to_file");
   pnl_file::DirHandle cache;
-  ASSERT_TRUE(cache.Open("var/.xmlcache", false));
-  EXPECT_TRUE(cache.Remove("M"));
+  ASSERT_TRUE(cache.Open("var/.xmlcache", false).ok());
+  EXPECT_TRUE(cache.Remove("M").ok());
   EXPECT_FALSE(pnl_file::Exists("var/.xmlcache/M"));
   EXPECT_EQ("x", outside_.Read("keep"));
 }
@@ -503,13 +507,14 @@ TEST_F(DirHandleTest, BelowCurrentDir) {
 
 TEST_F(DirHandleTest, LockIsExclusiveAndNeverTakenThroughALink) {
   pnl_file::DirHandle run;
-  ASSERT_TRUE(run.Open("var/run", true));
+  ASSERT_TRUE(run.Open("var/run", true).ok());
   pnl_file::LockFile first, second;
-  EXPECT_EQ(pnl_file::LockFile::kLocked, first.Lock(run, "m.lock"));
-  EXPECT_EQ(pnl_file::LockFile::kHeldByAnother, second.Lock(run, "m.lock"));
+  EXPECT_TRUE(first.Lock(run, "m.lock").ok());
+  EXPECT_TRUE(second.Lock(run, "m.lock").IsBusy());
   dir_.Link(outside_.path() + "/none", "var/run/n.lock");
-  EXPECT_EQ(pnl_file::LockFile::kFailed, second.Lock(run, "n.lock"));
-  EXPECT_EQ("var/run/n.lock is a symbolic link", pnl_file::LastError());
+  const pnl::Status refused = second.Lock(run, "n.lock");
+  EXPECT_FALSE(refused.IsBusy());
+  EXPECT_EQ("var/run/n.lock is a symbolic link", refused.message());
   EXPECT_FALSE(pnl_file::Exists(outside_.path() + "/none"));
 }
 
@@ -522,8 +527,8 @@ TEST_F(DirHandleTest, ShortWriteKeepsTheOldFileAndLeavesNoTemporaryFile) {
     struct rlimit limit = {8, 8};
     signal(SIGXFSZ, SIG_IGN);
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(3);
-    bool ok = pnl_file::WriteFile("f", std::string(100, 'x'));
-    _exit(!ok && pnl_file::LastError() == "f: File too large" ? 0 : 1);
+    const pnl::Status written = pnl_file::WriteFile("f", std::string(100, 'x'));
+    _exit(written.message() == "f: File too large" ? 0 : 1);
   }
   int status = 0;
   ASSERT_EQ(child, waitpid(child, &status, 0));
@@ -602,9 +607,9 @@ TEST_F(BlockOutputTest, AFailedWriteIsKept) {
 TEST_F(FileTest, ReadFileRefusesAFifoWithoutWaitingForAWriter) {
   ASSERT_EQ(mkfifo((dir_.path() + "/pipe.xml").c_str(), 0600), 0);
   std::string text = "left over";
-  EXPECT_FALSE(pnl_file::ReadFile(dir_.path() + "/pipe.xml", text));
-  EXPECT_EQ(EINVAL, errno);
-  EXPECT_EQ(dir_.path() + "/pipe.xml is a FIFO, not a regular file", pnl_file::LastError());
+  const pnl::Status read = pnl_file::ReadFile(dir_.path() + "/pipe.xml", text);
+  EXPECT_EQ(dir_.path() + "/pipe.xml is a FIFO, not a regular file", read.message());
+  EXPECT_EQ(strerror(EINVAL), read.cause());
   EXPECT_EQ(text, "");
   EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/pipe.xml"), "");
 }
@@ -619,31 +624,80 @@ TEST_F(FileTest, StampChangesWithTheFile) {
   EXPECT_EQ(pnl_file::Stamp(dir_.path() + "/missing.xml"), "");
 }
 
-TEST_F(FileTest, OpenForWritingCreatesOrEmptiesARegularFile) {
+TEST_F(FileTest, OutputFileCreatesOrEmptiesARegularFile) {
   dir_.Write("audit", "old contents\n");
-  FILE* out = pnl_file::OpenForWriting(dir_.path() + "/audit");
-  ASSERT_NE(out, nullptr);
-  fputs("new\n", out);
-  fclose(out);
+  pnl_file::OutputFile out;
+  ASSERT_TRUE(out.Open(dir_.path() + "/audit").ok());
+  EXPECT_TRUE(out.Append("new\n").ok());
+  EXPECT_TRUE(out.Close().ok());
   EXPECT_EQ(dir_.Read("audit"), "new\n");
-  out = pnl_file::OpenForWriting(dir_.path() + "/created");
-  ASSERT_NE(out, nullptr);
-  fclose(out);
+  ASSERT_TRUE(out.Open(dir_.path() + "/created").ok());
+  EXPECT_TRUE(out.Close().ok());
   EXPECT_TRUE(pnl_file::Exists(dir_.path() + "/created"));
 }
 
-TEST_F(FileTest, OpenForWritingRefusesALinkAndLeavesItsTargetAlone) {
+TEST_F(FileTest, OutputFileWritesABlockOnlyWhenATextNoLongerFits) {
+  pnl_file::OutputFile out;
+  ASSERT_TRUE(out.Open(dir_.path() + "/audit").ok());
+  const std::string line(1000, 'x');
+  for (int i = 0; i < 65; ++i) ASSERT_TRUE(out.Append(line).ok());
+  EXPECT_EQ("", dir_.Read("audit"));  // 65000 bytes: all kept
+  ASSERT_TRUE(out.Append(std::string(536, 'y')).ok());
+  EXPECT_EQ("", dir_.Read("audit"));  // exactly 64 kB: still kept
+  ASSERT_TRUE(out.Append("z").ok());
+  EXPECT_EQ(65536u, dir_.Read("audit").size());
+  ASSERT_TRUE(out.Append(std::string(200000, 'w')).ok());
+  EXPECT_TRUE(out.Close().ok());
+  EXPECT_EQ(65536u + 1 + 200000, dir_.Read("audit").size());
+}
+
+TEST_F(FileTest, OutputFileTellsAFailedWriteWithTheSystemsWords) {
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    // A file size limit stands in for a full disk.
+    struct rlimit limit = {8, 8};
+    signal(SIGXFSZ, SIG_IGN);
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(3);
+    pnl_file::OutputFile out;
+    if (!out.Open("audit").ok()) _exit(4);
+    if (!out.Append(std::string(100, 'x')).ok()) _exit(5);  // kept
+    const pnl::Status closed = out.Close();
+    const bool told = closed.message() == "audit: File too large" &&
+                      closed.cause() == "File too large";
+    _exit(told ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  EXPECT_EQ(0, WEXITSTATUS(status));
+}
+
+TEST_F(FileTest, OutputFileRefusesALinkAndLeavesItsTargetAlone) {
   dir_.Write("etc/xml/m.xml", "<pnldata/>\n");
   dir_.Link(dir_.path() + "/etc/xml/m.xml", "audit");
-  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/audit"), nullptr);
+  pnl_file::OutputFile out;
+  EXPECT_FALSE(out.Open(dir_.path() + "/audit").ok());
   EXPECT_EQ(dir_.Read("etc/xml/m.xml"), "<pnldata/>\n");
 }
 
-TEST_F(FileTest, OpenForWritingRefusesAFifoAndADirectoryWithoutWaiting) {
+TEST_F(FileTest, OutputFileRefusesAFifoAndADirectoryWithoutWaiting) {
   ASSERT_EQ(mkfifo((dir_.path() + "/fifo").c_str(), 0600), 0);
-  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/fifo"), nullptr);
+  pnl_file::OutputFile out;
+  EXPECT_FALSE(out.Open(dir_.path() + "/fifo").ok());
   dir_.MakeDir("dir");
-  EXPECT_EQ(pnl_file::OpenForWriting(dir_.path() + "/dir"), nullptr);
+  EXPECT_FALSE(out.Open(dir_.path() + "/dir").ok());
+}
+
+TEST_F(FileTest, RealPathResolvesLinks) {
+  dir_.Write("file", "x");
+  dir_.Link(dir_.path() + "/file", "link");
+  std::string real;
+  ASSERT_TRUE(pnl_file::RealPath(dir_.path() + "/link", &real).ok());
+  EXPECT_EQ(pnl_file::GetCurrentDir() + "/file", real);
+  const pnl::Status missing = pnl_file::RealPath(dir_.path() + "/missing", &real);
+  EXPECT_TRUE(missing.IsNotFound());
+  EXPECT_EQ(strerror(ENOENT), missing.cause());
+  EXPECT_EQ("", real);
 }
 
 TEST_F(FileTest, IsLinkSeesTheLinkItselfOnly) {

@@ -1,9 +1,13 @@
 #include "pnl/log.h"
 
+#include <pthread.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <time.h>
 #include <unistd.h>
+
+#include <atomic>
+#include <mutex>
 
 #include "pnl/file.h"
 
@@ -21,6 +25,25 @@ struct LogState {
 LogState& State() {
   static LogState state;
   return state;
+}
+
+// The process id that records carry, taken once per process rather than
+// asked of the system for every record; 0 until taken. A forked child
+// forgets its parent's (the handler runs in the child of every fork), and
+// takes its own at its first record.
+std::atomic<long> g_pid{0};
+
+void ForgetPid() { g_pid.store(0, std::memory_order_relaxed); }
+
+long Pid() {
+  static std::once_flag registered;
+  std::call_once(registered, [] { pthread_atfork(nullptr, nullptr, ForgetPid); });
+  long pid = g_pid.load(std::memory_order_relaxed);
+  if (pid == 0) {
+    pid = static_cast<long>(getpid());
+    g_pid.store(pid, std::memory_order_relaxed);
+  }
+  return pid;
 }
 
 // Formats a printf format and its arguments into a string, whatever the
@@ -55,9 +78,9 @@ void Init(const std::string& name, Level level) {
   // Reached without following a link, and never a link itself: a log
   // appended through a link would write into someone else's file.
   pnl_file::DirHandle log_dir;
-  if (!log_dir.Open("var/log", true)) return;
-  int fd = log_dir.OpenFile(name + ".log", false, 0644);
-  if (fd < 0) return;
+  if (!log_dir.Open("var/log", true).ok()) return;
+  int fd = -1;
+  if (!log_dir.OpenFile(name + ".log", false, 0644, &fd).ok()) return;
   // Close-on-exec: the log is not inherited by the commands that we run.
   state.file = fdopen(fd, "a");
   if (state.file == nullptr) {
@@ -100,7 +123,7 @@ void Module::Write(Level level, const char* format, ...) const {
     strftime(stamp, sizeof(stamp), "%Y-%m-%d %H:%M:%S", &local);
 
   std::string record = stamp;
-  record += " [" + std::to_string(static_cast<long>(getpid())) + "] ";
+  record += " [" + std::to_string(Pid()) + "] ";
   record += name_;
   record += " " + std::to_string(level) + " ";
   record += text;

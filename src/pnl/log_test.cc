@@ -1,6 +1,7 @@
 #include "pnl/log.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -55,6 +56,28 @@ TEST_F(LogTest, RecordLayout) {
                     std::to_string(getpid()) +
                     "\\] msglint 3 There is no label for name in 7\n");
   EXPECT_TRUE(std::regex_match(text, layout)) << text;
+}
+
+TEST_F(LogTest, AForkedChildsRecordsCarryItsOwnProcessId) {
+  ScratchDir dir;
+  pnl_log::Module log("msglint", "kern");
+  pnl_log::Init("msglint", 5);
+  log.Write(3, "parent");
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    log.Write(3, "child");
+    _exit(0);
+  }
+  int status = 0;
+  ASSERT_EQ(child, waitpid(child, &status, 0));
+  log.Write(3, "parent again");
+  const std::string text = dir.Read("var/log/msglint.log");
+  const std::string parent = "[" + std::to_string(getpid()) + "] msglint 3 parent";
+  EXPECT_NE(std::string::npos, text.find(parent + "\n")) << text;
+  EXPECT_NE(std::string::npos,
+            text.find("[" + std::to_string(child) + "] msglint 3 child\n")) << text;
+  EXPECT_NE(std::string::npos, text.find(parent + " again\n")) << text;
 }
 
 TEST_F(LogTest, RecordsAboveTheLevelAreNotWritten) {

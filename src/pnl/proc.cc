@@ -143,27 +143,22 @@ bool PlainWord(const std::string& word) {
 
 }  // namespace
 
-pid_t Spawn(const std::vector<std::string>& argv, const SpawnOptions& options,
-            std::string* error) {
-  if (argv.empty() || argv[0].empty()) {
-    *error = "empty command";
-    return -1;
-  }
+pnl::Status Spawn(const std::vector<std::string>& argv, const SpawnOptions& options,
+                  pid_t* started) {
+  *started = -1;
+  if (argv.empty() || argv[0].empty()) return pnl::Status::Error("empty command");
   std::vector<char*> args;
   for (const std::string& word : argv)
     args.push_back(const_cast<char*>(word.c_str()));
   args.push_back(nullptr);
 
   posix_spawnattr_t attr;
-  if (!MakeAttributes(&attr, options.new_session)) {
-    *error = "cannot prepare the process attributes";
-    return -1;
-  }
+  if (!MakeAttributes(&attr, options.new_session))
+    return pnl::Status::Error("cannot prepare the process attributes");
   posix_spawn_file_actions_t actions;
   if (!MakeFileActions(&actions, options)) {
     posix_spawnattr_destroy(&attr);
-    *error = "cannot prepare the process descriptors";
-    return -1;
+    return pnl::Status::Error("cannot prepare the process descriptors");
   }
   pid_t pid = -1;
   int r = argv[0].find('/') == std::string::npos
@@ -173,11 +168,9 @@ pid_t Spawn(const std::vector<std::string>& argv, const SpawnOptions& options,
                             environ);
   posix_spawn_file_actions_destroy(&actions);
   posix_spawnattr_destroy(&attr);
-  if (r != 0) {
-    *error = strerror(r);
-    return -1;
-  }
-  return pid;
+  if (r != 0) return pnl::Status::FromErrno(r, strerror(r));
+  *started = pid;
+  return pnl::Status();
 }
 
 std::string CommandLine(const std::vector<std::string>& argv) {
@@ -223,28 +216,29 @@ void Execute::Start() {
   status_ = -1;
 
   if (argv_.empty()) {
-    error_ = "empty command";
+    status_text_ = pnl::Status::Error("empty command");
     if (Log().Check(3)) Log().Write(3, "Empty command not run");
     return;
   }
 
   int output[2];
   if (pipe2(output, O_CLOEXEC) != 0) {
-    error_ = strerror(errno);
+    status_text_ = pnl::Status::FromErrno(errno, strerror(errno));
     if (Log().Check(3))
       Log().Write(3, "%s: cannot make a pipe: %s", command_.c_str(),
-                  error_.c_str());
+                  status_text_.message().c_str());
     return;
   }
   SpawnOptions options;
   options.stdout_fd = output[1];
   options.stderr_fd = output[1];
-  pid_t pid = Spawn(argv_, options, &error_);
+  pid_t pid = -1;
+  status_text_ = Spawn(argv_, options, &pid);
   close(output[1]);
-  if (pid < 0) {
+  if (!status_text_.ok()) {
     close(output[0]);
     if (Log().Check(3))
-      Log().Write(3, "%s: cannot run: %s", command_.c_str(), error_.c_str());
+      Log().Write(3, "%s: cannot run: %s", command_.c_str(), status_text_.message().c_str());
     return;
   }
   started_ = true;
@@ -328,15 +322,15 @@ void Execute::Wait() {
 
   if (reaped && WIFEXITED(wait_status) && !killed) {
     status_ = WEXITSTATUS(wait_status);
-    if (status_ != 0) error_ = "exit status " + std::to_string(status_);
+    if (status_ != 0) status_text_ = pnl::Status::Error("exit status " + std::to_string(status_));
   } else {
     status_ = -1;
     if (killed)
-      error_ = "killed after " + std::to_string(time_limit_s_) + " seconds";
+      status_text_ = pnl::Status::Error("killed after " + std::to_string(time_limit_s_) + " seconds");
     else if (reaped && WIFSIGNALED(wait_status))
-      error_ = "killed by signal " + std::to_string(WTERMSIG(wait_status));
+      status_text_ = pnl::Status::Error("killed by signal " + std::to_string(WTERMSIG(wait_status)));
     else
-      error_ = "lost track of the process";
+      status_text_ = pnl::Status::Error("lost track of the process");
   }
 }
 
@@ -347,6 +341,12 @@ int Execute::Result() {
 }
 
 void CloseDescriptorsFrom(int first, int keep) { CloseFrom(first, keep); }
+
+void Pause(int seconds) {
+  struct timespec left = {seconds, 0};
+  while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
+}
 
 namespace {
 
@@ -364,20 +364,17 @@ void OnStopSignal(int) {
 
 }  // namespace
 
-bool Detach(int* status, std::string* error) {
+pnl::Status Detach(bool* detached) {
+  *detached = false;
   int ready[2];
-  if (pipe2(ready, O_CLOEXEC) != 0) {
-    *error = std::string("cannot make a pipe: ") + strerror(errno);
-    *status = 1;
-    return false;
-  }
+  if (pipe2(ready, O_CLOEXEC) != 0)
+    return pnl::Status::FromErrno(errno, std::string("cannot make a pipe: ") + strerror(errno));
   pid_t pid = fork();
   if (pid < 0) {
-    *error = std::string("cannot fork: ") + strerror(errno);
+    const int error = errno;
     close(ready[0]);
     close(ready[1]);
-    *status = 1;
-    return false;
+    return pnl::Status::FromErrno(error, std::string("cannot fork: ") + strerror(error));
   }
   if (pid > 0) {
     close(ready[1]);
@@ -387,9 +384,8 @@ bool Detach(int* status, std::string* error) {
       n = read(ready[0], &answer, 1);
     } while (n < 0 && errno == EINTR);
     close(ready[0]);
-    *status = n == 1 && answer == '1' ? 0 : 1;
-    if (*status != 0) *error = "the detached process did not start";
-    return false;
+    if (n == 1 && answer == '1') return pnl::Status();
+    return pnl::Status::Error("the detached process did not start");
   }
   close(ready[0]);
   g_start_fd = ready[1];
@@ -401,7 +397,8 @@ bool Detach(int* status, std::string* error) {
     dup2(null_fd, 2);
     if (null_fd > 2) close(null_fd);
   }
-  return true;
+  *detached = true;
+  return pnl::Status();
 }
 
 void StartDone(bool ready) {
@@ -417,7 +414,7 @@ void StartDone(bool ready) {
 
 StopSignals::StopSignals() {
   if (pipe2(fds_, O_CLOEXEC | O_NONBLOCK) != 0) {
-    error_ = std::string("cannot make a pipe: ") + strerror(errno);
+    status_ = pnl::Status::FromErrno(errno, std::string("cannot make a pipe: ") + strerror(errno));
     fds_[0] = fds_[1] = -1;
     return;
   }

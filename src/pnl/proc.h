@@ -10,7 +10,7 @@
 // Execute runs one command to its end: its standard input is /dev/null;
 // what it prints on standard output and error goes to the log, never to
 // this process's own streams. A command that cannot be started is a failed
-// result (-1, with the reason in Error()), never an exception. A command
+// result (-1, with the reason in status()), never an exception. A command
 // still running after two minutes is killed (logged) so that nothing waits
 // forever.
 #ifndef PNL_PROC_H_
@@ -20,6 +20,8 @@
 
 #include <string>
 #include <vector>
+
+#include "pnl/status.h"
 
 namespace pnl_proc {
 
@@ -37,10 +39,11 @@ struct SpawnOptions {
 // Starts the program argv[0] (looked up in PATH when it holds no "/") with
 // the argument vector `argv`. The program holds no descriptor of the caller
 // but its three standard ones, every signal at its default action and none
-// blocked. Returns its process id, or -1 with the reason in `error` when it
-// could not be started (no such program, not executable, no resources).
-pid_t Spawn(const std::vector<std::string>& argv, const SpawnOptions& options,
-            std::string* error);
+// blocked. `pid` gets its process id; not ok (and `pid` -1) when it could
+// not be started (no such program, not executable, no resources), the
+// message then the reason alone ("No such file or directory").
+pnl::Status Spawn(const std::vector<std::string>& argv, const SpawnOptions& options,
+                  pid_t* pid);
 
 // The argument vector as one line for messages: words joined by blanks, a
 // word that is empty or holds anything but letters, digits and "_-.,/=:+@%"
@@ -83,9 +86,10 @@ class Execute {
   int Result();
   // After a run: false when the program could not be started at all.
   bool Started() const { return started_; }
-  // After a run that did not end with status 0: why, in a few words
-  // ("No such file or directory", "exit status 1", "killed by signal 9").
-  const std::string& Error() const { return error_; }
+  // After a run that did not end with status 0: not ok, with why in a few
+  // words ("No such file or directory", "exit status 1", "killed by
+  // signal 9").
+  const pnl::Status& status() const { return status_text_; }
   // The command as CommandLine shows it.
   std::string Line() const { return CommandLine(argv_); }
   // The argument vector it runs.
@@ -94,7 +98,7 @@ class Execute {
  private:
   std::vector<std::string> argv_;
   std::string command_;  // for log records
-  std::string error_;
+  pnl::Status status_text_;
   std::string output_;
   bool capture_ = false;
   bool started_ = false;
@@ -115,13 +119,14 @@ void CloseDescriptorsFrom(int first, int keep = -1);
 
 // Detaching a server from the program that started it. Detach forks: the
 // process that called it waits, in Detach, until the detached one tells
-// how its start went (StartDone) or dies, and gets false with the exit
-// status to end with (0 ready, 1 failed). The detached process gets true:
-// it runs in a session of its own with its standard descriptors on
-// /dev/null. A fork (not a re-exec through Spawn) keeps the server's
-// request handler, built by the caller before Detach, without passing
-// anything through arguments; the detached process execs nothing.
-bool Detach(int* status, std::string* error);
+// how its start went (StartDone) or dies, and gets `detached` false and
+// ok when it is ready, not ok when it failed or could not be started. The
+// detached process gets `detached` true: it runs in a session of its own
+// with its standard descriptors on /dev/null. A fork (not a re-exec
+// through Spawn) keeps the server's request handler, built by the caller
+// before Detach, without passing anything through arguments; the detached
+// process execs nothing.
+pnl::Status Detach(bool* detached);
 // In the detached process: tells the waiting starter `ready` (its status 0)
 // or failure (1). Only the first call counts.
 void StartDone(bool ready);
@@ -136,16 +141,19 @@ class StopSignals {
   ~StopSignals();
   StopSignals(const StopSignals&) = delete;
   StopSignals& operator=(const StopSignals&) = delete;
-  // False, with the reason in error(), when the signals could not be set up.
-  bool ok() const { return fds_[0] >= 0; }
-  const std::string& error() const { return error_; }
+  // Not ok when the signals could not be set up.
+  const pnl::Status& status() const { return status_; }
   // Readable once a stop signal has arrived.
   int fd() const { return fds_[0]; }
 
  private:
   int fds_[2] = {-1, -1};
-  std::string error_;
+  pnl::Status status_;
 };
+
+// Sleeps `seconds` whole (a signal does not cut it short). The wait is
+// nanosleep's, which the test suite's preload library answers at once.
+void Pause(int seconds);
 
 }  // namespace pnl_proc
 

@@ -74,7 +74,7 @@ TEST_F(ProcTest, StartedCommandsRunTogetherAndEachKeepsItsOutput) {
   EXPECT_EQ("one\n", first.Output());
   EXPECT_EQ(2, second.Result());
   EXPECT_EQ("two\n", second.Output());
-  EXPECT_EQ("exit status 2", second.Error());
+  EXPECT_EQ("exit status 2", second.status().message());
 }
 
 TEST_F(ProcTest, WaitWithoutStartDoesNothing) {
@@ -224,7 +224,7 @@ TEST_F(ProcTest, ArgumentVectorReachesTheProgramAsItStands) {
   pnl_proc::Execute command({"printf", "%s|", "a b", "", "\tc ; $(touch x)", "'q'"});
   EXPECT_EQ(0, command.Result());
   EXPECT_TRUE(command.Started());
-  EXPECT_EQ("", command.Error());
+  EXPECT_EQ("", command.status().message());
   EXPECT_FALSE(pnl_file::Exists("x"));
   EXPECT_EQ(
       "5 printf '%s|' 'a b' '' '\tc ; $(touch x)' ''\\''q'\\''': a b||\tc ; "
@@ -244,17 +244,17 @@ TEST_F(ProcTest, FailureSaysWhy) {
   pnl_proc::Execute failed({"sh", "-c", "exit 3"});
   EXPECT_EQ(3, failed.Result());
   EXPECT_TRUE(failed.Started());
-  EXPECT_EQ("exit status 3", failed.Error());
+  EXPECT_EQ("exit status 3", failed.status().message());
 
   pnl_proc::Execute missing({"/nonexistent/program", "a b"});
   EXPECT_EQ(-1, missing.Result());
   EXPECT_FALSE(missing.Started());
-  EXPECT_EQ("No such file or directory", missing.Error());
+  EXPECT_EQ("No such file or directory", missing.status().message());
   EXPECT_EQ("/nonexistent/program 'a b'", missing.Line());
 
   pnl_proc::Execute killed({"sh", "-c", "kill -9 $$"});
   EXPECT_EQ(-1, killed.Result());
-  EXPECT_EQ("killed by signal 9", killed.Error());
+  EXPECT_EQ("killed by signal 9", killed.status().message());
 
   pnl_proc::Execute empty(std::vector<std::string>{});
   EXPECT_EQ(-1, empty.Result());
@@ -266,7 +266,7 @@ TEST_F(ProcTest, SignalsIgnoredByTheCallerAreAtTheirDefaultInTheProgram) {
   pnl_proc::Execute command({"sh", "-c", "kill -TERM $$; exit 0"});
   EXPECT_EQ(-1, command.Result());
   signal(SIGTERM, SIG_DFL);
-  EXPECT_EQ("killed by signal 15", command.Error());
+  EXPECT_EQ("killed by signal 15", command.status().message());
 }
 
 TEST(SpawnTest, GivesThePidAndTheStandardDescriptorsAsAsked) {
@@ -274,11 +274,11 @@ TEST(SpawnTest, GivesThePidAndTheStandardDescriptorsAsAsked) {
   ASSERT_EQ(0, pipe(out));
   pnl_proc::SpawnOptions options;
   options.stdout_fd = out[1];
-  std::string error;
-  pid_t pid = pnl_proc::Spawn({"sh", "-c", "echo $$; ls /proc/self/fd | wc -l"},
-                              options, &error);
+  pid_t pid = -1;
+  const pnl::Status spawned =
+      pnl_proc::Spawn({"sh", "-c", "echo $$; ls /proc/self/fd | wc -l"}, options, &pid);
   close(out[1]);
-  ASSERT_GT(pid, 0) << error;
+  ASSERT_GT(pid, 0) << spawned.message();
   char buffer[256];
   std::string text;
   for (ssize_t n; (n = read(out[0], buffer, sizeof(buffer))) > 0;) text.append(buffer, n);
@@ -296,10 +296,10 @@ TEST(SpawnTest, NewSessionDetachesTheProgram) {
   pnl_proc::SpawnOptions options;
   options.stdout_fd = out[1];
   options.new_session = true;
-  std::string error;
-  pid_t pid = pnl_proc::Spawn({"sh", "-c", "ps -o sid= -p $$"}, options, &error);
+  pid_t pid = -1;
+  const pnl::Status spawned = pnl_proc::Spawn({"sh", "-c", "ps -o sid= -p $$"}, options, &pid);
   close(out[1]);
-  ASSERT_GT(pid, 0) << error;
+  ASSERT_GT(pid, 0) << spawned.message();
   char buffer[64];
   ssize_t n = read(out[0], buffer, sizeof(buffer));
   close(out[0]);
@@ -309,12 +309,24 @@ TEST(SpawnTest, NewSessionDetachesTheProgram) {
 }
 
 TEST(SpawnTest, ProgramThatCannotBeStartedIsAnErrorNotAProcess) {
-  std::string error;
-  EXPECT_EQ(-1, pnl_proc::Spawn({"no-such-program-anywhere"}, pnl_proc::SpawnOptions(), &error));
-  EXPECT_EQ("No such file or directory", error);
-  EXPECT_EQ(-1, pnl_proc::Spawn({}, pnl_proc::SpawnOptions(), &error));
-  EXPECT_EQ("empty command", error);
+  pid_t pid = 0;
+  EXPECT_EQ("No such file or directory",
+            pnl_proc::Spawn({"no-such-program-anywhere"}, pnl_proc::SpawnOptions(), &pid).message());
+  EXPECT_EQ(-1, pid);
+  pid = 0;
+  EXPECT_EQ("empty command", pnl_proc::Spawn({}, pnl_proc::SpawnOptions(), &pid).message());
+  EXPECT_EQ(-1, pid);
   EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
+}
+
+TEST(PauseTest, SleepsTheWholeTime) {
+  struct timespec before, after;
+  clock_gettime(CLOCK_MONOTONIC, &before);
+  pnl_proc::Pause(1);
+  clock_gettime(CLOCK_MONOTONIC, &after);
+  const long long ms = (after.tv_sec - before.tv_sec) * 1000LL +
+                       (after.tv_nsec - before.tv_nsec) / 1000000;
+  EXPECT_GE(ms, 1000);
 }
 
 TEST(CommandLineTest, QuotesWhatAPersonCouldMisread) {
@@ -329,14 +341,14 @@ TEST(DetachTest, StarterWaitsForTheDetachedProcessAndGetsItsWord) {
     pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-      int status = -1;
-      std::string error;
-      if (pnl_proc::Detach(&status, &error)) {
+      bool detached = false;
+      const pnl::Status started = pnl_proc::Detach(&detached);
+      if (detached) {
         // The detached process: a session of its own.
         pnl_proc::StartDone(getsid(0) == getpid() && ready);
         _exit(0);
       }
-      _exit(status);
+      _exit(started.ok() ? 0 : 1);
     }
     int status = 0;
     ASSERT_EQ(child, waitpid(child, &status, 0));
@@ -349,10 +361,10 @@ TEST(DetachTest, DetachedProcessThatDiesSilentlyIsAFailedStart) {
   pid_t child = fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
-    int status = -1;
-    std::string error;
-    if (pnl_proc::Detach(&status, &error)) _exit(0);
-    _exit(status == 1 && error == "the detached process did not start" ? 7 : 8);
+    bool detached = false;
+    const pnl::Status started = pnl_proc::Detach(&detached);
+    if (detached) _exit(0);
+    _exit(started.message() == "the detached process did not start" ? 7 : 8);
   }
   int status = 0;
   ASSERT_EQ(child, waitpid(child, &status, 0));
@@ -361,7 +373,7 @@ TEST(DetachTest, DetachedProcessThatDiesSilentlyIsAFailedStart) {
 
 TEST(StopSignalsTest, TermMakesTheDescriptorReadableInsteadOfKilling) {
   pnl_proc::StopSignals signals;
-  ASSERT_TRUE(signals.ok());
+  ASSERT_TRUE(signals.status().ok());
   pollfd p = {signals.fd(), POLLIN, 0};
   EXPECT_EQ(0, poll(&p, 1, 0));
   ASSERT_EQ(0, kill(getpid(), SIGTERM));

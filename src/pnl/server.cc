@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/socket.h>
@@ -96,28 +95,25 @@ class Server {
 };
 
 int Server::Run() {
-  if (!run_dir_.Open("var/run", true)) {
-    kLog.Write(3, "cannot open var/run: %s", pnl_file::LastError().c_str());
+  if (pnl::Status opened = run_dir_.Open("var/run", true); !opened.ok()) {
+    kLog.Write(3, "cannot open var/run: %s", opened.message().c_str());
     pnl_proc::StartDone(false);
     return 1;
   }
   pnl_file::LockFile lock;
-  switch (lock.Lock(run_dir_, manager_ + ".lock")) {
-    case pnl_file::LockFile::kLocked:
-      break;
-    case pnl_file::LockFile::kHeldByAnother:
-      kLog.Write(5, "the panel of %s is already running", manager_.c_str());
-      pnl_proc::StartDone(true);
-      return 0;
-    case pnl_file::LockFile::kFailed:
-      kLog.Write(3, "cannot lock: %s", pnl_file::LastError().c_str());
-      pnl_proc::StartDone(false);
-      return 1;
+  if (pnl::Status locked = lock.Lock(run_dir_, manager_ + ".lock"); locked.IsBusy()) {
+    kLog.Write(5, "the panel of %s is already running", manager_.c_str());
+    pnl_proc::StartDone(true);
+    return 0;
+  } else if (!locked.ok()) {
+    kLog.Write(3, "cannot lock: %s", locked.message().c_str());
+    pnl_proc::StartDone(false);
+    return 1;
   }
 
   pnl_proc::StopSignals signals;
-  if (!signals.ok()) {
-    kLog.Write(3, "%s", signals.error().c_str());
+  if (!signals.status().ok()) {
+    kLog.Write(3, "%s", signals.status().message().c_str());
     pnl_proc::StartDone(false);
     return 1;
   }
@@ -127,9 +123,10 @@ int Server::Run() {
     pnl_proc::StartDone(false);
     return 1;
   }
-  if (!run_dir_.WriteFile(manager_ + ".pid",
-                          str::Str(static_cast<long>(getpid())) + "\n")) {
-    kLog.Write(3, "cannot write the pid file: %s", pnl_file::LastError().c_str());
+  if (pnl::Status written = run_dir_.WriteFile(
+          manager_ + ".pid", str::Str(static_cast<long>(getpid())) + "\n");
+      !written.ok()) {
+    kLog.Write(3, "cannot write the pid file: %s", written.message().c_str());
     Cleanup();
     pnl_proc::StartDone(false);
     return 1;
@@ -302,30 +299,25 @@ void Server::Cleanup() {
 
 }  // namespace
 
-int StartDetached(const std::string& manager, const Handler& handler,
-                  const ServerOptions& options) {
+pnl::Status StartDetached(const std::string& manager, const Handler& handler,
+                          const ServerOptions& options) {
   pnl_proc::CloseDescriptorsFrom(3);
   pnl_file::DirHandle run_dir, log_dir;
-  if (!run_dir.Open("var/run", true) || !log_dir.Open("var/log", true)) {
-    fprintf(stderr, "kern: cannot use %s\n", pnl_file::LastError().c_str());
-    return 1;
-  }
+  pnl::Status opened = run_dir.Open("var/run", true);
+  if (opened.ok()) opened = log_dir.Open("var/log", true);
+  if (!opened.ok()) return pnl::Status::Error("cannot use " + opened.message());
   // The log is the detached server's only voice: a link or anything but a
   // regular file there stops the start.
   const std::string log_path = "var/log/" + manager + ".log";
   const std::string found = pnl_file::Describe(log_path);
-  if (!found.empty() && found != "a regular file") {
-    fprintf(stderr, "kern: unsafe installation: %s is %s\n", log_path.c_str(),
-            found.c_str());
-    return 1;
-  }
-  int status = 1;
-  std::string error;
-  if (!pnl_proc::Detach(&status, &error)) {
-    if (status != 0)
-      fprintf(stderr, "kern: the panel of %s did not start: %s (see var/log/%s.log)\n",
-              manager.c_str(), error.c_str(), manager.c_str());
-    return status;
+  if (!found.empty() && found != "a regular file")
+    return pnl::Status::Error("unsafe installation: " + log_path + " is " + found);
+  bool detached = false;
+  pnl::Status started = pnl_proc::Detach(&detached);
+  if (!detached) {
+    if (started.ok()) return started;
+    return pnl::Status::Error("the panel of " + manager + " did not start: " +
+                              started.message() + " (see var/log/" + manager + ".log)");
   }
   pnl_log::Init(manager, 5);
   Server server(manager, handler, options);

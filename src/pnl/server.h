@@ -12,6 +12,8 @@
 #include <functional>
 #include <string>
 
+#include "pnl/status.h"
+
 namespace pnl_server {
 
 // Turns a request line into the reply text.
@@ -28,14 +30,15 @@ struct ServerOptions {
   std::string too_long_reply;
 };
 
-// Starts the server of `manager` in the background and returns the exit
-// status for the starting process: 0 once the detached server is ready to
-// answer (or another server of the manager already runs), 1 when it could
-// not start, with one line on standard error saying why. The detached
-// process serves requests with `handler` and never returns from this
-// function.
-int StartDetached(const std::string& manager, const Handler& handler,
-                  const ServerOptions& options);
+// Starts the server of `manager` in the background and returns, in the
+// starting process, ok once the detached server is ready to answer (or
+// another server of the manager already runs), not ok when it could not
+// start, the message saying why ("cannot use var/run is a symbolic link",
+// "unsafe installation: var/log/M.log is a directory", "the panel of M did
+// not start: ... (see var/log/M.log)"). The detached process serves
+// requests with `handler` and never returns from this function.
+pnl::Status StartDetached(const std::string& manager, const Handler& handler,
+                          const ServerOptions& options);
 
 }  // namespace pnl_server
 

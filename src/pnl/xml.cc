@@ -1,6 +1,5 @@
 #include "pnl/xml.h"
 
-#include <errno.h>
 #include <algorithm>
 #include <stdio.h>
 #include <string.h>
@@ -672,20 +671,17 @@ bool Xml::LoadFromFile(const std::string& path) {
     }
   }
   std::string text;
-  if (!pnl_file::ReadFile(path, text)) {
-    int error = errno;
+  if (pnl::Status read = pnl_file::ReadFile(path, text); !read.ok()) {
     if (!doc_) doc_ = std::make_shared<DocHolder>();
     Replace(*doc_, nullptr, doc_.use_count() > 1);
     // A missing file is normal (optional files); other failures are not,
     // and are told on standard error as a malformed file is.
-    const bool missing = error == ENOENT || error == ENOTDIR;
+    const bool missing = read.IsNotFound() || read.IsNotDirectory();
     pnl_log::Level level = missing ? 6 : 3;
     if (Log().Check(level))
-      Log().Write(level, "Cannot read %s: %s", path.c_str(), strerror(error));
+      Log().Write(level, "Cannot read %s: %s", path.c_str(), read.cause().c_str());
     // A FIFO or device where the file should be is named for what it is.
-    if (!missing)
-      Tell(path, error == EINVAL ? pnl_file::LastError()
-                                 : path + ": cannot read: " + strerror(error));
+    if (!missing) Tell(path, read.message());
     return false;
   }
   const bool ok = LoadFromString(text, path);
@@ -765,13 +761,11 @@ std::string Xml::ToString(bool raw) const {
 
 void SetProblemReporter(ProblemReporter reporter) { g_reporter = reporter; }
 
-bool Xml::Save(const std::string& path, bool raw) const {
-  if (pnl_file::WriteFile(path, ToString(raw))) return true;
-  int error = errno;
-  if (Log().Check(3))
-    Log().Write(3, "Cannot write %s: %s", path.c_str(), pnl_file::LastError().c_str());
-  errno = error;
-  return false;
+pnl::Status Xml::Save(const std::string& path, bool raw) const {
+  pnl::Status written = pnl_file::WriteFile(path, ToString(raw));
+  if (!written.ok() && Log().Check(3))
+    Log().Write(3, "Cannot write %s: %s", path.c_str(), written.message().c_str());
+  return written;
 }
 
 namespace {
@@ -911,22 +905,19 @@ bool SpansAgree(const std::string& text, const std::vector<ElementSpan>& spans) 
 
 }  // namespace
 
-bool ScanElements(const std::string& text, const std::string& origin,
-                  std::vector<ElementSpan>* spans, std::string* error) {
+pnl::Status ScanElements(const std::string& text, const std::string& origin,
+                         std::vector<ElementSpan>* spans) {
   SetUpLibxml();
   spans->clear();
-  error->clear();
   // A byte-order mark of UTF-16 or UTF-32 announces converted offsets.
   if (text.size() >= 2 &&
       ((text[0] == '\xff' && text[1] == '\xfe') ||
        (text[0] == '\xfe' && text[1] == '\xff') ||
        (text.size() >= 4 && text.compare(0, 4, std::string("\0\0\xfe\xff", 4)) == 0))) {
-    *error = origin + ": not in UTF-8; only UTF-8 files are handled";
-    return false;
+    return pnl::Status::Error(origin + ": not in UTF-8; only UTF-8 files are handled");
   }
   if (text.size() > static_cast<size_t>(INT32_MAX)) {
-    *error = origin + ": too large";
-    return false;
+    return pnl::Status::Error(origin + ": too large");
   }
   xmlSAXHandler handler;
   memset(&handler, 0, sizeof(handler));
@@ -947,8 +938,7 @@ bool ScanElements(const std::string& text, const std::string& origin,
   xmlParserCtxtPtr ctxt =
       xmlCreateMemoryParserCtxt(text.data(), static_cast<int>(text.size()));
   if (ctxt == nullptr) {
-    *error = origin + ": cannot be parsed (out of memory)";
-    return false;
+    return pnl::Status::Error(origin + ": cannot be parsed (out of memory)");
   }
   memcpy(ctxt->sax, &handler, sizeof(handler));
   ctxt->userData = ctxt;
@@ -973,22 +963,21 @@ bool ScanElements(const std::string& text, const std::string& origin,
   }
   xmlFreeParserCtxt(ctxt);
 
+  std::string error;
   if (scan.converted) {
-    *error = origin + ": not in UTF-8; only UTF-8 files are handled";
+    error = origin + ": not in UTF-8; only UTF-8 files are handled";
   } else if (!well_formed || !scan.open.empty()) {
     std::string message = collector.rank > 0 ? collector.message
                                              : "not a well-formed document";
-    *error = origin + ":" + std::to_string(collector.line) + ": " + message;
+    error = origin + ":" + std::to_string(collector.line) + ": " + message;
   } else if (spans->empty()) {
-    *error = origin + ": no root element";
+    error = origin + ": no root element";
   } else if (!SpansAgree(text, *spans)) {
-    *error = origin + ": the elements could not be located in the text";
+    error = origin + ": the elements could not be located in the text";
   }
-  if (!error->empty()) {
-    spans->clear();
-    return false;
-  }
-  return true;
+  if (error.empty()) return pnl::Status();
+  spans->clear();
+  return pnl::Status::Error(error);
 }
 
 bool ScanPlainElements(const std::string& text, const std::string& origin,
@@ -996,8 +985,7 @@ bool ScanPlainElements(const std::string& text, const std::string& origin,
   spans->clear();
   if (internal::LiteralEvaluation()) return false;
   if (text.find("xmlns") != std::string::npos) return false;
-  std::string error;
-  if (!ScanElements(text, origin, spans, &error)) return false;
+  if (!ScanElements(text, origin, spans).ok()) return false;
   const std::string_view bytes = text;
   // A document type declaration stands before the root element.
   if (!spans->empty() &&

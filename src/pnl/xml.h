@@ -23,6 +23,8 @@
 #include <string>
 #include <vector>
 
+#include "pnl/status.h"
+
 namespace pnl_xml {
 
 namespace internal {
@@ -170,8 +172,8 @@ class Xml {
   void RemoveNodes(const std::string& expr);
   // Writes the document to `path` (through a temporary file renamed into
   // place). `raw` false: indented; true: exactly as the tree stands.
-  // Returns false when the file could not be written (logged).
-  bool Save(const std::string& path, bool raw) const;
+  // Not ok when the file could not be written (logged).
+  pnl::Status Save(const std::string& path, bool raw) const;
   // The serialised document, as Save would write it.
   std::string ToString(bool raw) const;
 
@@ -217,12 +219,12 @@ struct ElementSpan {
 // Lists every element of `text` in document order (a parent before its
 // children). Only UTF-8 text is taken (with or without a byte-order mark;
 // any other encoding is refused, because offsets would no longer be those
-// of the bytes). False, with `error` set to "origin:LINE: message" (the
+// of the bytes). Not ok, with the message "origin:LINE: message" (the
 // parser's line and message, or the encoding refused), when the text is not
 // a well-formed UTF-8 document; nothing is printed or logged. Entities are
 // neither loaded nor expanded.
-bool ScanElements(const std::string& text, const std::string& origin,
-                  std::vector<ElementSpan>* spans, std::string* error);
+pnl::Status ScanElements(const std::string& text, const std::string& origin,
+                         std::vector<ElementSpan>* spans);
 // ScanElements for readers that want the elements as a parsed document
 // holds them: false also for a text with namespaces ("xmlns" anywhere, a
 // prefix in a start tag) or a document type declaration (its default

@@ -9,7 +9,15 @@
 namespace {
 
 using pnl_xml::ElementSpan;
-using pnl_xml::ScanElements;
+
+// The scan as these tests read it: whether it went through, with its
+// message in `error` ("" when it did).
+bool ScanElements(const std::string& text, const std::string& origin,
+                  std::vector<ElementSpan>* spans, std::string* error) {
+  const pnl::Status scanned = pnl_xml::ScanElements(text, origin, spans);
+  *error = scanned.message();
+  return scanned.ok();
+}
 
 // The text of an element and of its content, cut from the scanned bytes.
 std::string Whole(const std::string& text, const ElementSpan& s) {

@@ -372,7 +372,7 @@ TEST_F(XmlTest, SaveIndentedAndReloads) {
 
 TEST_F(XmlTest, SaveRawKeepsTheTreeAsItStands) {
   Xml doc = Load("<r>\n <a>x</a></r>");
-  EXPECT_TRUE(doc.Save("raw.xml", true));
+  EXPECT_TRUE(doc.Save("raw.xml", true).ok());
   EXPECT_EQ("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<r>\n <a>x</a></r>\n",
             dir_.Read("raw.xml"));
   EXPECT_EQ(dir_.Read("raw.xml"), doc.ToString(true));
@@ -381,7 +381,7 @@ TEST_F(XmlTest, SaveRawKeepsTheTreeAsItStands) {
 TEST_F(XmlTest, FailedSaveKeepsTheOldFile) {
   dir_.Write("keep.xml", "old");
   Xml doc("r");
-  EXPECT_FALSE(doc.Save("missing/dir/keep.xml", false));
+  EXPECT_FALSE(doc.Save("missing/dir/keep.xml", false).ok());
   EXPECT_EQ("old", dir_.Read("keep.xml"));
   EXPECT_NE(std::string::npos, Records().find("3 Cannot write missing/dir/"));
 }

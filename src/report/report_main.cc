@@ -57,7 +57,7 @@ bool ParseCount(const std::string& text, long& count) {
 // status after a line on standard error.
 int ReadBaseline(const std::string& path, const std::string& manager, report::Baseline& baseline) {
   std::string text;
-  if (!pnl_file::ReadFile(path, text)) {
+  if (!pnl_file::ReadFile(path, text).ok()) {
     std::cerr << "msglint-report: cannot read the baseline " << path << "; nothing compared" << std::endl;
     return kBaselineUnreadable;
   }
@@ -176,7 +176,7 @@ int main(int argc, char** argv) {
   if (path.empty()) path = findings::FindingsFile();
 
   std::string text;
-  if (!pnl_file::ReadFile(path, text)) {
+  if (!pnl_file::ReadFile(path, text).ok()) {
     std::cerr << "msglint-report: cannot read " << path << std::endl;
     return kUsageOrInput;
   }
@@ -197,9 +197,10 @@ int main(int argc, char** argv) {
       std::cerr << "msglint-report: " << path << ": findings of no manager; no baseline written" << std::endl;
       return kUsageOrInput;
     }
-    std::string error;
-    if (!pnl_file::ReplaceFile(write_baseline_path, baseline.ToText(), &error)) {
-      std::cerr << "msglint-report: cannot write the baseline " << write_baseline_path << ": " << error
+    if (pnl::Status written = pnl_file::ReplaceFile(write_baseline_path, baseline.ToText());
+        !written.ok()) {
+      std::cerr << "msglint-report: cannot write the baseline " << write_baseline_path << ": "
+                << written.message()
                 << std::endl;
       return kUsageOrInput;
     }

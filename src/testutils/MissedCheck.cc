@@ -1,7 +1,5 @@
 #include "testutils/MissedCheck.h"
 
-#include <cerrno>
-#include <cstring>
 
 #include <algorithm>
 #include <cstdarg>
@@ -146,12 +144,13 @@ std::string MsgQuery(const std::string& name) { return "//messages/msg[@name='" 
 
 // ---- What the audit says ----------------------------------------------------
 
-void MissedCheck::Report(FILE* out_file, pnl_log::Level level, const std::string& record,
+void MissedCheck::Report(pnl_file::OutputFile* out_file, pnl_log::Level level, const std::string& record,
                          const std::string& coded, const std::string& sentence) {
   run.InOrder([this, out_file, level, record, coded, sentence] {
     last_report = LastReport{coded, sentence};
     if (msglint_log.Check(level)) msglint_log.Write(level, "%s", record.c_str());
-    if (fputs(coded.c_str(), out_file) < 0) tell_write_error(run, "var/test_msgs", strerror(errno));
+    if (pnl::Status written = out_file->Append(coded); !written.ok())
+      tell_write_error(run, "var/test_msgs", written.cause());
     run.out << sentence;
   });
 }
@@ -211,17 +210,17 @@ void MissedCheck::initExludeList() {
     else
       form.SetProp("nocheck", "yes");
   }
-  if (!exclude_xml.Save(run.work_dir + "/ecl.xml", false)) {
+  if (pnl::Status saved = exclude_xml.Save(run.work_dir + "/ecl.xml", false); !saved.ok()) {
     // A directory at ecl.xml is no write error of the disk: the file simply
     // cannot be there, as before.
-    if (errno != EISDIR) tell_write_error(run, "ecl.xml", strerror(errno));
+    if (!saved.IsDirectory()) tell_write_error(run, "ecl.xml", saved.cause());
   }
 }
 
 int MissedCheck::check() {
   const std::string work_dir = run.work_dir;
-  out_file = pnl_file::OpenForWriting(work_dir + "/var/test_msgs");
-  if (!out_file) {
+  pnl_file::OutputFile audit_file;
+  if (!audit_file.Open(work_dir + "/var/test_msgs").ok()) {
     run.out << "Can't open out file for log.\n";
     InputProblem problem;
     problem.kind = "audit-file-not-opened";
@@ -232,7 +231,7 @@ int MissedCheck::check() {
   }
   // Written in large blocks; a write that fails is told where it fails, or
   // at the close.
-  setvbuf(out_file, nullptr, _IOFBF, 64 * 1024);
+  out_file = &audit_file;
 
   main_xml_path = run.work_dir + "/" + findings::DescriptionFile(run.manager);
   if (msglint_log.Check(9))
@@ -281,7 +280,8 @@ int MissedCheck::check() {
   if (steps) steps->Finish();
   run.steps = nullptr;
 
-  if (fclose(out_file) != 0) tell_write_error(run, "var/test_msgs", strerror(errno));
+  if (pnl::Status closed = audit_file.Close(); !closed.ok())
+    tell_write_error(run, "var/test_msgs", closed.cause());
   out_file = nullptr;
 
   int result = 0;

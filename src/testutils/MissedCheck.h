@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "pnl/file.h"
 #include "pnl/log.h"
 #include "pnl/xml.h"
 #include "testutils/run_context.h"
@@ -101,7 +102,7 @@ class MissedCheck {
   // Writes one finding three ways, in this order: the log record (only when
   // the log records its level), the coded line in the audit file, the
   // sentence in the report; each stream is flushed after it.
-  void Report(FILE* out_file, pnl_log::Level level, const std::string& record,
+  void Report(pnl_file::OutputFile* out_file, pnl_log::Level level, const std::string& record,
               const std::string& coded, const std::string& sentence);
   // Writes `text` as a log record of `level`.
   void Log(pnl_log::Level level, const std::string& text);
@@ -131,7 +132,7 @@ class MissedCheck {
   std::vector<std::string> field_skip_list;
   std::vector<std::string> list_skip_list;
   std::vector<std::string> lang_skip_list;
-  FILE* out_file = nullptr;
+  pnl_file::OutputFile* out_file = nullptr;
   std::string report_mode;
   int32_t color_errors = 0;
   int32_t hint_errors = 0;

@@ -69,7 +69,7 @@ bool ColumnList::HintList::ScanSections(std::vector<Section>* sections) const {
   // empty one; one with an apostrophe makes no query at all.
   if (lang.empty() || lang.find('\'') != std::string::npos) return false;
   std::string text;
-  if (!pnl_file::ReadFile(path_, text)) return false;
+  if (!pnl_file::ReadFile(path_, text).ok()) return false;
   std::vector<pnl_xml::ElementSpan> spans;
   if (!pnl_xml::ScanPlainElements(text, path_, &spans)) return false;
   if (spans.empty() || spans[0].name != "pnldata") return true;

@@ -74,15 +74,16 @@ void tell_command_failure(RunContext& run, pnl_proc::Execute& command,
   const std::string line = command.Line();
   const char* what = command.Started() ? "failed" : "cannot be run";
   if (msglint_log.Check(3))
-    msglint_log.Write(3, "Command %s %s: %s", line.c_str(), what, command.Error().c_str());
+    msglint_log.Write(3, "Command %s %s: %s", line.c_str(), what,
+                      command.status().message().c_str());
   // One line per program and run is enough to show that something is wrong;
   // the log has every failure.
   if (run.told_programs.insert(argv.empty() ? std::string() : argv[0]).second) {
-    std::cerr << "msglint: command " << what << ": " << line << ": " << command.Error();
+    std::cerr << "msglint: command " << what << ": " << line << ": " << command.status().message();
     std::cerr << " (later failures of this program are only logged)" << std::endl;
     InputProblem problem;
     problem.kind = "command-failed";
-    problem.message = std::string("command ") + what + ": " + line + ": " + command.Error();
+    problem.message = std::string("command ") + what + ": " + line + ": " + command.status().message();
     run.findings.AddProblem(problem);
   }
 }

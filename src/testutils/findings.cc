@@ -1,9 +1,7 @@
 #include "testutils/findings.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <iostream>
 #include <unordered_map>
 
@@ -262,8 +260,8 @@ std::string FindingsRecorder::LiteralJson() const {
 void FindingsRecorder::Spill(size_t block) {
   if (!scratch_) scratch_ = std::make_shared<pnl_file::ScratchFile>();
   if (!scratch_->ok()) return;
-  const long long at = scratch_->Append(entry_text_[block]);
-  if (at < 0) return;  // kept in memory
+  long long at = -1;
+  if (!scratch_->Append(entry_text_[block], &at).ok()) return;  // kept in memory
   spilled_at_[block] = at;
   std::string().swap(entry_text_[block]);
 }
@@ -345,7 +343,7 @@ class FindingsRecorder::Document : public pnl_file::PieceSource {
     }
   }
 
-  int Error() const override { return error_; }
+  pnl::Status status() const override { return status_; }
 
  private:
   // The text of block `block`, read back when it was spilled; null (with
@@ -354,10 +352,8 @@ class FindingsRecorder::Document : public pnl_file::PieceSource {
     const long long at = recorder_.spilled_at_[block];
     if (at < 0) return &recorder_.entry_text_[block];
     if (loaded_ != block) {
-      if (!recorder_.scratch_->Read(at, recorder_.block_sizes_[block], &buffer_)) {
-        error_ = errno != 0 ? errno : EIO;
-        return nullptr;
-      }
+      status_ = recorder_.scratch_->Read(at, recorder_.block_sizes_[block], &buffer_);
+      if (!status_.ok()) return nullptr;
       loaded_ = block;
     }
     return &buffer_;
@@ -372,7 +368,7 @@ class FindingsRecorder::Document : public pnl_file::PieceSource {
   int step_ = 0;
   std::string buffer_;
   size_t loaded_ = static_cast<size_t>(-1);
-  int error_ = 0;
+  pnl::Status status_;
 };
 
 std::string FindingsRecorder::ToJson() const {
@@ -391,10 +387,10 @@ bool FindingsRecorder::Write(const std::string& work_dir) const {
   Document document(*this);
   if (pnl_file::IsLink(var) || pnl_file::IsLink(dir) || pnl_file::IsLink(path))
     why = "refusing a symbolic link";
-  else if (!pnl_file::MakeDirs(dir))
+  else if (!pnl_file::MakeDirs(dir).ok())
     why = "cannot create " + findings::FindingsDir();
-  else if (!pnl_file::WriteFile(path, document))
-    why = std::strerror(errno);
+  else if (pnl::Status written = pnl_file::WriteFile(path, document); !written.ok())
+    why = written.cause();
   if (why.empty()) return true;
   std::cerr << "msglint: cannot write " << findings::FindingsFile() << ": " << why << std::endl;
   return false;
@@ -468,7 +464,7 @@ SourceLines::File& SourceLines::Load(const std::string& rel) {
   }
   file = std::make_shared<File>();
   std::string text;
-  if (pnl_file::ReadFile(path, text) && !file->ScanLines(text, path)) {
+  if (pnl_file::ReadFile(path, text).ok() && !file->ScanLines(text, path)) {
     pnl_xml::Xml doc;
     doc.LoadQuietly(text, path);
     file->TakeLines(doc);
@@ -503,15 +499,14 @@ bool CheckFile(FindingsRecorder& recorder, const std::string& work_dir, const st
   problem.file = rel;
   problem.language = lang;
   std::string text;
-  if (!pnl_file::ReadFile(path, text)) {
-    const int error = errno;
+  if (pnl::Status read = pnl_file::ReadFile(path, text); !read.ok()) {
     problem.kind = pnl_file::Exists(path) ? "unreadable-file" : "missing-file";
     // A directory or a FIFO where the file belongs is named as such, not by
     // the error number the refusal left.
     const std::string what = pnl_file::Describe(path);
     problem.message = what.starts_with("a ") && what != "a regular file"
                           ? what + ", not a regular file"
-                          : std::string(std::strerror(error));
+                          : read.cause();
     recorder.AddProblem(problem);
     return false;
   }

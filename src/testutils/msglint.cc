@@ -6,10 +6,10 @@
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
-#include <thread>
 
 #include "findings/paths.h"
 #include "pnl/file.h"
+#include "pnl/proc.h"
 #include "pnl/xml.h"
 #include "testutils/actionlist.h"
 #include "testutils/column_hints.h"
@@ -92,7 +92,7 @@ int RebuildCache(RunContext& run) {
     std::cerr << "msglint: waiting 10 seconds for the panels of kern to stop before the "
                  "cache is rebuilt..."
               << std::endl;
-  std::this_thread::sleep_for(std::chrono::seconds(10));
+  pnl_proc::Pause(10);
 
   for (const std::string& lang : run.langs) {
     const std::string query = "func=session&lang=" + lang + "&out=devel";

@@ -14,7 +14,7 @@ pnl_xml::Xml ask_panel(RunContext& run, const std::string& manager, const std::s
   pnl_client::Local client(manager, "checkXml");
   pnl_xml::Xml reply = client.Query(query);
   // The client has logged it already.
-  if (!client.Error().empty()) tell_unanswered(run, "pnl_client: " + client.Error());
+  if (!client.status().ok()) tell_unanswered(run, "pnl_client: " + client.status().message());
   pnl_xml::XPath errors(reply, "/doc/error");
   if (!errors.empty()) tell_panel_error(run, manager, errors[0].Str());
   return reply;

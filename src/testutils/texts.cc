@@ -467,7 +467,7 @@ std::vector<Section> ReadSections(const std::string& work_dir, const std::string
   std::vector<Section> sections;
   const std::string rel = findings::MessageFile(manager, lang);
   std::string bytes;
-  if (!pnl_file::ReadFile(work_dir + "/" + rel, bytes)) return sections;
+  if (!pnl_file::ReadFile(work_dir + "/" + rel, bytes).ok()) return sections;
   if (!ScanSections(bytes, rel, lang, &sections)) {
     sections.clear();
     ParseSections(bytes, rel, lang, &sections);

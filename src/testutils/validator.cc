@@ -26,7 +26,7 @@ namespace {
 class FirstMessageTexts {
  public:
   explicit FirstMessageTexts(std::string path) : path_(std::move(path)) {
-    if (pnl_file::ReadFile(path_, text_) && pnl_xml::ScanPlainElements(text_, path_, &spans_)) {
+    if (pnl_file::ReadFile(path_, text_).ok() && pnl_xml::ScanPlainElements(text_, path_, &spans_)) {
       Index();
     } else {
       text_.clear();

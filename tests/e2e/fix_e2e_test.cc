@@ -48,7 +48,7 @@ std::multiset<std::string> Keys(const json& findings) {
 
 json ReadFindings() {
   std::string text;
-  EXPECT_TRUE(pnl_file::ReadFile(findings::FindingsFile(), text));
+  EXPECT_TRUE(pnl_file::ReadFile(findings::FindingsFile(), text).ok());
   return json::parse(text, nullptr, false);
 }
 

@@ -59,17 +59,17 @@ class ScopedEnvironment {
 // bounds what a program started from that thread has; for a run as a plain
 // user a thread of its own gives up the capabilities that override file
 // modes and starts the program, and the test's thread keeps them.
-pid_t Start(const std::vector<std::string>& argv, const pnl_proc::SpawnOptions& spawn,
-            bool as_plain_user, std::string* error) {
-  if (!as_plain_user || geteuid() != 0) return pnl_proc::Spawn(argv, spawn, error);
-  pid_t pid = -1;
+pnl::Status Start(const std::vector<std::string>& argv, const pnl_proc::SpawnOptions& spawn,
+                  bool as_plain_user, pid_t* pid) {
+  if (!as_plain_user || geteuid() != 0) return pnl_proc::Spawn(argv, spawn, pid);
+  pnl::Status started;
   std::thread starter([&] {
     for (int cap : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER})
       prctl(PR_CAPBSET_DROP, cap, 0, 0, 0);
-    pid = pnl_proc::Spawn(argv, spawn, error);
+    started = pnl_proc::Spawn(argv, spawn, pid);
   });
   starter.join();
-  return pid;
+  return started;
 }
 
 // The read end of an output pipe and where what comes through it goes.
@@ -122,11 +122,11 @@ RunResult RunProgram(const std::vector<std::string>& argv, const RunOptions& opt
   std::vector<std::string> env;
   if (options.no_sleep) env.push_back("LD_PRELOAD=" + NoSleepLibrary());
   env.insert(env.end(), options.env.begin(), options.env.end());
-  std::string error;
-  pid_t pid;
+  pid_t pid = -1;
+  pnl::Status started;
   {
     ScopedEnvironment scoped(env);
-    pid = Start(argv, spawn, options.as_plain_user, &error);
+    started = Start(argv, spawn, options.as_plain_user, &pid);
   }
   close(out_pipe[1]);
   if (err_pipe[1] >= 0) close(err_pipe[1]);
@@ -135,7 +135,7 @@ RunResult RunProgram(const std::vector<std::string>& argv, const RunOptions& opt
   if (pid < 0) {
     for (Sink& sink : sinks)
       if (sink.fd >= 0) close(sink.fd);
-    *errors = "cannot start " + name + ": " + error + "\n";
+    *errors = "cannot start " + name + ": " + started.message() + "\n";
     return result;
   }
   for (Sink& sink : sinks)
