@@ -4,6 +4,7 @@
 #ifndef REPORT_REPORT_H_
 #define REPORT_REPORT_H_
 
+#include <ostream>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -56,7 +57,13 @@ struct SarifLeftOut {
 // `limits` allow, the errors are kept first, then the warnings, the notes
 // and the fixed findings, each in report order, and `left_out` (if given)
 // counts what is left out; the results kept stay in report order. With
-// `messages`, the messages of a repeated text have their lines.
+// `messages`, the messages of a repeated text have their lines. The log is
+// written on one line, without a newline, result by result: it is never
+// held whole.
+void WriteSarif(std::ostream& out, const Json& doc, const Comparison* baseline, const SarifLimits& limits,
+                SarifLeftOut* left_out, MessageLines* messages);
+
+// The same log as a JSON value.
 Json ToSarif(const Json& doc, const Comparison* baseline = nullptr, const SarifLimits& limits = {},
              SarifLeftOut* left_out = nullptr, MessageLines* messages = nullptr);
 
