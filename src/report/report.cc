@@ -269,13 +269,13 @@ struct SarifParts {
   const Json& doc;
   const Json& findings;
   const Comparison* baseline;
-  MessageLines* messages;
+  findings::SourceLines* messages;
   std::string manager;
   std::vector<FindingIdentity> identities;
   std::map<std::string, int> rule_index;
   Json rules = Json::array();
 
-  SarifParts(const Json& d, const Comparison* b, MessageLines* m)
+  SarifParts(const Json& d, const Comparison* b, findings::SourceLines* m)
       : doc(d), findings(At(d, "findings")), baseline(b), messages(m),
         manager(Str(At(At(d, "run"), "manager"))),
         identities(b ? b->identities : IdentitiesOf(d)) {
@@ -311,9 +311,10 @@ Json SarifParts::Locations(const Json& f, Json& related) const {
   if (At(f, "location").is_object()) {
     locations.push_back(PhysicalLocation(Str(At(At(f, "location"), "file")), Num(At(At(f, "location"), "line"))));
   } else if (Str(At(f, "kind")) == "repeated-message" && At(f, "language").is_string()) {
-    const std::string file = findings::MessageFile(manager, Str(At(f, "language")));
+    const std::string language = Str(At(f, "language"));
+    const std::string file = findings::MessageFile(manager, language);
     for (const auto& [section, name] : RepeatedMessages(Str(At(f, "report")))) {
-      Json occurrence = PhysicalLocation(file, messages ? messages->Line(file, section, name) : 0);
+      Json occurrence = PhysicalLocation(file, messages ? messages->Message(manager, language, section, name) : 0);
       occurrence["message"]["text"] = "Message " + name + " of section " + section + ".";
       if (locations.empty()) {
         locations.push_back(occurrence);
@@ -460,7 +461,7 @@ void WriteLog(const SarifParts& parts, const std::string& head, const std::vecto
 }  // namespace
 
 void WriteSarif(std::ostream& out, const Json& doc, const Comparison* baseline, const SarifLimits& limits,
-                SarifLeftOut* left_out, MessageLines* messages) {
+                SarifLeftOut* left_out, findings::SourceLines* messages) {
   const SarifParts parts(doc, baseline, messages);
   const std::string head = SarifHead(RunWithoutResults(doc, parts));
 
@@ -501,7 +502,7 @@ void WriteSarif(std::ostream& out, const Json& doc, const Comparison* baseline, 
 }
 
 Json ToSarif(const Json& doc, const Comparison* baseline, const SarifLimits& limits, SarifLeftOut* left_out,
-             MessageLines* messages) {
+             findings::SourceLines* messages) {
   std::ostringstream out;
   WriteSarif(out, doc, baseline, limits, left_out, messages);
   return Json::parse(out.str());

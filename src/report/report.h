@@ -10,8 +10,8 @@
 #include <nlohmann/json.hpp>
 
 #include "findings/reader.h"
+#include "findings/source_lines.h"
 #include "report/baseline.h"
-#include "report/message_lines.h"
 
 namespace report {
 
@@ -61,11 +61,11 @@ struct SarifLeftOut {
 // written on one line, without a newline, result by result: it is never
 // held whole.
 void WriteSarif(std::ostream& out, const Json& doc, const Comparison* baseline, const SarifLimits& limits,
-                SarifLeftOut* left_out, MessageLines* messages);
+                SarifLeftOut* left_out, findings::SourceLines* messages);
 
 // The same log as a JSON value.
 Json ToSarif(const Json& doc, const Comparison* baseline = nullptr, const SarifLimits& limits = {},
-             SarifLeftOut* left_out = nullptr, MessageLines* messages = nullptr);
+             SarifLeftOut* left_out = nullptr, findings::SourceLines* messages = nullptr);
 
 // The rank of a level: note 1, warning 2, error 3; 0 for anything else.
 int LevelRank(const std::string& level);

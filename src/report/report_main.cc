@@ -250,7 +250,8 @@ int main(int argc, char** argv) {
     limits.max_results = max_results;
     if (max_results == 0) limits.max_gzip_bytes = 0;
     report::SarifLeftOut left_out;
-    report::MessageLines messages(InstallationOf(path));
+    findings::SourceLines::LastFile last_file;
+    findings::SourceLines messages(InstallationOf(path), last_file);
     report::WriteSarif(std::cout, doc, compared, limits, &left_out, &messages);
     std::cout << "\n";
     if (left_out.Total() > 0)
