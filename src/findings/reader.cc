@@ -53,11 +53,17 @@ std::vector<Entry> EntriesOf(const Json& json) {
   return entries;
 }
 
+Fault Parse(const std::string& text, Json* json) {
+  *json = Json::parse(text, nullptr, /*allow_exceptions=*/false);
+  Fault fault = json->is_discarded() ? Fault::kNotJson : Check(*json);
+  if (fault != Fault::kNone) *json = Json();
+  return fault;
+}
+
 Fault Read(const std::string& text, Document* doc) {
   *doc = Document();
-  Json json = Json::parse(text, nullptr, /*allow_exceptions=*/false);
-  if (json.is_discarded()) return Fault::kNotJson;
-  if (Fault fault = Check(json); fault != Fault::kNone) return fault;
+  Json json;
+  if (Fault fault = Parse(text, &json); fault != Fault::kNone) return fault;
   const Json& run = At(json, "run");
   doc->manager = Str(At(run, "manager"));
   const Json& languages = At(run, "languages");

@@ -55,6 +55,11 @@ struct Document {
   std::vector<Entry> findings;         // in report order
 };
 
+// Parses `text` into `json` and checks it (see Check): kNone, or what is
+// wrong with it (`json` is then null). For a program that reads the
+// document's members itself; Read also gives its typed records.
+Fault Parse(const std::string& text, Json* json);
+
 // Parses `text` into `doc`: kNone, or what is wrong with it (`doc` is then
 // left empty).
 Fault Read(const std::string& text, Document* doc);

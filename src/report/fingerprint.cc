@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 
-#include "findings/reader.h"
+#include "findings/json.h"
 
 namespace report {
 
@@ -30,9 +30,18 @@ std::string FindingIdentity::Fingerprint(const std::string& manager) const {
 std::vector<FindingIdentity> IdentitiesOf(const Json& doc) {
   std::vector<FindingIdentity> identities;
   std::vector<std::string> texts;
-  for (const findings::Entry& f : findings::EntriesOf(doc)) {
-    identities.push_back({f.kind, f.object, f.element_type, f.element, f.message, f.language, 0});
-    texts.push_back(f.report);
+  // The parts read as findings::EntriesOf reads them, without copying the
+  // rest of each finding.
+  const Json& list = findings::At(doc, "findings");
+  if (!list.is_array()) return identities;
+  for (const Json& f : list) {
+    const Json& element = findings::At(f, "element");
+    identities.push_back({findings::Str(findings::At(f, "kind")), findings::Str(findings::At(f, "object")),
+                          findings::Str(findings::At(element, "type")),
+                          findings::Str(findings::At(element, "name")),
+                          findings::Str(findings::At(findings::At(f, "message"), "name")),
+                          findings::Str(findings::At(f, "language")), 0});
+    texts.push_back(findings::Str(findings::At(f, "report")));
   }
 
   // Findings that share the six parts, each group ranked by report text,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <sstream>
 #include <vector>
 
 #include "findings/json.h"
@@ -208,33 +209,49 @@ Json PageData(const Json& doc, const Comparison* baseline) {
   return data;
 }
 
-std::string ScriptJson(const Json& data) {
-  const std::string json = data.dump(-1, ' ', false, Json::error_handler_t::replace);
-  std::string out;
-  out.reserve(json.size() + json.size() / 64);
-  // Inside a script element only "</script" and "<!--" mean something,
-  // and both begin with '<'. It stands only inside strings in JSON text,
-  // where the escape reads as the character itself.
-  for (char c : json) {
-    if (c == '<')
-      out += "\\u003c";
-    else
-      out += c;
+namespace {
+
+// Writes the JSON text `json` as the text of a script element: every '<'
+// as \u003c. Inside a script element only "</script" and "<!--" mean
+// something, and both begin with '<'. It stands only inside strings in JSON
+// text, where the escape reads as the character itself.
+void WriteScriptText(std::ostream& out, const std::string& json) {
+  size_t start = 0;
+  for (size_t at = json.find('<'); at != std::string::npos; at = json.find('<', start)) {
+    out.write(json.data() + start, static_cast<std::streamsize>(at - start));
+    out << "\\u003c";
+    start = at + 1;
   }
-  return out;
+  out.write(json.data() + start, static_cast<std::streamsize>(json.size() - start));
+}
+
+std::string Dump(const Json& data) { return data.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+}  // namespace
+
+std::string ScriptJson(const Json& data) {
+  std::ostringstream out;
+  WriteScriptText(out, Dump(data));
+  return out.str();
+}
+
+void WriteHtml(std::ostream& out, const Json& doc, const Comparison* baseline) {
+  const std::string manager = Escape(Str(At(At(doc, "run"), "manager")));
+  out << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n";
+  out << "<title>msglint findings: " << manager << "</title>\n";
+  out << "<style>\n" << kPageStyle << "</style>\n</head>\n<body>\n";
+  out << "<h1>msglint findings: " << manager << "</h1>\n";
+  out << kBody;
+  out << "<script type=\"application/json\" id=\"findings-data\">";
+  WriteScriptText(out, Dump(PageData(doc, baseline)));
+  out << "</script>\n";
+  out << "<script>\n" << kPageScript << "</script>\n</body>\n</html>\n";
 }
 
 std::string ToHtml(const Json& doc, const Comparison* baseline) {
-  const std::string manager = Escape(Str(At(At(doc, "run"), "manager")));
-  std::string h = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n";
-  h += "<title>msglint findings: " + manager + "</title>\n";
-  h += std::string("<style>\n") + kPageStyle + "</style>\n</head>\n<body>\n";
-  h += "<h1>msglint findings: " + manager + "</h1>\n";
-  h += kBody;
-  h += "<script type=\"application/json\" id=\"findings-data\">" + ScriptJson(PageData(doc, baseline)) +
-       "</script>\n";
-  h += std::string("<script>\n") + kPageScript + "</script>\n</body>\n</html>\n";
-  return h;
+  std::ostringstream out;
+  WriteHtml(out, doc, baseline);
+  return out.str();
 }
 
 }  // namespace report

@@ -7,6 +7,7 @@
 #ifndef REPORT_HTML_PAGE_H_
 #define REPORT_HTML_PAGE_H_
 
+#include <ostream>
 #include <string>
 
 #include "report/baseline.h"
@@ -39,7 +40,11 @@ Json PageData(const Json& doc, const Comparison* baseline = nullptr);
 // not UTF-8 replaced.
 std::string ScriptJson(const Json& data);
 
-// The whole page: summary, filters and findings, with its style and script.
+// Writes the whole page to `out`: summary, filters and findings, with its
+// style and script.
+void WriteHtml(std::ostream& out, const Json& doc, const Comparison* baseline = nullptr);
+
+// The same page as a text.
 std::string ToHtml(const Json& doc, const Comparison* baseline = nullptr);
 
 }  // namespace report

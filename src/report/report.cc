@@ -6,6 +6,8 @@
 #include <cctype>
 #include <cstdio>
 #include <map>
+#include <sstream>
+#include <string_view>
 #include <vector>
 
 #include "findings/json.h"
@@ -157,25 +159,66 @@ std::vector<std::pair<std::string, std::string>> RepeatedMessages(const std::str
 constexpr char kIncomplete[] =
     "findings document without its findings, statistics, input problems or run";
 
+// The size of a text, given in pieces, compressed by gzip at its default
+// level: the pieces go through one compressor and only the count of its
+// output is kept.
+class GzipCounter {
+ public:
+  GzipCounter();
+  ~GzipCounter();
+  GzipCounter(const GzipCounter&) = delete;
+  GzipCounter& operator=(const GzipCounter&) = delete;
+  void Add(std::string_view text);
+  // The compressed size of everything added; the text's own size when the
+  // compressor cannot be had.
+  size_t Finish();
+
+ private:
+  void Deflate(std::string_view text, int flush);
+  z_stream stream_{};
+  std::vector<unsigned char> buffer_;
+  bool ok_ = false;
+  size_t size_ = 0;
+  size_t raw_ = 0;
+};
+
 }  // namespace
 
-size_t GzipSize(const std::string& text) {
-  z_stream stream{};
-  if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-    return text.size();
-  std::vector<unsigned char> buffer(1 << 16);
-  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
-  stream.avail_in = static_cast<uInt>(text.size());
-  size_t size = 0;
+GzipCounter::GzipCounter() : buffer_(1 << 16) {
+  ok_ = deflateInit2(&stream_, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) == Z_OK;
+}
+
+GzipCounter::~GzipCounter() {
+  if (ok_) deflateEnd(&stream_);
+}
+
+void GzipCounter::Deflate(std::string_view text, int flush) {
+  stream_.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+  stream_.avail_in = static_cast<uInt>(text.size());
   int status;
   do {
-    stream.next_out = buffer.data();
-    stream.avail_out = static_cast<uInt>(buffer.size());
-    status = deflate(&stream, Z_FINISH);
-    size += buffer.size() - stream.avail_out;
-  } while (status == Z_OK);
-  deflateEnd(&stream);
-  return size;
+    stream_.next_out = buffer_.data();
+    stream_.avail_out = static_cast<uInt>(buffer_.size());
+    status = deflate(&stream_, flush);
+    size_ += buffer_.size() - stream_.avail_out;
+  } while (flush == Z_FINISH ? status == Z_OK : stream_.avail_out == 0);
+}
+
+void GzipCounter::Add(std::string_view text) {
+  raw_ += text.size();
+  if (ok_) Deflate(text, Z_NO_FLUSH);
+}
+
+size_t GzipCounter::Finish() {
+  if (!ok_) return raw_;
+  Deflate("", Z_FINISH);
+  return size_;
+}
+
+size_t GzipSize(const std::string& text) {
+  GzipCounter counter;
+  counter.Add(text);
+  return counter.Finish();
 }
 
 std::string Refusal(findings::Fault fault) {
@@ -216,105 +259,139 @@ std::string SarifLeftOut::Describe() const {
          " fixed findings (--max-results 0 writes them all)";
 }
 
-Json ToSarif(const Json& doc, const Comparison* baseline, const SarifLimits& limits, SarifLeftOut* left_out,
-             MessageLines* messages) {
-  const std::string manager = Str(At(At(doc, "run"), "manager"));
-  const std::vector<FindingIdentity> identities = baseline ? baseline->identities : IdentitiesOf(doc);
-  Json rules = Json::array();
+namespace {
+
+// What every result of a SARIF log is made from: the findings, their
+// identities and baseline states, the rules, and the lines of the messages
+// of a repeated text. A result is built when it is written and let go at
+// once, so that a log of tens of thousands of results is never held whole.
+struct SarifParts {
+  const Json& doc;
+  const Json& findings;
+  const Comparison* baseline;
+  findings::SourceLines* messages;
+  std::string manager;
+  std::vector<FindingIdentity> identities;
   std::map<std::string, int> rule_index;
-  auto add_rule = [&](const std::string& kind) {
+  Json rules = Json::array();
+
+  SarifParts(const Json& d, const Comparison* b, findings::SourceLines* m)
+      : doc(d), findings(At(d, "findings")), baseline(b), messages(m),
+        manager(Str(At(At(d, "run"), "manager"))),
+        identities(b ? b->identities : IdentitiesOf(d)) {
+    for (const Json& f : findings) AddRule(Str(At(f, "kind")));
+    if (baseline)
+      for (const FindingIdentity& id : baseline->absent) AddRule(id.kind);
+  }
+
+  void AddRule(const std::string& kind) {
     if (rule_index.count(kind)) return;
     rule_index[kind] = static_cast<int>(rules.size());
     rules.push_back(Rule(kind));
-  };
-  for (const Json& f : At(doc, "findings")) add_rule(Str(At(f, "kind")));
-  if (baseline)
-    for (const FindingIdentity& id : baseline->absent) add_rule(id.kind);
-
-  // Each result with its rank: error 3, warning 2, note 1, a fixed finding 0.
-  std::vector<std::pair<int, Json>> all;
-  size_t index = 0;
-  for (const Json& f : At(doc, "findings")) {
-    const size_t i = index++;
-    Json result;
-    const std::string kind = Str(At(f, "kind"));
-    result["ruleId"] = kind;
-    result["ruleIndex"] = rule_index[kind];
-    result["level"] = Str(At(f, "level"));
-    std::string text = ReportText(f);
-    if (At(f, "comparison").is_object()) text += "\n" + ComparedTexts(f);
-    if (At(f, "message").is_object() && At(At(f, "message"), "add").is_string())
-      text += "\nAdd " + Str(At(At(f, "message"), "add")) + " to section " +
-              Str(At(At(f, "message"), "section")) + " of " + Str(At(At(f, "message"), "file")) + ".";
-    result["message"]["text"] = text;
-    Json related = Json::array();
-    Json locations = Json::array();
-    if (At(f, "location").is_object()) {
-      locations.push_back(PhysicalLocation(Str(At(At(f, "location"), "file")), Num(At(At(f, "location"), "line"))));
-    } else if (kind == "repeated-message" && At(f, "language").is_string()) {
-      // Each message that holds the text, the first as the location.
-      const std::string file = findings::MessageFile(manager, Str(At(f, "language")));
-      for (const auto& [section, name] : RepeatedMessages(Str(At(f, "report")))) {
-        Json occurrence = PhysicalLocation(file, messages ? messages->Line(file, section, name) : 0);
-        occurrence["message"]["text"] = "Message " + name + " of section " + section + ".";
-        if (locations.empty()) {
-          locations.push_back(occurrence);
-        } else {
-          occurrence["id"] = static_cast<int>(related.size()) + 1;
-          related.push_back(occurrence);
-        }
-      }
-    }
-    if (locations.empty()) locations.push_back(PhysicalLocation(findings::DescriptionFile(manager), 0));
-    result["locations"] = locations;
-    if (At(f, "message").is_object() && At(At(f, "message"), "file").is_string() &&
-        (!At(f, "location").is_object() || Str(At(At(f, "location"), "file")) != Str(At(At(f, "message"), "file")))) {
-      Json location = PhysicalLocation(Str(At(At(f, "message"), "file")), 0);
-      location["id"] = static_cast<int>(related.size()) + 1;
-      location["message"]["text"] = "The message " + Str(At(At(f, "message"), "name")) +
-                                    " belongs in section " + Str(At(At(f, "message"), "section")) + ".";
-      related.push_back(location);
-    }
-    if (!related.empty()) result["relatedLocations"] = related;
-    result["partialFingerprints"]["msglintFinding/v2"] = identities[i].Fingerprint(manager);
-    if (baseline) result["baselineState"] = StateName(baseline->states[i]);
-    Json properties;
-    properties["manager"] = At(At(doc, "run"), "manager");
-    properties["object"] = At(f, "object");
-    properties["element"] = At(f, "element");
-    properties["language"] = At(f, "language");
-    properties["resultBit"] = At(f, "result_bit");
-    properties["inputProblem"] = At(f, "input_problem");
-    result["properties"] = properties;
-    all.emplace_back(LevelRank(Str(At(f, "level"))), std::move(result));
   }
-  if (baseline) {
-    for (const FindingIdentity& id : baseline->absent) {
-      Json result;
-      result["ruleId"] = id.kind;
-      result["ruleIndex"] = rule_index[id.kind];
-      result["kind"] = "pass";
-      result["level"] = "none";
-      result["message"]["text"] = "Fixed since the baseline: " + Describe(id) + ".";
-      // Where it was is not recorded; the description of the manager.
-      result["locations"] = Json::array({PhysicalLocation(findings::DescriptionFile(manager), 0)});
-      result["partialFingerprints"]["msglintFinding/v2"] = id.Fingerprint(manager);
-      result["baselineState"] = StateName(BaselineState::kAbsent);
-      Json properties;
-      properties["manager"] = manager;
-      properties["object"] = id.object.empty() ? Json(nullptr) : Json(id.object);
-      if (id.element_type.empty()) {
-        properties["element"] = nullptr;
+
+  // The findings, then the absent findings of a baseline.
+  size_t Count() const { return findings.size() + (baseline ? baseline->absent.size() : 0); }
+  // The rank of result `i`: error 3, warning 2, note 1, a fixed finding 0.
+  int Rank(size_t i) const { return i < findings.size() ? LevelRank(Str(At(findings[i], "level"))) : 0; }
+  Json Result(size_t i) const {
+    return i < findings.size() ? FindingResult(i) : AbsentResult(baseline->absent[i - findings.size()]);
+  }
+
+  Json FindingResult(size_t i) const;
+  Json Locations(const Json& f, Json& related) const;
+  Json AbsentResult(const FindingIdentity& id) const;
+};
+
+// The locations of a finding: its element's, else for a repeated text each
+// message that holds it (the first as the location, the others related),
+// else the manager's description.
+Json SarifParts::Locations(const Json& f, Json& related) const {
+  Json locations = Json::array();
+  if (At(f, "location").is_object()) {
+    locations.push_back(PhysicalLocation(Str(At(At(f, "location"), "file")), Num(At(At(f, "location"), "line"))));
+  } else if (Str(At(f, "kind")) == "repeated-message" && At(f, "language").is_string()) {
+    const std::string language = Str(At(f, "language"));
+    const std::string file = findings::MessageFile(manager, language);
+    for (const auto& [section, name] : RepeatedMessages(Str(At(f, "report")))) {
+      Json occurrence = PhysicalLocation(file, messages ? messages->Message(manager, language, section, name) : 0);
+      occurrence["message"]["text"] = "Message " + name + " of section " + section + ".";
+      if (locations.empty()) {
+        locations.push_back(occurrence);
       } else {
-        properties["element"]["type"] = id.element_type;
-        properties["element"]["name"] = id.element;
+        occurrence["id"] = static_cast<int>(related.size()) + 1;
+        related.push_back(occurrence);
       }
-      properties["language"] = id.language.empty() ? Json(nullptr) : Json(id.language);
-      result["properties"] = properties;
-      all.emplace_back(0, std::move(result));
     }
   }
+  if (locations.empty()) locations.push_back(PhysicalLocation(findings::DescriptionFile(manager), 0));
+  return locations;
+}
 
+Json SarifParts::FindingResult(size_t i) const {
+  const Json& f = findings[i];
+  const Json& message = At(f, "message");
+  Json result;
+  const std::string kind = Str(At(f, "kind"));
+  result["ruleId"] = kind;
+  result["ruleIndex"] = rule_index.at(kind);
+  result["level"] = Str(At(f, "level"));
+  std::string text = ReportText(f);
+  if (At(f, "comparison").is_object()) text += "\n" + ComparedTexts(f);
+  if (message.is_object() && At(message, "add").is_string())
+    text += "\nAdd " + Str(At(message, "add")) + " to section " + Str(At(message, "section")) + " of " +
+            Str(At(message, "file")) + ".";
+  result["message"]["text"] = text;
+  Json related = Json::array();
+  result["locations"] = Locations(f, related);
+  if (message.is_object() && At(message, "file").is_string() &&
+      (!At(f, "location").is_object() || Str(At(At(f, "location"), "file")) != Str(At(message, "file")))) {
+    Json location = PhysicalLocation(Str(At(message, "file")), 0);
+    location["id"] = static_cast<int>(related.size()) + 1;
+    location["message"]["text"] = "The message " + Str(At(message, "name")) + " belongs in section " +
+                                  Str(At(message, "section")) + ".";
+    related.push_back(location);
+  }
+  if (!related.empty()) result["relatedLocations"] = related;
+  result["partialFingerprints"]["msglintFinding/v2"] = identities[i].Fingerprint(manager);
+  if (baseline) result["baselineState"] = StateName(baseline->states[i]);
+  Json properties;
+  properties["manager"] = At(At(doc, "run"), "manager");
+  properties["object"] = At(f, "object");
+  properties["element"] = At(f, "element");
+  properties["language"] = At(f, "language");
+  properties["resultBit"] = At(f, "result_bit");
+  properties["inputProblem"] = At(f, "input_problem");
+  result["properties"] = properties;
+  return result;
+}
+
+Json SarifParts::AbsentResult(const FindingIdentity& id) const {
+  Json result;
+  result["ruleId"] = id.kind;
+  result["ruleIndex"] = rule_index.at(id.kind);
+  result["kind"] = "pass";
+  result["level"] = "none";
+  result["message"]["text"] = "Fixed since the baseline: " + Describe(id) + ".";
+  // Where it was is not recorded; the description of the manager.
+  result["locations"] = Json::array({PhysicalLocation(findings::DescriptionFile(manager), 0)});
+  result["partialFingerprints"]["msglintFinding/v2"] = id.Fingerprint(manager);
+  result["baselineState"] = StateName(BaselineState::kAbsent);
+  Json properties;
+  properties["manager"] = manager;
+  properties["object"] = id.object.empty() ? Json(nullptr) : Json(id.object);
+  if (id.element_type.empty()) {
+    properties["element"] = nullptr;
+  } else {
+    properties["element"]["type"] = id.element_type;
+    properties["element"]["name"] = id.element;
+  }
+  properties["language"] = id.language.empty() ? Json(nullptr) : Json(id.language);
+  result["properties"] = properties;
+  return result;
+}
+
+Json Notifications(const Json& doc) {
   Json notifications = Json::array();
   for (const Json& p : At(doc, "input_problems")) {
     Json n;
@@ -326,55 +403,95 @@ Json ToSarif(const Json& doc, const Comparison* baseline, const SarifLimits& lim
     if (At(p, "file").is_string()) n["locations"] = Json::array({PhysicalLocation(Str(At(p, "file")), Num(At(p, "line")))});
     notifications.push_back(n);
   }
+  return notifications;
+}
 
+// The run of the log without its results: the tool and its rules, the
+// invocation and the automation details.
+Json RunWithoutResults(const Json& doc, const SarifParts& parts) {
   Json run;
   run["tool"]["driver"]["name"] = "msglint";
   run["tool"]["driver"]["fullName"] = "msglint " MSGLINT_VERSION ", audit of a manager's XML descriptions and messages";
   run["tool"]["driver"]["version"] = MSGLINT_VERSION;
   run["tool"]["driver"]["semanticVersion"] = MSGLINT_VERSION;
-  run["tool"]["driver"]["rules"] = rules;
+  run["tool"]["driver"]["rules"] = parts.rules;
   Json invocation;
   invocation["executionSuccessful"] = At(doc, "input_problems").empty();
   Json arguments = Json::array({Str(At(At(doc, "run"), "manager"))});
   for (const Json& a : At(At(doc, "run"), "arguments")) arguments.push_back(a);
   invocation["arguments"] = arguments;
-  invocation["toolExecutionNotifications"] = notifications;
+  invocation["toolExecutionNotifications"] = Notifications(doc);
   run["invocations"] = Json::array({invocation});
   std::string languages;
   for (const Json& l : At(At(doc, "run"), "languages")) languages += (languages.empty() ? "" : ",") + Str(l);
-  run["automationDetails"]["id"] = "msglint/" + manager + "/" + languages + "/";
+  run["automationDetails"]["id"] = "msglint/" + parts.manager + "/" + languages + "/";
+  return run;
+}
+
+// The log's text around its results: the results are the last member of
+// the one run, so the text is the head, the results separated by commas,
+// and "]}]}".
+std::string SarifHead(const Json& run) {
+  Json sarif;
+  sarif["$schema"] = "https://json.schemastore.org/sarif-2.1.0.json";
+  sarif["version"] = "2.1.0";
+  sarif["runs"] = Json::array({run});
+  std::string text = sarif.dump();
+  text.resize(text.size() - 3);  // the run's "}", the runs' "]" and the log's "}"
+  return text + ",\"results\":[";
+}
+
+constexpr char kSarifTail[] = "]}]}";
+
+// Writes the log with the results that `kept` marks, piece by piece, to
+// `write` (a callable that takes a std::string_view).
+template <typename Write>
+void WriteLog(const SarifParts& parts, const std::string& head, const std::vector<bool>& kept, Write write) {
+  write(head);
+  bool first = true;
+  for (size_t i = 0; i < kept.size(); ++i) {
+    if (!kept[i]) continue;
+    if (!first) write(",");
+    first = false;
+    write(parts.Result(i).dump());
+  }
+  write(kSarifTail);
+}
+
+}  // namespace
+
+void WriteSarif(std::ostream& out, const Json& doc, const Comparison* baseline, const SarifLimits& limits,
+                SarifLeftOut* left_out, findings::SourceLines* messages) {
+  const SarifParts parts(doc, baseline, messages);
+  const std::string head = SarifHead(RunWithoutResults(doc, parts));
 
   // Which results fit: the errors first, then the warnings, the notes and
   // the fixed findings, each in report order; the log keeps report order.
-  std::vector<size_t> order(all.size());
+  std::vector<int> rank(parts.Count());
+  for (size_t i = 0; i < rank.size(); ++i) rank[i] = parts.Rank(i);
+  std::vector<size_t> order(rank.size());
   for (size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::stable_sort(order.begin(), order.end(),
-                   [&](size_t a, size_t b) { return all[a].first > all[b].first; });
-  size_t count = all.size();
+  std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return rank[a] > rank[b]; });
+  size_t count = order.size();
   if (limits.max_results > 0 && count > static_cast<size_t>(limits.max_results)) count = limits.max_results;
-  Json sarif;
+  std::vector<bool> kept;
   for (;;) {
-    std::vector<bool> kept(all.size(), false);
+    kept.assign(order.size(), false);
     for (size_t i = 0; i < count; ++i) kept[order[i]] = true;
-    Json results = Json::array();
-    for (size_t i = 0; i < all.size(); ++i)
-      if (kept[i]) results.push_back(all[i].second);
-    run["results"] = std::move(results);
-    sarif = Json();
-    sarif["$schema"] = "https://json.schemastore.org/sarif-2.1.0.json";
-    sarif["version"] = "2.1.0";
-    sarif["runs"] = Json::array({run});
     if (limits.max_gzip_bytes <= 0 || count == 0) break;
-    const size_t size = GzipSize(sarif.dump());
+    GzipCounter gzip;
+    WriteLog(parts, head, kept, [&gzip](std::string_view piece) { gzip.Add(piece); });
+    const size_t size = gzip.Finish();
     if (size <= static_cast<size_t>(limits.max_gzip_bytes)) break;
     // Fewer results, in proportion, with a margin for their unequal sizes.
     count = static_cast<size_t>(count * (static_cast<double>(limits.max_gzip_bytes) / size) * 0.95);
   }
+  WriteLog(parts, head, kept, [&out](std::string_view piece) { out << piece; });
   if (left_out) {
     *left_out = SarifLeftOut();
     left_out->written = static_cast<long>(count);
     for (size_t i = count; i < order.size(); ++i) {
-      switch (all[order[i]].first) {
+      switch (rank[order[i]]) {
         case 3: ++left_out->errors; break;
         case 2: ++left_out->warnings; break;
         case 1: ++left_out->notes; break;
@@ -382,7 +499,13 @@ Json ToSarif(const Json& doc, const Comparison* baseline, const SarifLimits& lim
       }
     }
   }
-  return sarif;
+}
+
+Json ToSarif(const Json& doc, const Comparison* baseline, const SarifLimits& limits, SarifLeftOut* left_out,
+             findings::SourceLines* messages) {
+  std::ostringstream out;
+  WriteSarif(out, doc, baseline, limits, left_out, messages);
+  return Json::parse(out.str());
 }
 
 std::string InputProblemLines(const Json& doc) {

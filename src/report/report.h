@@ -4,13 +4,14 @@
 #ifndef REPORT_REPORT_H_
 #define REPORT_REPORT_H_
 
+#include <ostream>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
 #include "findings/reader.h"
+#include "findings/source_lines.h"
 #include "report/baseline.h"
-#include "report/message_lines.h"
 
 namespace report {
 
@@ -56,9 +57,15 @@ struct SarifLeftOut {
 // `limits` allow, the errors are kept first, then the warnings, the notes
 // and the fixed findings, each in report order, and `left_out` (if given)
 // counts what is left out; the results kept stay in report order. With
-// `messages`, the messages of a repeated text have their lines.
+// `messages`, the messages of a repeated text have their lines. The log is
+// written on one line, without a newline, result by result: it is never
+// held whole.
+void WriteSarif(std::ostream& out, const Json& doc, const Comparison* baseline, const SarifLimits& limits,
+                SarifLeftOut* left_out, findings::SourceLines* messages);
+
+// The same log as a JSON value.
 Json ToSarif(const Json& doc, const Comparison* baseline = nullptr, const SarifLimits& limits = {},
-             SarifLeftOut* left_out = nullptr, MessageLines* messages = nullptr);
+             SarifLeftOut* left_out = nullptr, findings::SourceLines* messages = nullptr);
 
 // The rank of a level: note 1, warning 2, error 3; 0 for anything else.
 int LevelRank(const std::string& level);

@@ -2,9 +2,11 @@
 // it as JSON, SARIF or HTML, or checks it for CI, optionally against a
 // baseline of earlier findings; or writes such a baseline (see
 // msglint-report(1)).
+#include <iomanip>
 #include <iostream>
 #include <string>
 
+#include "findings/json.h"
 #include "findings/paths.h"
 #include "findings/reader.h"
 #include "pnl/file.h"
@@ -175,23 +177,27 @@ int main(int argc, char** argv) {
   if (max_results_given && (check || format != "sarif")) return Usage();
   if (path.empty()) path = findings::FindingsFile();
 
-  std::string text;
-  if (!pnl_file::ReadFile(path, text).ok()) {
-    std::cerr << "msglint-report: cannot read " << path << std::endl;
-    return kUsageOrInput;
+  // The outputs read the document's members themselves; it is held once,
+  // and the selection narrows it in place.
+  report::Json doc;
+  {
+    std::string text;
+    if (!pnl_file::ReadFile(path, text).ok()) {
+      std::cerr << "msglint-report: cannot read " << path << std::endl;
+      return kUsageOrInput;
+    }
+    std::string why = report::Refusal(findings::Parse(text, &doc));
+    if (why.empty()) report::IsFindingsDocument(doc, why);
+    if (!why.empty()) {
+      std::cerr << "msglint-report: " << path << ": " << why << std::endl;
+      return kUsageOrInput;
+    }
   }
-  findings::Document document;
-  std::string why = report::Refusal(findings::Read(text, &document));
-  if (why.empty()) report::IsFindingsDocument(document.json, why);
-  if (!why.empty()) {
-    std::cerr << "msglint-report: " << path << ": " << why << std::endl;
-    return kUsageOrInput;
-  }
-  if (std::string why = selection.CheckLanguages(document.json); !why.empty())
-    return BadValue("--language", why);
-  report::Json doc = selected ? selection.Apply(document.json, nullptr, nullptr) : document.json;
+  if (std::string why = selection.CheckLanguages(doc); !why.empty()) return BadValue("--language", why);
+  const std::string manager = findings::Str(findings::At(findings::At(doc, "run"), "manager"));
 
   if (!write_baseline_path.empty()) {
+    if (selected) doc = selection.Apply(std::move(doc), nullptr, nullptr);
     const report::Baseline baseline = report::Baseline::Of(doc);
     if (baseline.manager().empty()) {
       std::cerr << "msglint-report: " << path << ": findings of no manager; no baseline written" << std::endl;
@@ -220,14 +226,18 @@ int main(int argc, char** argv) {
   report::Comparison comparison;
   const report::Comparison* compared = nullptr;
   if (!baseline_path.empty()) {
-    if (int status = ReadBaseline(baseline_path, document.manager, baseline)) return status;
-    comparison = report::Compare(document.json, baseline);
-    if (selected) {
-      report::Comparison all = std::move(comparison);
-      comparison = report::Comparison();
-      doc = selection.Apply(document.json, &all, &comparison);
-    }
+    if (int status = ReadBaseline(baseline_path, manager, baseline)) return status;
+    comparison = report::Compare(doc, baseline);
     compared = &comparison;
+  }
+  // With a baseline, each finding is compared in the whole document, then
+  // the comparison is narrowed with it.
+  if (selected && compared) {
+    report::Comparison all = std::move(comparison);
+    comparison = report::Comparison();
+    doc = selection.Apply(std::move(doc), &all, &comparison);
+  } else if (selected) {
+    doc = selection.Apply(std::move(doc), nullptr, nullptr);
   }
 
   if (check) {
@@ -241,15 +251,17 @@ int main(int argc, char** argv) {
     limits.max_results = max_results;
     if (max_results == 0) limits.max_gzip_bytes = 0;
     report::SarifLeftOut left_out;
-    report::MessageLines messages(InstallationOf(path));
-    std::cout << report::ToSarif(doc, compared, limits, &left_out, &messages).dump() << "\n";
+    findings::SourceLines::LastFile last_file;
+    findings::SourceLines messages(InstallationOf(path), last_file);
+    report::WriteSarif(std::cout, doc, compared, limits, &left_out, &messages);
+    std::cout << "\n";
     if (left_out.Total() > 0)
       std::cerr << "msglint-report: " << left_out.Describe() << std::endl;
   }
   else if (format == "html")
-    std::cout << report::ToHtml(doc, compared);
+    report::WriteHtml(std::cout, doc, compared);
   else
-    std::cout << doc.dump(2) << "\n";
+    std::cout << std::setw(2) << doc << "\n";
   std::cout.flush();
   return 0;
 }

@@ -80,31 +80,31 @@ bool Selection::SelectsAbsent(const FindingIdentity& id) const {
   return !new_only_ && Matches(findings::LevelOf(id.kind), id.language, id.kind, id.object);
 }
 
-Json Selection::Apply(const Json& doc, const Comparison* comparison, Comparison* compared) const {
-  Json out = doc;
+Json Selection::Apply(Json doc, const Comparison* comparison, Comparison* compared) const {
   if (!languages_.empty()) {
     Json statistics = Json::array();
-    for (const Json& s : At(doc, "statistics"))
-      if (languages_.count(Str(At(s, "language")))) statistics.push_back(s);
-    out["statistics"] = statistics;
+    for (Json& s : doc["statistics"])
+      if (languages_.count(Str(At(s, "language")))) statistics.push_back(std::move(s));
+    doc["statistics"] = std::move(statistics);
   }
+  Json all = std::move(doc["findings"]);
   Json kept = Json::array();
   size_t index = 0;
-  for (const Json& f : At(doc, "findings")) {
+  for (Json& f : all) {
     const size_t i = index++;
     const BaselineState state = comparison ? comparison->states[i] : BaselineState::kNew;
     if (!Selects(f, state)) continue;
-    kept.push_back(f);
+    kept.push_back(std::move(f));
     if (comparison) {
       compared->identities.push_back(comparison->identities[i]);
       compared->states.push_back(state);
     }
   }
-  out["findings"] = kept;
+  doc["findings"] = std::move(kept);
   if (comparison)
     for (const FindingIdentity& id : comparison->absent)
       if (SelectsAbsent(id)) compared->absent.push_back(id);
-  return out;
+  return doc;
 }
 
 }  // namespace report

@@ -41,8 +41,9 @@ class Selection {
   // `doc` with only the selected findings, and the statistics of the
   // selected languages only. With a comparison, `compared` becomes the
   // comparison of what is kept. The identities are those of the whole
-  // document: a finding keeps its fingerprint whatever is selected.
-  Json Apply(const Json& doc, const Comparison* comparison, Comparison* compared) const;
+  // document: a finding keeps its fingerprint whatever is selected. The
+  // findings kept are moved, not copied, out of `doc`.
+  Json Apply(Json doc, const Comparison* comparison, Comparison* compared) const;
 
  private:
   // The test of every option but --new-only, on the parts of a finding.

@@ -73,6 +73,29 @@ class ScaleTest(unittest.TestCase):
         positions = [fingerprints.index(k) for k in kept[:200]]
         self.assertEqual(sorted(positions), positions)
 
+    def test_outputs_are_the_documents_written_whole(self):
+        # The logs and the JSON are written piece by piece; each is the
+        # text that dumping the whole document at once gives, and a log
+        # within the limits is the whole log with only its kept results.
+        def compact(value):
+            return json.dumps(value, ensure_ascii=False, separators=(",", ":")) + "\n"
+
+        status, out, err = self.big.report("--format", "json")
+        self.assertEqual(0, status, err)
+        self.assertEqual(json.dumps(self.big.findings, indent=2, ensure_ascii=False) + "\n", out)
+        status, limited, err = self.big.report("--format", "sarif")
+        self.assertEqual(0, status, err)
+        status, whole, err = self.big.report("--format", "sarif", "--max-results", "0")
+        self.assertEqual(0, status, err)
+        whole_log = json.loads(whole)
+        self.assertEqual(compact(whole_log), whole)
+        kept = {r["partialFingerprints"]["msglintFinding/v2"]
+                for r in json.loads(limited)["runs"][0]["results"]}
+        self.assertLess(len(kept), len(whole_log["runs"][0]["results"]))
+        whole_log["runs"][0]["results"] = [r for r in whole_log["runs"][0]["results"]
+                                           if r["partialFingerprints"]["msglintFinding/v2"] in kept]
+        self.assertEqual(compact(whole_log), limited)
+
     def test_sarif_with_a_smaller_limit(self):
         status, out, err = self.big.report("--format", "sarif", "--max-results", "100")
         self.assertEqual(0, status, err)
