@@ -217,19 +217,7 @@ void MsgFileEditor::TextChanges(std::vector<Change>* changes) const {
 
 bool MsgFileEditor::Add(const std::string& lang, const std::string& section,
                         const NewMessage& message) {
-  if (spans_.empty()) return false;
-  for (long l : Children(0)) {
-    const pnl_xml::ElementSpan& ls = spans_[static_cast<std::size_t>(l)];
-    if (ls.name != "lang" || ls.name_attr != lang) continue;
-    for (long s : Children(l)) {
-      const pnl_xml::ElementSpan& ss = spans_[static_cast<std::size_t>(s)];
-      if (ss.name != "messages" || ss.name_attr != section) continue;
-      for (long m : Children(s)) {
-        const pnl_xml::ElementSpan& ms = spans_[static_cast<std::size_t>(m)];
-        if (ms.name == "msg" && ms.name_attr == message.name) return false;
-      }
-    }
-  }
+  if (spans_.empty() || FindMessage(lang, section, message.name) >= 0) return false;
   for (const Queued& q : queued_)
     if (q.lang == lang && q.section == section && q.message.name == message.name)
       return false;
